@@ -1,0 +1,128 @@
+// What a run records, and who is told of it: the model that the runner fills and every report reads.
+#ifndef KIV_RESULTS_H
+#define KIV_RESULTS_H
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace kiv {
+
+enum class Verdict {
+    passed,
+    failed,          // a check failed
+    aborted,         // the case called abort
+    crashed,         // ended by another signal, or the worker left through exit
+    timed_out,       // outran --timeout
+    unchecked,       // recorded no check and printed no failing outcome line
+    reported_error,  // recorded no failing check but printed a line that reports a failure
+    not_run,
+};
+
+// "passed", "failed", "aborted", "crashed", "timed out", "unchecked", "reported an error", "not run".
+const char *verdict_text(Verdict verdict);
+
+// Whether the case did what it should: passed or unchecked.
+bool verdict_is_good(Verdict verdict);
+
+// One recorded check.
+struct Check {
+    bool passed = false;
+    bool is_condition = false;  // kiv_check__; else kiv_jyx_check_cerrno_
+    uint32_t status = 0;
+    uint32_t expected = 0;
+    std::string expected_name;  // of the expected status, or the condition's text
+    std::string status_text;    // what the error-code library says of the status, when it is known
+    std::string message;        // of a condition
+    std::string file;
+    std::string function;
+    int line = 0;
+};
+
+struct CaseResult {
+    std::string folder;  // "span/session"
+    std::string name;    // "tc_prm_v4_leaf_delete#2": unique in the folder
+    std::string description;
+    int mode = 0;
+    Verdict verdict = Verdict::not_run;
+    int signal = 0;      // that ended the worker, or 0
+    int exit_code = -1;  // when the worker left through exit
+    std::string reason;  // one plain sentence for verdicts other than passed and failed; may be empty
+    std::chrono::nanoseconds duration{0};
+    std::chrono::nanoseconds started{0};  // since the run began
+    uint64_t checks = 0;                  // recorded in all
+    uint64_t failed_checks = 0;
+    std::vector<Check> failures;  // the failed checks, in order; bounded, failed_checks counts them all
+    std::string output;           // stdout, stderr and framework prints in true order; bounded
+    uint64_t output_size = 0;     // of the whole output
+    std::string output_file;      // where the whole output went when it was too long to keep; else empty
+    std::vector<std::string> error_lines;  // outcome lines that report a failure; bounded
+
+    std::string selector() const { return folder + "/" + name; }
+};
+
+// A fixture that did not come through: its checks failed, or it ended the worker.
+struct FixtureResult {
+    std::string folder;
+    bool set_up = false;  // else tear-down
+    bool ran = false;     // false: reported as not run, because its worker died
+    Verdict verdict = Verdict::passed;
+    int signal = 0;
+    std::string reason;
+    std::vector<Check> failures;
+    std::string output;
+    std::chrono::nanoseconds duration{0};
+};
+
+struct FolderInfo {
+    std::string path;  // "span/session"
+    std::string title;
+    size_t selected_cases = 0;
+};
+
+struct RunInfo {
+    std::string program;
+    std::vector<std::string> arguments;
+    std::string site;  // directory, empty when there is none
+    std::string card;  // "sim", "replay:FILE", "lib:PATH", empty on a card
+    std::string host;
+    std::string version;
+    std::string started_at;  // UTC, ISO 8601 with milliseconds
+    std::string disk0;       // host directory behind "/disk0:/", empty on a card
+    uint32_t seed = 0;       // of --shuffle, 0 when the order is the registered one
+    int repeat = 1;
+    int shard_index = 0, shard_count = 1;
+    std::vector<FolderInfo> folders;    // in run order, those with selected cases
+    std::vector<std::string> selected;  // selectors of every selected case, in run order
+    // Descriptions of the selected cases, in the same order (reports list what was not reached).
+    std::vector<std::string> descriptions;
+};
+
+struct Summary {
+    std::chrono::nanoseconds duration{0};
+    size_t selected = 0;
+    size_t counts[8] = {};  // by Verdict
+    uint64_t checks = 0;
+    uint64_t failed_checks = 0;
+    bool interrupted = false;
+    std::string stopped_because;  // fail-fast, interrupted, --on-crash stop; else empty
+};
+
+// Told what happens, in order, from the process that keeps the results. Every call returns quickly.
+class Reporter {
+  public:
+    virtual ~Reporter() = default;
+    virtual void run_begins(const RunInfo &) {}
+    virtual void folder_begins(const FolderInfo &) {}
+    virtual void fixture_ended(const FixtureResult &) {}  // every fixture, whatever its outcome
+    virtual void case_begins(const std::string & /*folder*/, const std::string & /*name*/) {}
+    virtual void case_ended(const CaseResult &) {}
+    virtual void folder_ended(const FolderInfo &) {}
+    // The last call; cases that were never reached have been reported by case_ended with not_run.
+    virtual void run_ended(const Summary &) {}
+};
+
+}  // namespace kiv
+
+#endif

@@ -1,0 +1,407 @@
+// Registration: every folder, fixture and case of the suite, in the order that the run follows.
+//
+// The order within a folder is part of the design: a case may use what an earlier one created or read.
+#include "prm_kiv_registry.h"
+
+#include "prm_kiv_input.h"
+#include "prm_kiv_lag.h"
+#include "prm_kiv_main.h"
+#include "prm_kiv_span.h"
+#include "prm_kiv_uidb.h"
+
+struct Registration {
+    const char *name;
+    const char *description;
+    kiv_function_t function;  // null: the case is to come and is not registered yet
+    int mode;
+};
+
+enum { AUTO = KIV_MODE_AUTOMATIC, MANUAL = KIV_MODE_MANUAL };
+
+// clang-format off
+#define CASE(function, description, mode) {#function, description, function, mode}
+#define NAMED(name, function, description, mode) {name, description, function, mode}
+#define COMING(name, description, mode) {name, description, nullptr, mode}
+
+static const Registration kL2BundleCases[] = {
+    COMING("tc_kiv_create_bdl_l2_main_if", "Configures Bundle Main Interface", AUTO),
+    COMING("tc_kiv_cfg_bdl_member", "cfg Bundle Member", AUTO),
+    COMING("tc_kiv_add_bdl_members", "Add Bundle Members", AUTO),
+    COMING("tc_kiv_remove_bdl_members", "Remove Bundle Members", AUTO),
+    COMING("tc_kiv_uncfg_bdl_member", "uncfg Bundle Member", AUTO),
+    COMING("tc_kiv_delete_bdl_main_if", "Delete Bundle Main interface", AUTO),
+};
+
+static const Registration kL3BundleCases[] = {
+    COMING("tc_kiv_create_bdl_l3_main_if", "Configures Bundle Main Interface", AUTO),
+    COMING("tc_kiv_cfg_bdl_member", "cfg Bundle Member", AUTO),
+    COMING("tc_kiv_add_bdl_members", "Add Bundle Members", AUTO),
+    COMING("tc_kiv_remove_bdl_members", "Remove Bundle Members", AUTO),
+    COMING("tc_kiv_uncfg_bdl_member", "uncfg Bundle Member", AUTO),
+    COMING("tc_kiv_create_bdl_sub_interfaces", "Configures bundle Sub interfaces", AUTO),
+    COMING("tc_kiv_modify_bdl_sub_interfaces", "Configures bundle Sub interfaces", AUTO),
+    COMING("tc_kiv_add_bdl_subif_port", "Add Ports to Bundle Sub interfaces", AUTO),
+    COMING("tc_kiv_remove_bdl_subif_port", "Remove Ports from Bundle Sub interfaces", AUTO),
+    COMING("tc_kiv_delete_bdl_subifs", "Delete Bundle Sub interface", AUTO),
+    COMING("tc_kiv_delete_bdl_main_if", "Delete Bundle Main interface", AUTO),
+};
+
+static const Registration kBundleCases[] = {
+    COMING("tc_kiv_update_bdl_mtu", "Configures MTU on Bundle Main Interface", AUTO),
+    COMING("tc_kiv_update_bdl_subif_mtu", "Configures MTU on Bundle Sub Interface", AUTO),
+};
+
+static const Registration kSubInterfaceCases[] = {
+    COMING("tc_kiv_create_sub_interfaces", "Configures Sub interfaces", AUTO),
+    COMING("tc_kiv_modify_sub_interfaces", "Encap change on Sub interfaces", AUTO),
+    COMING("tc_kiv_delete_sub_interfaces", "Delete Sub interfaces", AUTO),
+};
+
+static const Registration kL2SubInterfaceCases[] = {
+    COMING("tc_kiv_create_l2_sub_interfaces", "Configures Sub interfaces", AUTO),
+    COMING("tc_kiv_modify_l2_sub_interfaces", "Encap change on Sub interfaces", AUTO),
+    COMING("tc_kiv_delete_sub_interfaces", "Delete Sub interfaces", AUTO),
+};
+
+// The MPLS statistics and label-entry cases are registered after the LPTS folder: a table of their own.
+static const Registration kGeneralCases[] = {
+    CASE(tc_kiv_update_mainif_mtu, "Condigures MTU for main interfaces", AUTO),
+    CASE(tc_kiv_update_subif_mtu, "Configures MTU for ST 0x8100 Sub interface", AUTO),
+    CASE(tc_kiv_uidb_ipv4_enable, "Checks IPv4 Enable", AUTO),
+    CASE(tc_kiv_uidb_ipv4_disable, "Checks IPv4 Disable", AUTO),
+    CASE(tc_kiv_uidb_mpls_enable, "Checks MPLS enable functionality", AUTO),
+    CASE(tc_kiv_uidb_mpls_disable, "Checks MPLS disable functionality", AUTO),
+    COMING("tc_kiv_nr_ldi_add", "Checks nr ldi Add", AUTO),
+    COMING("tc_kiv_nr_ldi_del", "Checks nr ldi Delete", AUTO),
+    COMING("tc_kiv_nr_ldi_add_mpls", "Checks nr ldi Add for MPLS", AUTO),
+    COMING("tc_kiv_nr_ldi_del_mpls", "Checks nr ldi Delete for MPLS", AUTO),
+    COMING("tc_kiv_nr_ldi_buddy_reserve", "Checks nr ldi buddy reserve", AUTO),
+    COMING("tc_prm_v4_leaf_reserve", "Checks IPv4 Leaf Reserve", AUTO),
+    COMING("tc_prm_v4_leaf_add", "Checks Add leaf entry", AUTO),
+    COMING("tc_prm_v4_leaf_delete", "Checks Delete leaf entry", AUTO),
+    COMING("tc_prm_v4_leaf_mpath_add", "Checks Add leaf entry", AUTO),
+    COMING("tc_prm_v4_leaf_delete", "Checks Delete leaf entry", AUTO),
+    COMING("tc_prm_v6_leaf_reserve", "Checks IPv6 Leaf Reserve", AUTO),
+    COMING("tc_prm_v6_leaf_add", "Checks IPv6 Add leaf entry", AUTO),
+    COMING("tc_prm_v6_leaf_delete", "Checks IPv6 Delete leaf entry", AUTO),
+    COMING("tc_kiv_tx_adj_add", "Checks TX adj add", MANUAL),
+    COMING("tc_kiv_tx_adj_del", "Checks TX adj add", MANUAL),
+    COMING("tc_kiv_tx_adj_modify", "Checks TX adj add modify", MANUAL),
+    COMING("tc_kiv_tx_adj_add_uidb_get_fail", "Checks TX adj add uidb get fail", MANUAL),
+    COMING("tc_kiv_tx_adj_add_misc", "Checks TX adj add misc", MANUAL),
+    COMING("tc_kiv_tx_adj_add_punt", "Checks TX adj add punt ", MANUAL),
+    COMING("tc_kiv_tx_adj_add_null0", "Checks TX adj add null0", MANUAL),
+    COMING("tc_kiv_tx_adj_add_drop_nh", "Checks TX adj add drop nh", MANUAL),
+    COMING("tc_kiv_tx_adj_del_all", "Checks TX adj add drop nh", MANUAL),
+    COMING("tc_kiv_tx_adj_buddy_reserve", "Checks TX adj buddy reserve", MANUAL),
+    COMING("tc_mpls_leaf_buddy_reserve", "Checks MPLS label Reserve", AUTO),
+    COMING("tc_mpls_leaf_buddy_release", "Checks MPLS label Release", AUTO),
+    COMING("tc_mpls_fwding_chain_create_pop", "Checks MPLS label chain POP", AUTO),
+    COMING("tc_mpls_fwding_chain_create_swap", "Checks MPLS label chain Swap", AUTO),
+    COMING("tc_mpls_fwding_chain_create_push", "Checks MPLS label chain push", AUTO),
+    COMING("tc_mpls_fwding_chain_create_pop_eos0", "Checks MPLS label chain POP for EOS0", AUTO),
+    COMING("tc_mpls_fwding_chain_create_swap_eos0", "Checks MPLS label chain Swap for EOS0", AUTO),
+    COMING("tc_mpls_fwding_chain_create_push_eos0", "Checks MPLS label chain push for EOS0", AUTO),
+    COMING("tc_mpls_fwding_chain_create_pop_to_swap", "Checks MPLS label chain POP to SWAP", AUTO),
+    COMING("tc_mpls_fwding_chain_create_swap_to_pop", "Checks MPLS label chain SWAP to POP", AUTO),
+};
+
+static const Registration kGeneralLabelCases[] = {
+    COMING("tc_prm_mpls_stats_alloc", "Checks MPLS stats_ptr allocation", AUTO),
+    COMING("tc_prm_mpls_leaf_add", "Checks MPLS label Entry Add", AUTO),
+    COMING("tc_prm_mpls_leaf_del", "Checks MPLS label Entry Delete", AUTO),
+    COMING("tc_prm_mpls_leaf_add_eos0", "Checks MPLS label Entry Add for EOS0", AUTO),
+    COMING("tc_prm_mpls_leaf_del_eos0", "Checks MPLS label Entry Delete for EOS0", AUTO),
+};
+
+static const Registration kLptsCases[] = {
+    COMING("tc_kiv_lpts_v4_entry_add", "Checks LPTS add for V4 case", AUTO),
+    COMING("tc_kiv_lpts_v4_entry_read", "Checks reading of LPTS from hardware", AUTO),
+    COMING("tc_kiv_lpts_invalid_entry_read", "Attempts to read and invalid LPTS entry", AUTO),
+    COMING("tc_kiv_lpts_entry_delete", "Attempts to delete LPTS entry", AUTO),
+    COMING("tc_kiv_lpts_invalid_entry_delete", "Attempts to delete an invalid LPTS entry", AUTO),
+    COMING("tc_kiv_lpts_v6_entry_add", "Checks LPTS add for V6 case", AUTO),
+    COMING("tc_kiv_lpts_v6_entry_read", "Checks reading of V6 LPTS from hardware", AUTO),
+};
+
+static const Registration kL2Cases[] = {
+    CASE(tc_kiv_uidb_l2_enable, "Enables l2 flag", AUTO),
+    CASE(tc_kiv_uidb_l2_disable, "Disables l2 flag", AUTO),
+    COMING("tc_kiv_xconnect_add_locsw", "xconnect add local switching", AUTO),
+    COMING("tc_kiv_xconnect_encap_chg_locsw", "xconnect add local switching", AUTO),
+    COMING("tc_kiv_xconnect_remove_locsw", "xconnect remove local switching", AUTO),
+    COMING("tc_kiv_xconnect_add_locsw_with_push1_rw", "xconnect add local switching", AUTO),
+    COMING("tc_kiv_xconnect_add_locsw_with_pop1_rw", "xconnect add local switching", AUTO),
+    COMING("tc_kiv_xconnect_add_locsw_with_swap11_rw", "xconnect add local switching", AUTO),
+    COMING("tc_kiv_xconnect_rw_st_norw_st_pop1", "tc_kiv_xconnect_rw_st_norw_st_pop1", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_norw_st_push1", "tc_kiv_xconnect_rw_st_norw_st_push1", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_norw_st_swap11", "tc_kiv_xconnect_rw_st_norw_st_swap11", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_push1_st_push1", "tc_kiv_xconnect_rw_st_push1_st_push1", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_push1_st_swap11", "tc_kiv_xconnect_rw_st_push1_st_swap11", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_push1_st_swap12", "tc_kiv_xconnect_rw_st_push1_st_swap12", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_push2_st_push2", "tc_kiv_xconnect_rw_st_push2_st_push2", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_push2_st_swap12", "tc_kiv_xconnect_rw_st_push2_st_swap12", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_pop1_st_pop1", "tc_kiv_xconnect_rw_st_pop1_st_pop1", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_pop1_st_swap11", "tc_kiv_xconnect_rw_st_pop1_st_swap11", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_swap11_st_swap11", "tc_kiv_xconnect_rw_st_swap11_st_swap11", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_swap11_st_swap12", "tc_kiv_xconnect_rw_st_swap11_st_swap12", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_swap12_st_swap12", "tc_kiv_xconnect_rw_st_swap12_st_swap12", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_norw_dt_pop1", "tc_kiv_xconnect_rw_st_norw_dt_pop1", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_norw_dt_push1", "tc_kiv_xconnect_rw_st_norw_dt_push1", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_norw_dt_swap11", "tc_kiv_xconnect_rw_st_norw_dt_swap11", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_norw_dt_swap21", "tc_kiv_xconnect_rw_st_norw_dt_swap21", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_norw_dt_swap12", "tc_kiv_xconnect_rw_st_norw_dt_swap12", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_norw_dt_swap22", "tc_kiv_xconnect_rw_st_norw_dt_swap22", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_push1_dt_norw", "tc_kiv_xconnect_rw_st_push1_dt_norw", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_push1_dt_push1", "tc_kiv_xconnect_rw_st_push1_dt_push1", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_push1_dt_push2", "tc_kiv_xconnect_rw_st_push1_dt_push2", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_push1_dt_swap11", "tc_kiv_xconnect_rw_st_push1_dt_swap11", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_push1_dt_swap12", "tc_kiv_xconnect_rw_st_push1_dt_swap12", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_push1_dt_swap22", "tc_kiv_xconnect_rw_st_push1_dt_swap22", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_push2_dt_push1", "tc_kiv_xconnect_rw_st_push2_dt_push1", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_push2_dt_push2", "tc_kiv_xconnect_rw_st_push2_dt_push2", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_push2_dt_swap12", "tc_kiv_xconnect_rw_st_push2_dt_swap12", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_pop1_dt_norw", "tc_kiv_xconnect_rw_st_pop1_dt_norw", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_pop1_dt_pop1", "tc_kiv_xconnect_rw_st_pop1_dt_pop1", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_pop1_dt_swap11", "tc_kiv_xconnect_rw_st_pop1_dt_swap11", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_pop1_dt_swap21", "tc_kiv_xconnect_rw_st_pop1_dt_swap21", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_swap11_dt_norw", "tc_kiv_xconnect_rw_st_swap11_dt_norw", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_swap11_dt_pop1", "tc_kiv_xconnect_rw_st_swap11_dt_pop1", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_swap11_dt_push1", "tc_kiv_xconnect_rw_st_swap11_dt_push1", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_swap11_dt_swap11", "tc_kiv_xconnect_rw_st_swap11_dt_swap11", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_swap11_dt_swap21", "tc_kiv_xconnect_rw_st_swap11_dt_swap21", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_swap11_dt_swap12", "tc_kiv_xconnect_rw_st_swap11_dt_swap12", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_swap11_dt_swap22", "tc_kiv_xconnect_rw_st_swap11_dt_swap22", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_swap12_dt_norw", "tc_kiv_xconnect_rw_st_swap12_dt_norw", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_swap12_dt_push1", "tc_kiv_xconnect_rw_st_swap12_dt_push1", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_swap12_dt_swap11", "tc_kiv_xconnect_rw_st_swap12_dt_swap11", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_swap12_dt_swap12", "tc_kiv_xconnect_rw_st_swap12_dt_swap12", MANUAL),
+    COMING("tc_kiv_xconnect_rw_st_swap12_dt_swap22", "tc_kiv_xconnect_rw_st_swap12_dt_swap22", MANUAL),
+    COMING("tc_kiv_xconnect_add_l2p_x_pw", "xconnect add l2port_to_pw", AUTO),
+    COMING("tc_kiv_xconnect_remove_l2p_x_pw", "xconnect remove l2port_to_pw", AUTO),
+    COMING("tc_kiv_vpls_xconnect_add_l2p_x_pw", "xconnect add l2port_to_pw", AUTO),
+    COMING("tc_kiv_vpls_xconnect_remove_l2p_x_pw", "xconnect remove l2port_to_pw", AUTO),
+};
+
+static const Registration kVplsCases[] = {
+    COMING("tc_kiv_vpls_create_bd_with_ac", "add BD with AC", MANUAL),
+    COMING("tc_kiv_vpls_add_ac", "add AC in BD", MANUAL),
+    COMING("tc_kiv_vpls_mod_ac", "modify AC ", MANUAL),
+    COMING("tc_kiv_vpls_del_ac", "del AC in BD", MANUAL),
+    COMING("tc_kiv_vpls_del_bd_with_ac", "del BD with AC", MANUAL),
+};
+
+static const Registration kVxlanCases[] = {
+    COMING("tc_kiv_vxlan_bd_add", "add vxlan BD", MANUAL),
+    COMING("tc_kiv_vxlan_bd_del", "del vxlan BD", MANUAL),
+    COMING("tc_kiv_vxlan_ac_bind", "vxlan ac bind", MANUAL),
+    COMING("tc_kiv_vxlan_ac_unbind", "vxlan ac unbind", MANUAL),
+    COMING("tc_kiv_vxlan_vplag_add", "add vxlan vplag", MANUAL),
+    COMING("tc_kiv_vxlan_vplag_member_set", "set vxlan vplag members", MANUAL),
+    COMING("tc_kiv_vxlan_vplag_del", "del vxlan vplag", MANUAL),
+    COMING("tc_kiv_evpn_mac_install", "install evpn mac", MANUAL),
+    COMING("tc_kiv_evpn_mac_uninstall", "del evpn mac", MANUAL),
+    COMING("tc_kiv_fpem_shg_df_add", "add shg add", MANUAL),
+    COMING("tc_kiv_fpem_shg_df_del", "add shg del", MANUAL),
+    COMING("tc_kiv_vxlan_ole_add", "Checks OLE TX adj add", MANUAL),
+    COMING("tc_kiv_vxlan_ole_mod", "Checks OLE TX adj mod", MANUAL),
+    COMING("tc_kiv_vxlan_ole_del", "Checks OLE TX adj del", MANUAL),
+    COMING("tc_kiv_vxlan_vsp_ac_bind", "vxlan vsp ac bind", MANUAL),
+    COMING("tc_kiv_vxlan_vsp_ac_unbind", "vxlan vsp ac unbind", MANUAL),
+};
+
+static const Registration kBviCases[] = {
+    COMING("tc_kiv_bvI_with_ac_main_port_in_bd_bvi_bind_first", "xconnect add bvi to bd", MANUAL),
+    COMING("tc_kiv_bvI_with_ac_main_port_in_bd_ac_bind_first", "xconnect add bvi to bd II", MANUAL),
+    COMING("tc_kiv_bvi_vrf_and_mac_modify", "BVI VRF and MAC modify", MANUAL),
+    COMING("tc_kiv_bvi_cleanup", "BVI in BD clean up", MANUAL),
+};
+
+static const Registration kSpanManualCases[] = {
+    COMING("prm_kiv_span_enable", "Enable SPAN on router", MANUAL),
+    COMING("prm_kiv_span_disable", "Disable SPAN on router", MANUAL),
+    COMING("prm_kiv_span_session_create", "SPAN session create", MANUAL),
+    COMING("prm_kiv_span_session_destroy", "SPAN session destroy", MANUAL),
+    COMING("prm_kiv_span_all_sessions_create", "SPAN all sessions create", MANUAL),
+    COMING("prm_kiv_span_all_sessions_destroy", "SPAN all sessions destroy", MANUAL),
+    COMING("prm_kiv_span_port_add", "SPAN Port add", MANUAL),
+    COMING("prm_kiv_span_port_delete", "SPAN Port delete", MANUAL),
+};
+
+static const Registration kSpanSessionCases[] = {
+    COMING("prm_kiv_span_session_create_destroy", "SPAN session create and destroy", AUTO),
+    COMING("prm_kiv_span_invalid_session_valid_dest_port", "SPAN session create and destroy", AUTO),
+    COMING("prm_kiv_span_valid_session_invalid_dest_port", "SPAN session create and destroy", AUTO),
+    COMING("prm_kiv_span_session_destroy_when_port_present", "SPAN session create and destroy", MANUAL),
+};
+
+static const Registration kSpanPortCases[] = {
+    COMING("prm_kiv_span_port_add_delete", "SPAN source ports add delete", MANUAL),
+    COMING("prm_kiv_span_port_add_invalid_session", "Valid source port add + Invalid session id", MANUAL),
+    COMING("prm_kiv_span_port_delete_invalid_session", "Valid source port delete + Invalid session id", MANUAL),
+    COMING("prm_kiv_span_port_add_delete_invalid_ifh", "span port add delete with invalid ifh", AUTO),
+    COMING("prm_kiv_span_port_add_delete_invalid_dir", "span port add delete with invalid direction", MANUAL),
+    COMING("prm_kiv_span_port_add_delete_l3_subintf", "span port add delete with l3 subinterface", MANUAL),
+};
+
+static const Registration kSpanMiscCases[] = {
+    COMING("prm_kiv_span_port_add_valid_but_nonexistent_session", "span port add + valid but nonexistent session", MANUAL),
+    COMING("prm_kiv_span_port_delete_valid_but_nonexistent_session", "span port delete + valid but nonexistent session", MANUAL),
+};
+
+static const Registration kAclCases[] = {
+    COMING("create", "ACL create test case", AUTO),
+    COMING("modify", "ACL modify test case", AUTO),
+    COMING("neg_create_null_prm_info", "ACL NULL prm info", AUTO),
+    COMING("neg_create_null_vmr", "ACL NULL vmr", AUTO),
+    COMING("neg_create_invalid_feature_id", "ACL Invalid feature id", AUTO),
+    COMING("neg_create_invalid_port_number", "ACL Invalid port number", AUTO),
+    COMING("neg_create_invalid_value_mask_key_size", "ACL Invalid value mask key size", AUTO),
+    COMING("neg_create_invalid_result_key_size", "ACL Invalid result key size", AUTO),
+    COMING("neg_create_invalid_no_of_entries", "ACL Invalid number of ace entries", AUTO),
+    COMING("neg_create_invalid_operation_code", "ACL Invalid operation code", AUTO),
+    COMING("neg_insert_null_prm_info", "ACL NULL prm info ", AUTO),
+    COMING("neg_insert_null_vmr", "ACL NULL VMR ptr ", AUTO),
+    COMING("neg_insert_invalid_feature_id", "ACL invalid feature id", AUTO),
+    COMING("neg_insert_invalid_vmr_id", "ACL invalid vmr id ", AUTO),
+    COMING("neg_insert_invalid_port_number", "ACL invalid port number", AUTO),
+    COMING("neg_insert_invalid_no_of_entries", "ACL invalid no of entries ", AUTO),
+    COMING("neg_insert_invalid_operation_code", "ACL invalid opcode ", AUTO),
+    COMING("neg_insert_invalid_ace_index", "ACL invalid ace index ", AUTO),
+    COMING("neg_delete_null_prm_info", "ACL NULL prm info ", AUTO),
+    COMING("neg_delete_invalid_feature_id", "ACL invalid feature id ", AUTO),
+    COMING("neg_delete_invalid_vmr_id", "ACL invalid vmr id ", AUTO),
+    COMING("neg_delete_invalid_port_number", "ACL invalid port number ", AUTO),
+    COMING("neg_delete_invalid_no_of_entries", "ACL invalid number of entries ", AUTO),
+    COMING("neg_delete_invalid_ace_index", "ACL invalid ace index ", AUTO),
+    COMING("neg_destroy_null_prm_info", "ACL NULL prm info ", AUTO),
+    COMING("neg_destroy_invalid_feature_id", "ACL Invalid feature id ", AUTO),
+    COMING("neg_destroy_invalid_vmr_id", "ACL Invalid vmr id", AUTO),
+};
+
+static const Registration kQosCases[] = {
+    COMING("stats", "create stats ", AUTO),
+    COMING("policer", "create policer ", AUTO),
+    COMING("policer_pps", "create pps policer ", AUTO),
+    COMING("match_cos", "Match on cos with 2 Policer Confirm Actions", AUTO),
+    COMING("match_prec", "Match on v4Prec with 2 Policer Confirm/Exceed Actions", AUTO),
+    COMING("match_protocol", "Match on OSPFv6 with policer & 2 confirm actions", AUTO),
+    COMING("match_exp", "Match on EXP with 2 police pps Confirm/Exceed actions", AUTO),
+    COMING("match_acl1", "Match on v4ACL1 { SrcIP,DstIP, L4 Src/Dst Ports }", AUTO),
+    COMING("match_acl2", "Match on v6ACL2 { SrcIP, DstIP, Fragment }", AUTO),
+    COMING("neg_create_null_prm_info", "QOS prm NULL info", AUTO),
+    COMING("neg_create_null_vmr", "QOS NULL vmr", AUTO),
+    COMING("neg_create_invalid_feature_id", "QOS Invalid feature id", AUTO),
+    COMING("neg_create_invalid_port_number", "QOS Invalid port number", AUTO),
+    COMING("neg_create_invalid_value_mask_key_size", "QOS Invalid value mask key size", AUTO),
+    COMING("neg_create_invalid_result_key_size", "QOS Invalid result key size", AUTO),
+    COMING("neg_create_invalid_no_of_entries", "QOS Invalid number of ace entries", AUTO),
+    COMING("neg_create_invalid_operation_code", "QOS Invalid operation code", AUTO),
+    COMING("neg_destroy_null_prm_info", "QOS NULL prm info", AUTO),
+    COMING("neg_destroy_invalid_feature_id", "QOS Invalid feature id", AUTO),
+    COMING("neg_destroy_invalid_vmr_id", "QOS Invalid vmr id", AUTO),
+    COMING("spq_lls_port", "Strict Priority Queue on LLS port", AUTO),
+    COMING("spq_hsp_port", "Strict Priority Queue on HSP port", AUTO),
+    COMING("spq_random_pri", "SP Queue with Random Priority", AUTO),
+    COMING("spq_multi_p1_pri", "SP Queue with Multi P1 Priority", AUTO),
+    COMING("scale_sp_queue_on_all_ports", "Scale Test Configure Strict Priority on all Ports", AUTO),
+    COMING("egr_cc_dealloc_fp_q", "Egress QoS Code Coverage Case Deallocate Def Queue", AUTO),
+    COMING("egr_cc_conf_port_shaper", "Egress QoS Code Coverage Case Config Port Shaper", AUTO),
+    COMING("egr_cc_remove_port_shaper", "Egress QoS Code Coverage Case Remove Port Shaper", AUTO),
+    COMING("egr_cc_get_tm_info", "Egress QoS Code Coverage Case Get TM Info", AUTO),
+    COMING("egr_cc_def_case", "Egress QoS Code Coverage Case Default Case", AUTO),
+    COMING("egr_cc_pol_hdl", "Egress QoS Negative Case Police Handle", AUTO),
+    COMING("egr_neg_case_invalid_mqc_lvl", "Egress QoS Negative Case Invalid MQC level", AUTO),
+    COMING("egr_neg_invalid_np_id", "Egress QoS Negative Case Invalid NP id", AUTO),
+    COMING("egr_neg_queue_ingress_dir", "Egress QoS Negative Case Queue Create in Ingress Dir", AUTO),
+    COMING("egr_neg_invalid_ing_mqc_depth", "Egress QoS Negative Case Inv MQC depth Ingress Dir", AUTO),
+    COMING("egr_neg_invalid_egr_mqc_depth", "Egress QoS Negative Case Inv MQC depth Egress Dir", AUTO),
+};
+
+#undef CASE
+#undef NAMED
+// clang-format on
+
+template <size_t N>
+static void register_cases(kiv_context_t context, kiv_folder_t folder, const Registration (&cases)[N]) {
+    for (const Registration &row : cases) {
+        if (row.function == nullptr) continue;
+        kiv_create_test_case(context, folder, row.name, row.description, row.function, row.mode);
+    }
+}
+
+static void add_connection_fixture(kiv_folder_t folder) {
+    kiv_add_fixture(folder, setup_bm_prm_conn, teardown_bm_prm_conn);
+}
+
+// A top-level folder whose cases run with the connection open.
+static kiv_folder_t create_connected_folder(kiv_context_t context, const char *name, const char *title) {
+    const kiv_folder_t folder = kiv_create_test_folder(context, nullptr, name, title);
+    add_connection_fixture(folder);
+    return folder;
+}
+
+static void register_span(kiv_context_t context) {
+    const kiv_folder_t span = create_connected_folder(context, "span", "SPAN");
+
+    const kiv_folder_t manual = kiv_create_test_folder(context, span, "manual", "manual test cases");
+    register_cases(context, manual, kSpanManualCases);
+
+    const kiv_folder_t session =
+        kiv_create_test_folder(context, span, "session", "PRM KIV SPAN session oper");
+    kiv_add_fixture(session, prm_kiv_span_enable, prm_kiv_span_disable);
+    register_cases(context, session, kSpanSessionCases);
+
+    const kiv_folder_t port = kiv_create_test_folder(context, span, "port", "PRM KIV SPAN port oper");
+    kiv_add_fixture(port, prm_kiv_span_all_sessions_create, prm_kiv_span_all_sessions_destroy);
+    register_cases(context, port, kSpanPortCases);
+
+    const kiv_folder_t misc = kiv_create_test_folder(context, span, "misc", "PRM KIV SPAN misc");
+    kiv_add_fixture(misc, prm_kiv_span_enable, prm_kiv_span_disable);
+    register_cases(context, misc, kSpanMiscCases);
+}
+
+static void register_acl(kiv_context_t context, kiv_folder_t folder) {
+    register_cases(context, folder, kAclCases);
+}
+
+static void register_qos(kiv_context_t context, kiv_folder_t folder) {
+    register_cases(context, folder, kQosCases);
+}
+
+void prm_kiv_register(kiv_context_t context) {
+    const kiv_folder_t general = kiv_create_test_folder(context, nullptr, "prm-kiv", "PRM KIV");
+    const kiv_folder_t bundle = kiv_create_test_folder(context, nullptr, "prm-kiv-bdl", "PRM KIV BDL");
+    const kiv_folder_t l2_bundle =
+        kiv_create_test_folder(context, nullptr, "prm-kiv-l2-bdl", "PRM KIV L2 BDL");
+    const kiv_folder_t l3_bundle =
+        kiv_create_test_folder(context, nullptr, "prm-kiv-l3-bdl", "PRM KIV L3 BDL");
+    const kiv_folder_t subif = kiv_create_test_folder(context, nullptr, "prm-kiv-subif", "PRM KIV SUBIF");
+    const kiv_folder_t l2_subif =
+        kiv_create_test_folder(context, nullptr, "prm-kiv-l2subif", "PRM KIV L2 SUBIF");
+
+    add_connection_fixture(general);
+    add_connection_fixture(bundle);
+    add_connection_fixture(subif);
+    add_connection_fixture(l2_subif);
+    add_connection_fixture(l2_bundle);
+    add_connection_fixture(l3_bundle);
+
+    register_cases(context, l2_bundle, kL2BundleCases);
+    register_cases(context, l3_bundle, kL3BundleCases);
+    register_cases(context, bundle, kBundleCases);
+    register_cases(context, subif, kSubInterfaceCases);
+    register_cases(context, l2_subif, kL2SubInterfaceCases);
+    register_cases(context, general, kGeneralCases);
+
+    register_cases(context, create_connected_folder(context, "prm-lpts", "PRM LPTS"), kLptsCases);
+    register_cases(context, general, kGeneralLabelCases);
+    register_cases(context, create_connected_folder(context, "prm-kiv-l2", "PRM KIV L2"), kL2Cases);
+    register_cases(context, create_connected_folder(context, "prm-kiv-l2-vpls", "PRM KIV L2 VPLS"),
+                   kVplsCases);
+    register_cases(context, create_connected_folder(context, "prm-kiv-vxlan", "PRM KIV VXLAN"), kVxlanCases);
+    register_cases(context, create_connected_folder(context, "prm-kiv-bvi", "PRM KIV BVI"), kBviCases);
+    register_span(context);
+    register_acl(context, create_connected_folder(context, "acl", "ACL Testcases"));
+    register_qos(context, create_connected_folder(context, "qos", "QOS Testcases"));
+}
