@@ -243,15 +243,18 @@ TEST_F(ReadersTest, SubInterfaceReaderWithoutTheFlagLeavesTheInterfaceFileAlone)
 }
 
 TEST_F(ReadersTest, InterfaceFileStoresOneByteALineAndPrintsEveryField) {
-    flash_file(kInput, "INTF_NAME:Gi0,NP_PORT:300,MAIN_IFH:8000088\nMAIN_IFH:80000c8,NP_PORT:2,INTF_NAME:Gi1\n");
+    flash_file(kInput,
+               "INTF_NAME:Gi0,NP_PORT:300,MAIN_IFH:8000088\nMAIN_IFH:80000c8,NP_PORT:2,INTF_NAME:Gi1\n");
     flash_file(kTcsInput, kFourSubInterfaces);
     port.number[1] = 0xABCD;
     read_subifs(1);
     EXPECT_THAT(port.byte, ElementsAre(44, 2, 0xCD, 0xAB));  // 300 wraps; the second element stays
     EXPECT_THAT(parent_ifh, ElementsAre(0x8000088u, 0x80000C8u));
     EXPECT_EQ(printed(),
-              " token = INTF_NAME, value = Gi0\n token = NP_PORT, value = 300\n token = MAIN_IFH, value = 8000088\n\n"
-              " token = MAIN_IFH, value = 80000c8\n token = NP_PORT, value = 2\n token = INTF_NAME, value = Gi1\n\n");
+              " token = INTF_NAME, value = Gi0\n token = NP_PORT, value = 300\n token = MAIN_IFH, value = "
+              "8000088\n\n"
+              " token = MAIN_IFH, value = 80000c8\n token = NP_PORT, value = 2\n token = INTF_NAME, value = "
+              "Gi1\n\n");
 }
 
 TEST_F(ReadersTest, MissingInterfaceFileDoesNotKeepTheParametersFromBeingRead) {
@@ -343,7 +346,9 @@ TEST_F(ReadersTest, OtherDelimiters) {
     EXPECT_THAT(read_line("a,b;c\n", ";").tokens, ElementsAre("a,b", "c"));
 }
 
-TEST_F(ReadersTest, EndOfInputReturnsZero) { EXPECT_EQ(read_line("").result, 0); }
+TEST_F(ReadersTest, EndOfInputReturnsZero) {
+    EXPECT_EQ(read_line("").result, 0);
+}
 
 TEST_F(ReadersTest, BlankLinesReturnMinusOne) {
     EXPECT_EQ(read_line("\n").result, -1);

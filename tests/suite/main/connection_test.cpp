@@ -27,14 +27,14 @@ class ConnectionTest : public SuiteTest {
 
 TEST_F(ConnectionTest, SetUpOpensRegistersAndNamesAndPrintsOneLine) {
     EXPECT_EQ(run(setup_bm_prm_conn), 1);
-    EXPECT_THAT(transcript(), ElementsAre("call event_manager_create(0, 0, 0xe, 0)",
-                                          "call prm_mgr_open(evm, 0, \"zor_kiv_client\", handler, 7, 0, &0)",
-                                          "print \"Connection to PRM opened\\n\"",
-                                          "call prm_srh_register(&0, 1, evm, handler)",
-                                          success("zor_prm_register", 65),
-                                          "call prm_srh_set_name(async, \"zor_kiv_client\")",
-                                          success("zor_prm_register", 68), success("zor_bind_prm", 86),
-                                          success("setup_bm_prm_conn", 101)));
+    EXPECT_THAT(
+        transcript(),
+        ElementsAre("call event_manager_create(0, 0, 0xe, 0)",
+                    "call prm_mgr_open(evm, 0, \"zor_kiv_client\", handler, 7, 0, &0)",
+                    "print \"Connection to PRM opened\\n\"", "call prm_srh_register(&0, 1, evm, handler)",
+                    success("zor_prm_register", 65), "call prm_srh_set_name(async, \"zor_kiv_client\")",
+                    success("zor_prm_register", 68), success("zor_bind_prm", 86),
+                    success("setup_bm_prm_conn", 101)));
     EXPECT_EQ(zor_kiv_evm, standin::kEvm);
     EXPECT_EQ(prm_mgr_handle, standin::kMgr);
     EXPECT_EQ(prm_async_handle, standin::kAsync);
@@ -55,33 +55,34 @@ TEST_F(ConnectionTest, SetUpGivesTheTwoEmptyHandlers) {
 TEST_F(ConnectionTest, FailedOpenIsReportedTwiceAndRegistersNothing) {
     on("prm_mgr_open").returns(0x99);
     EXPECT_EQ(run(setup_bm_prm_conn), 0);
-    EXPECT_THAT(transcript(), ElementsAre("call event_manager_create(0, 0, 0xe, 0)",
-                                          "call prm_mgr_open(evm, 0, \"zor_kiv_client\", handler, 7, 0, &0)",
-                                          failure(0x99, "zor_bind_prm", 86),
-                                          failure(0x99, "setup_bm_prm_conn", 101)));
+    EXPECT_THAT(transcript(),
+                ElementsAre("call event_manager_create(0, 0, 0xe, 0)",
+                            "call prm_mgr_open(evm, 0, \"zor_kiv_client\", handler, 7, 0, &0)",
+                            failure(0x99, "zor_bind_prm", 86), failure(0x99, "setup_bm_prm_conn", 101)));
     EXPECT_EQ(zor_kiv_evm, standin::kEvm);
 }
 
 TEST_F(ConnectionTest, FailedRegistrationIsOnlyReportedAndTheClientIsNamedAllTheSame) {
     on("prm_srh_register").returns(0x77);
     EXPECT_EQ(run(setup_bm_prm_conn), 1);
-    EXPECT_THAT(transcript(),
-                ElementsAre("call event_manager_create(0, 0, 0xe, 0)",
-                            "call prm_mgr_open(evm, 0, \"zor_kiv_client\", handler, 7, 0, &0)",
-                            "print \"Connection to PRM opened\\n\"", "call prm_srh_register(&0, 1, evm, handler)",
-                            failure(0x77, "zor_prm_register", 65), "call prm_srh_set_name(0, \"zor_kiv_client\")",
-                            success("zor_prm_register", 68), success("zor_bind_prm", 86),
-                            success("setup_bm_prm_conn", 101)));
+    EXPECT_THAT(
+        transcript(),
+        ElementsAre("call event_manager_create(0, 0, 0xe, 0)",
+                    "call prm_mgr_open(evm, 0, \"zor_kiv_client\", handler, 7, 0, &0)",
+                    "print \"Connection to PRM opened\\n\"", "call prm_srh_register(&0, 1, evm, handler)",
+                    failure(0x77, "zor_prm_register", 65), "call prm_srh_set_name(0, \"zor_kiv_client\")",
+                    success("zor_prm_register", 68), success("zor_bind_prm", 86),
+                    success("setup_bm_prm_conn", 101)));
 }
 
 TEST_F(ConnectionTest, FailedNamingIsReportedThreeTimes) {
     on("prm_srh_set_name").returns(0x55);
     EXPECT_EQ(run(setup_bm_prm_conn), 0);
     EXPECT_THAT(standin::checks().size(), 4u);
-    EXPECT_THAT(transcript(), testing::IsSupersetOf({success("zor_prm_register", 65),
-                                                     failure(0x55, "zor_prm_register", 68),
-                                                     failure(0x55, "zor_bind_prm", 86),
-                                                     failure(0x55, "setup_bm_prm_conn", 101)}));
+    EXPECT_THAT(
+        transcript(),
+        testing::IsSupersetOf({success("zor_prm_register", 65), failure(0x55, "zor_prm_register", 68),
+                               failure(0x55, "zor_bind_prm", 86), failure(0x55, "setup_bm_prm_conn", 101)}));
 }
 
 TEST_F(ConnectionTest, EventManagerThatCannotBeHadIsNotChecked) {
@@ -95,9 +96,9 @@ TEST_F(ConnectionTest, TearDownUnregistersClosesAndDestroys) {
     SuiteTest::SetUp();
     EXPECT_EQ(run(teardown_bm_prm_conn), 1);
     EXPECT_THAT(transcript(),
-                ElementsAre("call prm_srh_unregister(\"zor_kiv_client\", 0)", success("teardown_bm_prm_conn", 109),
-                            "call prm_mgr_close(mgr)", success("teardown_bm_prm_conn", 111),
-                            "call event_manager_destroy(&evm)"));
+                ElementsAre("call prm_srh_unregister(\"zor_kiv_client\", 0)",
+                            success("teardown_bm_prm_conn", 109), "call prm_mgr_close(mgr)",
+                            success("teardown_bm_prm_conn", 111), "call event_manager_destroy(&evm)"));
     EXPECT_EQ(zor_kiv_evm, nullptr);
 }
 
@@ -106,10 +107,10 @@ TEST_F(ConnectionTest, TearDownGoesThroughAllStepsWhenTheFirstTwoFail) {
     on("prm_srh_unregister").returns(3);
     on("prm_mgr_close").returns(4);
     EXPECT_EQ(run(teardown_bm_prm_conn), 0);
-    EXPECT_THAT(transcript(), ElementsAre("call prm_srh_unregister(\"zor_kiv_client\", 0)",
-                                          failure(3, "teardown_bm_prm_conn", 109), "call prm_mgr_close(mgr)",
-                                          failure(4, "teardown_bm_prm_conn", 111),
-                                          "call event_manager_destroy(&evm)"));
+    EXPECT_THAT(transcript(),
+                ElementsAre("call prm_srh_unregister(\"zor_kiv_client\", 0)",
+                            failure(3, "teardown_bm_prm_conn", 109), "call prm_mgr_close(mgr)",
+                            failure(4, "teardown_bm_prm_conn", 111), "call event_manager_destroy(&evm)"));
 }
 
 TEST_F(ConnectionTest, TearDownAfterAFailedOpenClosesWhatTheHandleHolds) {
