@@ -48,6 +48,17 @@ char if_name[2][PRM_KIV_IF_NAME_SIZE];
 
 // --- Files ---
 
+// Keeps a name of up to 30 characters in its slot. One of just 30 is ended by the slot behind it, if there is
+// one, as the slots stand side by side; of a longer one the rest is lost.
+static void store_name(int line, const char *name) {
+    char *const slot = if_name[line];
+    char *const end = if_name[0] + sizeof if_name;
+    size_t length = strlen(name);
+    if (length > PRM_KIV_IF_NAME_SIZE) length = PRM_KIV_IF_NAME_SIZE;
+    memcpy(slot, name, length);
+    if (slot + length < end) slot[length] = '\0';
+}
+
 // Takes field i of line `line` of the input file.
 static void take_site_field(int i, int line) {
     if (prm_kiv_input_is(i, "IFH")) {
@@ -60,9 +71,8 @@ static void take_site_field(int i, int line) {
         printf("uidb = %d\n", static_cast<int>(uidb[line]));
     } else if (prm_kiv_input_is(i, "INTF_NAME")) {
         token_ifname = value[i];
-        // A name that is too long is cut: the slots stand side by side.
-        snprintf(if_name[line], sizeof if_name[line], "%s", value[i]);
-        printf("interface = %s\n", if_name[line]);
+        store_name(line, value[i]);
+        printf("interface = %s\n", value[i]);
     } else if (prm_kiv_input_is(i, "NP_PORT")) {
         token_nport = value[i];
         np_port[line] = static_cast<u32>(prm_kiv_input_number(i, 10));
