@@ -106,7 +106,8 @@ struct Summary {
     uint64_t checks = 0;
     uint64_t failed_checks = 0;
     bool interrupted = false;
-    std::string stopped_because;  // fail-fast, interrupted, --on-crash stop; else empty
+    std::string stopped_because;     // fail-fast, interrupted, --on-crash stop; else empty
+    std::vector<std::string> notes;  // lines of observers and of the supervision, in order
 };
 
 // Told what happens, in order, from the process that keeps the results. Every call returns quickly.
