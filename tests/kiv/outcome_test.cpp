@@ -19,8 +19,8 @@ TEST(Outcome, MarkersAreReadAtTheBegin) {
     EXPECT_EQ(kiv::outcome_of("SUCCESS: Tx Adj add . "), Outcome::success);
     EXPECT_EQ(kiv::outcome_of("Success in ACL Create \n"), Outcome::success);
     EXPECT_EQ(kiv::outcome_of("Success while sending invalid opcode"), Outcome::success);
-    for (const char *text : {"", "no ERROR: here", "ERROR", "Failed to read", "Success", "FAILURE in", " ERROR: x",
-                             "two words: Failure in it"})
+    for (const char *text : {"", "no ERROR: here", "ERROR", "Failed to read", "Success", "FAILURE in",
+                             " ERROR: x", "two words: Failure in it"})
         EXPECT_EQ(kiv::outcome_of(text), Outcome::none) << text;
 }
 
