@@ -70,7 +70,7 @@ TEST(Nearest, CountsInsertedRemovedReplacedAndSwapped) {
 }
 
 TEST(Nearest, NamesTheBestFirstAndOnlyNearOnes) {
-    kiv::Nearest nearest("destory");
+    kiv::Nearest nearest("destroyd");
     for (const char *name : {"create", "destroy", "destroyed", "insert"}) nearest.offer(name);
     EXPECT_THAT(nearest.names(), ElementsAre("destroy", "destroyed"));
     EXPECT_EQ(nearest.question(), "; did you mean destroy or destroyed?");
