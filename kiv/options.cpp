@@ -13,17 +13,20 @@ namespace kiv {
 namespace {
 
 constexpr const char *kIntroduction =
-    R"(Runs test cases, each in its folder's set-up and tear-down, and reports what came of them.
+    R"(Runs test cases, each in its folder's set-up and tear-down, and reports what
+came of them.
 
 SELECTOR names what runs, in the order given:
   folder               a folder with everything below it
   folder/sub           the same for a sub-folder
   folder/case          one case; case#2 is the second of that name
-  'folder/*_add'       a pattern (* ? []), matched against whole selectors; * runs
-                       over slashes too
+  'folder/*_add'       a pattern (* ? []), matched against whole selectors; *
+                       runs over slashes too
   -SELECTOR            leaves those out, wherever it stands
-Without selectors the site's plan runs, or else every automatic case. Manual cases
-run when a selector or a plan names them, their folder, or a pattern that matches.)";
+Without selectors the site's plan runs, or else every automatic case. Manual
+cases run when a selector or a plan names them, their folder, or a pattern that
+matches.
+)";
 
 constexpr const char *kExamples =
     R"(Examples:
@@ -34,9 +37,9 @@ constexpr const char *kExamples =
   %s --json run.json --junit run.xml --timeout 60
 
 The exit status tells nothing of the results: `kivctl gate run.json` does.
-A word that begins with one dash and is none of -h -v -q -l excludes; so does every
-word that begins with a dash after "--". NO_COLOR, KIV_SITE and the variables of the
-Bazel test protocol are honoured.)";
+A word that begins with one dash and is none of -h -v -q -l excludes; so does
+every word that begins with a dash after "--". NO_COLOR, KIV_SITE and the
+variables of the Bazel test protocol are honoured.)";
 
 std::string examples(const std::string &program) {
     std::string text = kExamples;
@@ -92,8 +95,9 @@ Parsed parse_options(int argc, char **argv, CLI::App &app, Options *options) {
     bool list = false, list_json = false, list_folders = false, version = false;
 
     const char *group = "Which cases";
-    app.add_option("--plan", plans,
-                   "Selectors from a file, one a line, # comments; before those\nof the command line")
+    app.add_option(
+           "--plan", plans,
+           "Selectors from a file, one a line, # comments; they come\nbefore those of the command line")
         ->type_name("FILE")
         ->group(group)
         ->expected(1)
@@ -104,8 +108,7 @@ Parsed parse_options(int argc, char **argv, CLI::App &app, Options *options) {
         ->group(group)
         ->expected(1)
         ->take_all();
-    app.add_option("--rerun-failed", options->rerun_failed,
-                   "What did not pass in the event stream of an earlier run")
+    app.add_option("--rerun-failed", options->rerun_failed, "What did not pass, by the event stream of a run")
         ->type_name("FILE")
         ->group(group);
     app.add_option("--shard", shard, "The I-th of N parts, whole folders each")
@@ -142,7 +145,7 @@ Parsed parse_options(int argc, char **argv, CLI::App &app, Options *options) {
         ->type_name("WHERE")
         ->check(CLI::IsMember({"next-folder", "next-case", "stop"}).description(""))
         ->group(group);
-    app.add_flag("--no-fork", options->no_fork, "Run in this process, for debuggers: a crash ends the run")
+    app.add_flag("--no-fork", options->no_fork, "Run in this process, for debuggers: a crash ends it")
         ->group(group);
 
     group = "Where";
@@ -167,7 +170,7 @@ Parsed parse_options(int argc, char **argv, CLI::App &app, Options *options) {
         ->check(CLI::IsMember({"auto", "always", "never"}).description(""))
         ->group(group);
     app.add_option("--output-limit", options->output_limit,
-                   "KiB of a case's output kept in the results; more goes to a\nfile [1024]")
+                   "KiB of a case's output kept in the results; more goes\nto a file [1024]")
         ->type_name("KIB")
         ->check(CLI::Range(1, 1 << 20).description(""))
         ->group(group);
