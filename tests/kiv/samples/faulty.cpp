@@ -1,5 +1,5 @@
-// Cases that bring their worker down or misbehave in every way we know; each folder has a case before, the fault, and
-// one after.
+// Cases that bring their worker down or misbehave in every way we know; each folder has a case before, the
+// fault, and one after.
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -17,7 +17,9 @@
 
 static const char kFile[] = "tests/kiv/samples/faulty";
 
-static int fine() { return kiv_jyx_check_cerrno_(0, 0, "CERR_SUCCESS", kFile, __func__, 21); }
+static int fine() {
+    return kiv_jyx_check_cerrno_(0, 0, "CERR_SUCCESS", kFile, __func__, 21);
+}
 
 static int aborts() {
     kiv_printf("last words");
@@ -36,9 +38,13 @@ static int leaves() {
     exit(3);
 }
 
-static int leaves_at_once() { _exit(0); }
+static int leaves_at_once() {
+    _exit(0);
+}
 
-static int throws() { throw std::runtime_error("nobody catches this"); }
+static int throws() {
+    throw std::runtime_error("nobody catches this");
+}
 
 static int hangs() {
     kiv_printf("waiting\n");
@@ -117,9 +123,9 @@ static int forks() {
     return fine();
 }
 
-static int child_goes_on_running_cases() {
-    // A child that returns as if it were the worker: it must not run the rest of the suite a second time.
-    if (fork() == 0) _exit(0);
+// The child returns as if it were the worker: it must not run the rest of the suite a second time.
+static int child_goes_on() {
+    fork();
     return fine();
 }
 
@@ -157,10 +163,12 @@ static int exhausts_memory() {
 static int overflows_the_stack(int depth) {
     volatile char block[4096];
     block[0] = static_cast<char>(depth);
-    return overflows_the_stack(depth + 1) + block[0];
+    return depth < 0 ? 0 : overflows_the_stack(depth + 1) + block[0];
 }
 
-static int recurses() { return overflows_the_stack(0); }
+static int recurses() {
+    return overflows_the_stack(0);
+}
 
 static int prints_from_threads() {
     std::thread threads[4];
@@ -172,7 +180,9 @@ static int prints_from_threads() {
     return fine();
 }
 
-static int aborting() { abort(); }
+static int aborting() {
+    abort();
+}
 
 static int record_tear_down() {
     kiv_printf("torn down\n");
@@ -199,7 +209,7 @@ int main(int argc, char **argv) {
         {"closes_descriptors", closes_descriptors},
         {"closes_streams", closes_streams},
         {"forks", forks},
-        {"child_goes_on", child_goes_on_running_cases},
+        {"child_goes_on", child_goes_on},
         {"leaves_children", leaves_children},
         {"runs_a_program", runs_a_program},
         {"exhausts_memory", exhausts_memory},
@@ -220,7 +230,8 @@ int main(int argc, char **argv) {
     kiv_create_test_case(context, set_up, "never", "Is not reached", fine, KIV_MODE_AUTOMATIC);
     kiv_folder_t below = kiv_create_test_folder(context, set_up, "below", "Below it");
     kiv_create_test_case(context, below, "never", "Is not reached either", fine, KIV_MODE_AUTOMATIC);
-    kiv_folder_t tear_down = kiv_create_test_folder(context, nullptr, "dying_tear_down", "Dies in its tear-down");
+    kiv_folder_t tear_down =
+        kiv_create_test_folder(context, nullptr, "dying_tear_down", "Dies in its tear-down");
     kiv_add_fixture(tear_down, fine, aborting);
     kiv_create_test_case(context, tear_down, "passes", "Is kept", fine, KIV_MODE_AUTOMATIC);
     kiv_folder_t last = kiv_create_test_folder(context, nullptr, "last", "Nothing wrong");
