@@ -2,6 +2,7 @@
 #include "process.h"
 
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -43,6 +44,7 @@ Process::Process(const std::string &sample, const std::vector<std::string> &argu
     argv.push_back(nullptr);
     int in[2], out[2];
     if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+    prctl(PR_SET_CHILD_SUBREAPER, 1);  // what a killed run leaves comes to us
     pid_ = fork();
     if (pid_ == 0) {
         setpgid(0, 0);
@@ -131,7 +133,11 @@ bool process_exists(pid_t process) {
 }
 
 bool group_is_gone(pid_t group) {
-    for (int i = 0; i < 500 && group_exists(group); ++i) usleep(10000);
+    for (int i = 0; i < 500 && group_exists(group); ++i) {
+        while (waitpid(-group, nullptr, WNOHANG) > 0) {
+        }
+        usleep(1000);
+    }
     return !group_exists(group);
 }
 
