@@ -298,6 +298,10 @@ struct VplsCase {
     std::vector<std::pair<std::string, int>> checked;  // operation and the line of its check, in order
 };
 
+void PrintTo(const VplsCase &vpls_case, std::ostream *out) {
+    *out << vpls_case.name;
+}
+
 class VplsCaseTest : public VplsTest, public testing::WithParamInterface<VplsCase> {};
 
 // The file is read again by every case; a failing call is reported by its check alone and stops nothing.
