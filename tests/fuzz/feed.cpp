@@ -9,18 +9,11 @@
 #include "platform.h"
 #include "prm_kiv_bvi.h"
 #include "prm_kiv_input.h"
+#include "prm_kiv_span.h"
+#include "prm_kiv_tx_adj.h"
 #include "prm_kiv_vpls.h"
 #include "prm_kiv_vxlan.h"
-
-// Readers of areas that a build may not have yet: weak, and left out where they are missing.
-extern "C" {
-__attribute__((weak)) void kiv_util_read_xconnect_uidbs(void);
-__attribute__((weak)) void kiv_util_read_xconnect_subifs(void);
-__attribute__((weak)) void kiv_util_read_xconnect_rewrites(void);
-__attribute__((weak)) int tc_kiv_tx_adj_add(void);
-__attribute__((weak)) int tc_kiv_tx_adj_del_all(void);
-__attribute__((weak)) int kiv_span_read_input(u32 *ifh, int *direction, u32 *session);
-}
+#include "prm_kiv_xconnect.h"
 
 namespace {
 
@@ -66,7 +59,6 @@ void read_lines(int size) {
 }
 
 void read_span() {
-    if (kiv_span_read_input == nullptr) return;
     u32 handle = 0, session = 0;
     int direction = 0;
     while (std::feof(stdin) == 0) {
@@ -85,11 +77,22 @@ void run_case() {
     require(Case() == 0, "a case that reads to the end of input returns 0");
 }
 
+// A mirroring case reads a fixed number of lines and returns its last check.
+template <kiv_function_t Case>
+void run_span_case() {
+    Case();
+}
+
 void (*const kStandardInputReaders[])() = {
     read_lines_of<KIV_STDIN_LINE_SIZE>,
     read_lines_of<2>,
     read_lines_of<17>,
     read_span,
+    run_span_case<prm_kiv_span_port_add>,
+    run_span_case<prm_kiv_span_port_delete>,
+    run_span_case<prm_kiv_span_port_add_delete>,
+    run_span_case<prm_kiv_span_port_add_delete_invalid_dir>,
+    run_span_case<prm_kiv_span_session_destroy_when_port_present>,
     run_case<tc_kiv_vxlan_bd_add>,
     run_case<tc_kiv_vxlan_bd_del>,
     run_case<tc_kiv_vxlan_ac_bind>,
@@ -122,11 +125,11 @@ void feed_flash_readers(const uint8_t *bytes, size_t size) {
     run(kiv_util_read_bd_params);
     require(tokens <= KIV_MAX_FIELDS, "a line has at most ten items");
     run(kiv_util_read_bvi_input);
-    if (kiv_util_read_xconnect_uidbs != nullptr) run(kiv_util_read_xconnect_uidbs);
-    if (kiv_util_read_xconnect_subifs != nullptr) run(kiv_util_read_xconnect_subifs);
-    if (kiv_util_read_xconnect_rewrites != nullptr) run(kiv_util_read_xconnect_rewrites);
-    if (tc_kiv_tx_adj_add != nullptr) run(tc_kiv_tx_adj_add);
-    if (tc_kiv_tx_adj_del_all != nullptr) run(tc_kiv_tx_adj_del_all);
+    run(kiv_util_read_xconnect_uidbs);
+    run(kiv_util_read_xconnect_subifs);
+    run(kiv_util_read_xconnect_rewrites);
+    run(tc_kiv_tx_adj_add);
+    run(tc_kiv_tx_adj_del_all);
     set_flash(nullptr, 0);
 }
 

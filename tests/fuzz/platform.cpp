@@ -94,11 +94,3 @@ FILE *__wrap_fopen(const char *path, const char *mode) {
 }
 
 }  // extern "C"
-
-// Areas that other parts of the suite read through, until they are there: weak, so that theirs win.
-__attribute__((weak)) u32 ifh[2];
-__attribute__((weak)) u32 uidb[2];
-extern "C" __attribute__((weak)) prm_status_t kiv_util_get_bvi_uidb(u32 *bvi_index) {
-    *bvi_index = 0;
-    return 0;
-}

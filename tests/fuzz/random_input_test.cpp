@@ -100,7 +100,7 @@ TEST(RandomInputTest, StandardInputReaders) {
     InputMaker maker(2);
     for (int i = 0; i < 3000; ++i) {
         std::vector<uint8_t> input = maker.make();
-        input.insert(input.begin(), static_cast<uint8_t>(maker.below(24)));
+        input.insert(input.begin(), static_cast<uint8_t>(maker.below(30)));
         feed_standard_input(input.data(), input.size());
     }
 }

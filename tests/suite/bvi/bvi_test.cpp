@@ -5,6 +5,7 @@
 
 #include "platform_info.h"
 #include "prm_kiv_input.h"
+#include "prm_kiv_tx_adj.h"
 #include "prm_kiv_vpls.h"
 #include "suite_test.h"
 

@@ -2,6 +2,7 @@
 #include "prm_kiv_vpls.h"
 
 #include "prm_kiv_input.h"
+#include "prm_kiv_tx_adj.h"
 #include "suite_test.h"
 
 namespace {
