@@ -65,6 +65,16 @@ class Script {
         condition(false, "kiv_fail()", function, line, "Memory allocation failed");
     }
 
+    // What another area's step does, which its own tests pin down: its lines, its calls counted.
+    void include(const std::vector<std::string> &lines) {
+        for (const std::string &line : lines) {
+            if (line.rfind("call ", 0) == 0) ++calls_;
+            lines_.push_back(line);
+        }
+    }
+    // Which call from here on fails; 0 or less when none of them does.
+    int calls_until_failure() const { return failing_call_ - calls_; }
+
     const std::vector<std::string> &lines() const { return lines_; }
     int calls() const { return calls_; }
 
