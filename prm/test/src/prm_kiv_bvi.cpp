@@ -8,11 +8,10 @@
 
 #include "prm_kiv_check.h"
 #include "prm_kiv_input.h"
+#include "prm_kiv_subif.h"
+#include "prm_kiv_tx_adj.h"
 #include "prm_kiv_uidb.h"
 #include "prm_kiv_vpls.h"
-
-// Of the sub-interface area: the BVI's uidb on this card, or a status other than 0.
-extern "C" prm_status_t kiv_util_get_bvi_uidb(u32 *uidb);
 
 static const char kFile[] = "prm/test/src/prm_kiv_bvi";
 
@@ -69,9 +68,7 @@ prm_status_t prm_kiv_util_bvi_interface_feature_set(int which) {
     message_t *const message = static_cast<message_t *>(calloc(1, sizeof(message_t)));
     if (message == nullptr) {
         kiv_printf("Malloc Failed for uidb_client_data \n");
-        kiv_check__(0, 0, "kiv_fail()", kFile, "prm_kiv_util_bvi_interface_feature_set", 194,
-                    KIV_CHECK_FORMAT "Memory allocation failed");
-        abort();
+        kiv_fail_without_memory(kFile, "prm_kiv_util_bvi_interface_feature_set", 194);
     }
     message->head.if_handle = bvi_ifh;
     message->head.nr_features = 2;

@@ -51,8 +51,9 @@ char if_name[2][PRM_KIV_IF_NAME_SIZE];
 // Keeps a name of up to 30 characters in its slot. One of just 30 is ended by the slot behind it, if there is
 // one, as the slots stand side by side; of a longer one the rest is lost.
 static void store_name(int line, const char *name) {
-    char *const slot = if_name[line];
-    char *const end = if_name[0] + sizeof if_name;
+    char *const names = reinterpret_cast<char *>(&if_name);
+    char *const slot = names + static_cast<size_t>(line) * PRM_KIV_IF_NAME_SIZE;
+    char *const end = names + sizeof if_name;
     size_t length = strlen(name);
     if (length > PRM_KIV_IF_NAME_SIZE) length = PRM_KIV_IF_NAME_SIZE;
     memcpy(slot, name, length);
