@@ -97,7 +97,7 @@ Parsed parse_options(int argc, char **argv, CLI::App &app, Options *options) {
     const char *group = "Which cases";
     app.add_option(
            "--plan", plans,
-           "Selectors from a file, one a line, # comments; they come\nbefore those of the command line")
+           "Selectors from a file, one a line, # comments;\nthey come before those of the command line")
         ->type_name("FILE")
         ->group(group)
         ->expected(1)
