@@ -12,7 +12,7 @@
 enum wyk_hal_type : u32 {
     WYK_HAL_DEFAULT_QUEUE_ALLOCATE = 0,  // wyk_hal_default_queue, wyk_hal_default_queue_response
     WYK_HAL_PORT_SHAPER_CONFIGURE = 4,   // wyk_hal_port_shaper, wyk_hal_policy_response
-    WYK_HAL_PORT_SHAPER_REMOVE = 5,      // wyk_hal_release and its tail, response
+    WYK_HAL_PORT_SHAPER_REMOVE = 5,      // wyk_hal_port_shaper_removal, wyk_hal_policy_response
     WYK_HAL_TM_INFO = 9,                 // no request, wyk_hal_tm_info
     WYK_HAL_DEFAULT_QUEUE_RELEASE = 10,  // wyk_hal_default_queue, no response
 };
@@ -163,7 +163,7 @@ static inline u16 wyk_hal_policy_response_size(u32 n) {
     return static_cast<u16>(sizeof(wyk_hal_policy_response) + sizeof(wyk_hal_ids) * n);
 }
 
-// --- wyk_hal_wrapper_deallocate_nodes ----------------------------------------------------------------------
+// --- wyk_hal_wrapper_deallocate_nodes --------------------------------------------------------------------
 
 // Node release request: this head, then `count` nodes, then a word that is 0.
 struct PRM_PACKED wyk_hal_release {
@@ -242,8 +242,7 @@ struct PRM_PACKED wyk_hal_release_of {
 static_assert(sizeof(wyk_hal_release_of<1>) == 140, "ABI");
 static_assert(sizeof(wyk_hal_release_of<WYK_HAL_CLASSES>) == 504, "ABI");
 
-// --- wyk_hal_wrapper_get_result
-// ------------------------------------------------------------------------------
+// --- wyk_hal_wrapper_get_result --------------------------------------------------------------------------
 
 // Get-result request: this head, then `count` items. The response is eight bytes, then `count` wyk_hal_ids.
 struct PRM_PACKED wyk_hal_result_request {
@@ -293,8 +292,7 @@ static inline u16 wyk_hal_result_response_size(u32 n) {
     return static_cast<u16>(sizeof(wyk_hal_result_response) + sizeof(wyk_hal_ids) * n);
 }
 
-// --- wyk_hal_wrapper_get_config
-// ------------------------------------------------------------------------------
+// --- wyk_hal_wrapper_get_config --------------------------------------------------------------------------
 
 // Get-config request of the strict-priority classes of a port.
 struct PRM_PACKED wyk_hal_config_request {
@@ -328,8 +326,7 @@ struct PRM_PACKED wyk_hal_config_response {
 static_assert(sizeof(wyk_hal_config_response) == 4232, "ABI");
 static_assert(offsetof(wyk_hal_config_response, classes) == 8, "ABI");
 
-// --- wyk_hal_wrapper_get_stats, wyk_hal_wrapper_get_queue_depth
-// ----------------------------------------------
+// --- wyk_hal_wrapper_get_stats, wyk_hal_wrapper_get_queue_depth ------------------------------------------
 
 struct PRM_PACKED wyk_hal_stats_request {
     u32 count;  // 1
@@ -357,8 +354,7 @@ struct PRM_PACKED wyk_hal_queue_depth_request {
 static_assert(sizeof(wyk_hal_queue_depth_request) == 24, "ABI");
 static_assert(offsetof(wyk_hal_queue_depth_request, fid0) == 20, "ABI");
 
-// --- wyk_hal_wrapper_engine_op
-// -------------------------------------------------------------------------------
+// --- wyk_hal_wrapper_engine_op ---------------------------------------------------------------------------
 
 // Default queue of a port: allocation and release.
 struct PRM_PACKED wyk_hal_default_queue {
@@ -379,6 +375,13 @@ struct PRM_PACKED wyk_hal_port_shaper {
     u8 reserved0[448];
 };
 static_assert(sizeof(wyk_hal_port_shaper) == 448, "ABI");
+
+// Removal of a port's shaper: a release request without nodes of its own.
+struct PRM_PACKED wyk_hal_port_shaper_removal {
+    wyk_hal_release head;  // count 4, sent as is
+    u8 tail[WYK_HAL_RELEASE_TAIL];
+};
+static_assert(sizeof(wyk_hal_port_shaper_removal) == 88, "ABI");
 
 struct PRM_PACKED wyk_hal_tm_info {
     u8 reserved0[4184];

@@ -1,0 +1,393 @@
+// ACL: cases that program access-list entries into a TCAM, and those whose request is wrong on purpose.
+#include "prm_kiv_acl.h"
+
+#include <string.h>
+
+#include "prm_kiv_main.h"
+#include "prm_kiv_tcam.h"
+
+static const char kFile[] = "prm/test/src/prm_kiv_acl";
+
+enum : u16 { kFirstIndex = 0, kSecondIndex = 1, kClassId = 1 };
+
+// --- Steps. Each stores its check's result in *result; a case returns that of the last. ------------------
+
+// Takes a statistics id, which stays in *info.
+static prm_status_t acl_stats_create(prm_info *info, int *result) {
+    memset(info, 0, sizeof *info);
+    info->fea_id = PRM_TCAM_FEATURE_ACL;
+    info->opcode = PRM_TCAM_STATS_ALLOC;
+    const prm_status_t rc = zor_vop_prm_tcam_vmr_stats_alloc(prm_async_handle, info);
+    if (rc != PRM_ERROR_NONE)
+        kiv_printf("Failure in tc_kiv_acl_stats_create. rc = %s\n", cerr_strerror(rc));
+    else
+        kiv_printf("Success in ACL Stats Create %d \n", info->stats_id);
+    *result = prm_kiv_check_none(rc, kFile, "tc_kiv_acl_stats_create", __LINE__);
+    return rc;
+}
+
+static void acl_stats_destroy(u64 vmr_id, u32 stats_id, int *result) {
+    prm_info info;
+    memset(&info, 0, sizeof info);
+    info.fea_id = PRM_TCAM_FEATURE_ACL;
+    info.opcode = PRM_TCAM_STATS_DEALLOC;
+    info.stats_id = stats_id;
+    info.vmr_id = vmr_id;
+    const prm_status_t rc = zor_vop_prm_tcam_vmr_stats_dealloc(prm_async_handle, &info);
+    if (rc != PRM_ERROR_NONE)
+        kiv_printf("Failure in tc_kiv_acl_stats_destroy. rc = 0x%x\n", rc);
+    else
+        kiv_printf("Success in ACL Stats Destroy \n");
+    *result = prm_kiv_check_none(rc, kFile, "tc_kiv_acl_stats_destroy", __LINE__);
+}
+
+// What every entry has: the class, the addresses to the last bit, the statistics id.
+static void fill_entry(prm_info *info, const char *source, const char *destination, u32 stats_id) {
+    prm_tcam_key *const value = prm_kiv_tcam_value(info);
+    prm_tcam_key *const mask = prm_kiv_tcam_mask(info);
+    prm_tcam_set_class_id(value, kClassId);
+    value->src_ipv4 = prm_kiv_tcam_address(source);
+    mask->src_ipv4 = prm_kiv_tcam_address("255.255.255.255");
+    value->dst_ipv4 = prm_kiv_tcam_address(destination);
+    mask->dst_ipv4 = prm_kiv_tcam_address("255.255.255.255");
+
+    prm_tcam_acl_result *const entry = prm_kiv_tcam_acl_result(info);
+    entry->byte2 = 1;
+    entry->stats_id = stats_id;
+}
+
+// Creates a TCAM with the first entry from the record that holds the statistics id. The record comes back
+// with the handle and the key buffers, which are the caller's to release.
+static prm_status_t acl_create(prm_info *info, int *result) {
+    const u32 stats_id = info->stats_id;
+    tc_kiv_tcam_init_prm_info(info, info->fea_id, PRM_TCAM_CREATE, 0, kFirstIndex);
+    if (tc_kiv_tcam_allocate_and_offset_vmr(info) == PRM_KIV_TCAM_NO_MEMORY) return PRM_KIV_TCAM_NO_MEMORY;
+    fill_entry(info, "1.1.1.1", "2.2.2.2", stats_id);
+    prm_kiv_tcam_value(info)->ttl = 100;
+    prm_kiv_tcam_mask(info)->ttl = 255;
+
+    const prm_status_t rc = zor_vop_prm_tcam_vmr_create(prm_async_handle, info);
+    if (rc != PRM_ERROR_NONE)
+        kiv_printf("Failure in tc_kiv_acl_tcam_create. rc = 0x%x\n", rc);
+    else
+        kiv_printf("Success in ACL Create \n");
+    *result = prm_kiv_check_none(rc, kFile, "tc_kiv_tcam_create", __LINE__);
+    return rc;
+}
+
+// Inserts the second entry.
+static prm_status_t acl_insert(u64 vmr_id, u32 fea_id, u32 stats_id, int *result) {
+    prm_info info;
+    tc_kiv_tcam_init_prm_info(&info, fea_id, PRM_TCAM_INSERT, vmr_id, kSecondIndex);
+    if (tc_kiv_tcam_allocate_and_offset_vmr(&info) == PRM_KIV_TCAM_NO_MEMORY) return PRM_KIV_TCAM_NO_MEMORY;
+    fill_entry(&info, "3.3.3.3", "4.4.4.4", stats_id);
+
+    const prm_status_t rc = zor_vop_prm_tcam_vmr_insert(prm_async_handle, &info);
+    if (rc != PRM_ERROR_NONE)
+        kiv_printf("Failure in tc_kiv_acl_tcam_insert. rc = 0x%x\n", rc);
+    else
+        kiv_printf("Success in ACL Insert \n");
+    *result = prm_kiv_check_none(rc, kFile, "tc_kiv_acl_tcam_insert", __LINE__);
+    free_vmr(&info);
+    return rc;
+}
+
+// Deletes the second entry.
+static void acl_delete(u64 vmr_id, u32 fea_id, int *result) {
+    prm_info info;
+    tc_kiv_tcam_init_prm_info(&info, fea_id, PRM_TCAM_DELETE, vmr_id, kSecondIndex);
+    const prm_status_t rc = zor_vop_prm_tcam_vmr_delete(prm_async_handle, &info);
+    if (rc != PRM_ERROR_NONE)
+        kiv_printf("Failure in tc_kiv_acl_tcam_delete. rc = 0x%x\n", rc);
+    else
+        kiv_printf("Success in ACL Delete \n");
+    *result = prm_kiv_check_none(rc, kFile, "tc_kiv_acl_tcam_delete", __LINE__);
+}
+
+static void acl_destroy(u64 vmr_id, u32 fea_id, int *result) {
+    prm_info info;
+    tc_kiv_tcam_init_prm_info(&info, fea_id, PRM_TCAM_DESTROY, vmr_id, kFirstIndex);
+    const prm_status_t rc = zor_vop_prm_tcam_vmr_destroy(prm_async_handle, &info);
+    if (rc != PRM_ERROR_NONE)
+        kiv_printf("Failure in tc_kiv_acl_tcam_destroy. rc = 0x%x\n", rc);
+    else
+        kiv_printf("Success in ACL Destroy \n");
+    *result = prm_kiv_check_none(rc, kFile, "tc_kiv_acl_tcam_destroy", __LINE__);
+}
+
+// --- Positive cases --------------------------------------------------------------------------------------
+
+int tc_kiv_acl_tcam_create(void) {
+    prm_info info;
+    int result = 0;
+    if (acl_stats_create(&info, &result) != PRM_ERROR_NONE) return result;
+    const u32 stats_id = info.stats_id;
+    info.fea_id = PRM_TCAM_FEATURE_ACL;
+
+    if (acl_create(&info, &result) == PRM_ERROR_NONE) {
+        tc_kiv_tcam_verify(&info);
+        acl_destroy(info.vmr_id, PRM_TCAM_FEATURE_ACL, &result);
+        acl_stats_destroy(info.vmr_id, stats_id, &result);
+    }
+    free_vmr(&info);
+    return result;
+}
+
+int tc_kiv_acl_tcam_modify(void) {
+    prm_info info;
+    int result = 0;
+    if (acl_stats_create(&info, &result) != PRM_ERROR_NONE) return result;
+    const u32 stats_id = info.stats_id;
+    info.fea_id = PRM_TCAM_FEATURE_ACL;
+
+    if (acl_create(&info, &result) == PRM_ERROR_NONE) {
+        if (acl_insert(info.vmr_id, PRM_TCAM_FEATURE_ACL, stats_id, &result) == PRM_ERROR_NONE) {
+            tc_kiv_tcam_verify(&info);  // the insert must have left the first entry as it was
+            acl_delete(info.vmr_id, PRM_TCAM_FEATURE_ACL, &result);
+        }
+        acl_destroy(info.vmr_id, PRM_TCAM_FEATURE_ACL, &result);
+        acl_stats_destroy(info.vmr_id, stats_id, &result);
+    }
+    free_vmr(&info);
+    return result;
+}
+
+// --- Null request ----------------------------------------------------------------------------------------
+
+int tc_kiv_acl_tcam_null_prm_info_ptr(u32 opcode) {
+    static const prm_kiv_tcam_verdict kVerdict = {
+        kFile, "tc_kiv_acl_tcam_null_prm_info_ptr", PRM_ERROR_INVALID_ARG,
+        "Success while sending NULL prm_info ptr \n",
+        "Failure in tc_kiv_acl_tcam_null_prm_info_ptr. rc = 0x%x\n"};
+    const u32 supported =
+        PRM_KIV_TCAM_CREATE | PRM_KIV_TCAM_INSERT | PRM_KIV_TCAM_DELETE | PRM_KIV_TCAM_DESTROY;
+    return prm_kiv_tcam_judge(&kVerdict, prm_kiv_tcam_call(opcode, supported, nullptr));
+}
+
+int tc_kiv_acl_tcam_create_null_info_ptr(void) {
+    return tc_kiv_acl_tcam_null_prm_info_ptr(PRM_TCAM_CREATE);
+}
+int tc_kiv_acl_tcam_insert_null_info_ptr(void) {
+    return tc_kiv_acl_tcam_null_prm_info_ptr(PRM_TCAM_INSERT);
+}
+int tc_kiv_acl_tcam_delete_null_info_ptr(void) {
+    return tc_kiv_acl_tcam_null_prm_info_ptr(PRM_TCAM_DELETE);
+}
+int tc_kiv_acl_tcam_destroy_null_info_ptr(void) {
+    return tc_kiv_acl_tcam_null_prm_info_ptr(PRM_TCAM_DESTROY);
+}
+
+// --- Invalid TCAM handle ---------------------------------------------------------------------------------
+
+int tc_kiv_acl_tcam_invalid_vmr_id(u32 opcode) {
+    const prm_kiv_tcam_negative negative = {PRM_TCAM_FEATURE_ACL,
+                                            opcode,
+                                            kFirstIndex,
+                                            PRM_KIV_TCAM_INSERT | PRM_KIV_TCAM_DELETE | PRM_KIV_TCAM_DESTROY,
+                                            false,
+                                            nullptr,
+                                            {kFile, "tc_kiv_acl_tcam_invalid_vmr_id", PRM_ERROR_INVALID_ARG,
+                                             "Success while sending invalid vmr id \n",
+                                             "Failure in tc_kiv_acl_tcam_invalid_vmr_id. rc = 0x%x\n"}};
+    return prm_kiv_tcam_run_negative(&negative, 0);  // no TCAM has the handle 0
+}
+
+int tc_kiv_acl_tcam_insert_invalid_vmr_id(void) {
+    return tc_kiv_acl_tcam_invalid_vmr_id(PRM_TCAM_INSERT);
+}
+int tc_kiv_acl_tcam_delete_invalid_vmr_id(void) {
+    return tc_kiv_acl_tcam_invalid_vmr_id(PRM_TCAM_DELETE);
+}
+int tc_kiv_acl_tcam_destroy_invalid_vmr_id(void) {
+    return tc_kiv_acl_tcam_invalid_vmr_id(PRM_TCAM_DESTROY);
+}
+
+// --- Invalid feature id ----------------------------------------------------------------------------------
+
+int tc_kiv_acl_tcam_invalid_fea_id(u32 opcode) {
+    const prm_kiv_tcam_negative negative = {
+        PRM_TCAM_FEATURE_ACL,
+        opcode,
+        kFirstIndex,
+        PRM_KIV_TCAM_CREATE | PRM_KIV_TCAM_INSERT | PRM_KIV_TCAM_DELETE | PRM_KIV_TCAM_DESTROY,
+        false,
+        prm_kiv_tcam_spoil_fea_id,
+        {kFile, "tc_kiv_acl_tcam_invalid_fea_id", PRM_ERROR_INVALID_ARG,
+         "Success while sending invalid feature id \n",
+         "Failure in tc_kiv_acl_tcam_invalid_fea_id. rc = 0x%x\n"}};
+    const bool needs_tcam =
+        opcode == PRM_TCAM_INSERT || opcode == PRM_TCAM_DELETE || opcode == PRM_TCAM_DESTROY;
+    if (!needs_tcam) return prm_kiv_tcam_run_negative(&negative, 0);
+
+    prm_info created;
+    int result = 0;
+    if (acl_stats_create(&created, &result) != PRM_ERROR_NONE) return result;
+    const u32 stats_id = created.stats_id;
+    created.fea_id = PRM_TCAM_FEATURE_ACL;
+    const prm_status_t rc = acl_create(&created, &result);
+    free_vmr(&created);
+
+    prm_info spoiled;
+    memset(&spoiled, 0, sizeof spoiled);
+    u64 vmr_id = 0;
+    if (rc != PRM_ERROR_NONE) {
+        prm_kiv_tcam_judge(&negative.verdict, PRM_ERROR_NONE);  // nothing was sent
+    } else {
+        vmr_id = created.vmr_id;
+        prm_kiv_tcam_send_negative(&negative, vmr_id, &spoiled, &result);
+    }
+    acl_destroy(vmr_id, PRM_TCAM_FEATURE_ACL, &result);
+    // The statistics go back under the spoiled handle.
+    acl_stats_destroy(spoiled.vmr_id, stats_id, &result);
+    free_vmr(&spoiled);
+    return result;
+}
+
+int tc_kiv_acl_tcam_create_invalid_fea_id(void) {
+    return tc_kiv_acl_tcam_invalid_fea_id(PRM_TCAM_CREATE);
+}
+int tc_kiv_acl_tcam_insert_invalid_fea_id(void) {
+    return tc_kiv_acl_tcam_invalid_fea_id(PRM_TCAM_INSERT);
+}
+int tc_kiv_acl_tcam_delete_invalid_fea_id(void) {
+    return tc_kiv_acl_tcam_invalid_fea_id(PRM_TCAM_DELETE);
+}
+int tc_kiv_acl_tcam_destroy_invalid_fea_id(void) {
+    return tc_kiv_acl_tcam_invalid_fea_id(PRM_TCAM_DESTROY);
+}
+
+// --- One spoiled field -----------------------------------------------------------------------------------
+
+// A request that needs a TCAM with its first entry; the TCAM and the statistics go whatever the answer.
+static int run_on_tcam(const prm_kiv_tcam_negative *negative) {
+    prm_info created;
+    int result = 0;
+    if (acl_stats_create(&created, &result) != PRM_ERROR_NONE) return result;
+    const u32 stats_id = created.stats_id;
+    created.fea_id = PRM_TCAM_FEATURE_ACL;
+    const prm_status_t rc = acl_create(&created, &result);
+    free_vmr(&created);
+    if (rc != PRM_ERROR_NONE) return result;
+
+    const u64 vmr_id = created.vmr_id;
+    prm_info spoiled;
+    prm_kiv_tcam_send_negative(negative, vmr_id, &spoiled, &result);
+    acl_destroy(vmr_id, PRM_TCAM_FEATURE_ACL, &result);
+    acl_stats_destroy(vmr_id, stats_id, &result);
+    free_vmr(&spoiled);
+    return result;
+}
+
+// The cases' rows: the request and what is spoiled in it, the verdict and its lines. Some failure lines
+// differ from their case's name and stop; they are told as they are.
+// clang-format off
+static const prm_kiv_tcam_negative kSpoiled[] = {
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, true, prm_kiv_tcam_spoil_nr_entries,
+     {kFile, "tc_kiv_acl_tcam_create_null_vmr_ptr", PRM_ERROR_INVALID_ARG,
+      "Success while sending NULL value, mask, result ptr \n",
+      "Failure in tc_kiv_acl_tcam_create_null_vmr_ptr rc = 0x%x\n"}},
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, false, prm_kiv_tcam_spoil_port_num,
+     {kFile, "tc_kiv_acl_tcam_create_invalid_port_num", PRM_ERROR_INVALID_ARG,
+      "Success while sending invalid port numbers as %d \n",
+      "Failure in tc_kiv_acl_tcam_create_invalid_port_num. rc = 0x%x\n"}},
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, false, prm_kiv_tcam_spoil_value_mask_key_sz,
+     {kFile, "tc_kiv_acl_tcam_create_invalid_value_mask_key_sz", PRM_ERROR_INVALID_ARG,
+      "Success while sending invalid value & mask key size as 0 \n",
+      "Failure in tc_kiv_acl_tcam_create_invalid_value_mask_key_sz. rc = 0x%x\n"}},
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, false, prm_kiv_tcam_spoil_result_key_sz,
+     {kFile, "tc_kiv_acl_tcam_create_invalid_result_key_sz", PRM_ERROR_INVALID_ARG,
+      "Success while sending invalid result key size as 0 \n",
+      "Failure in tc_kiv_acl_tcam_create_invalid_result_key_sz. rc = 0x%x\n"}},
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, false, prm_kiv_tcam_spoil_nr_entries,
+     {kFile, "tc_kiv_acl_tcam_create_invalid_nr_entries", PRM_ERROR_INVALID_ARG,
+      "Success while sending invalid number of ace entries as 0 \n",
+      "Failure in  tc_kiv_acl_tcam_create_invalid_nr_entries. rc = 0x%x\n"}},
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, false, prm_kiv_tcam_spoil_opcode,
+     {kFile, "tc_kiv_acl_tcam_create_invalid_opcode", PRM_ERROR_INVALID_MSG,
+      "Success while sending invalid operation code \n",
+      "Failure in tc_kiv_acl_tcam_create_invalid_opcode. rc = 0x%x\n"}},
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_INSERT, kSecondIndex, PRM_KIV_TCAM_INSERT, true, prm_kiv_tcam_spoil_nr_entries,
+     {kFile, "tc_kiv_acl_tcam_insert_null_vmr_ptr", PRM_ERROR_INVALID_ARG,
+      "Success while sending NULL value, mask, result ptr \n",
+      "Failure in tc_kiv_acl_tcam_insert_null_vmr_ptr. rc = 0x%x\n"}},
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_INSERT, kSecondIndex, PRM_KIV_TCAM_INSERT, false, prm_kiv_tcam_spoil_port_num,
+     {kFile, "tc_kiv_acl_tcam_insert_invalid_port_num", PRM_ERROR_INVALID_ARG,
+      "Success while sending invalid port numbers as %d \n",
+      "Failure in tc_kiv_acl_tcam_insert_invalid_port_num. rc = 0x%x\n"}},
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_INSERT, kSecondIndex, PRM_KIV_TCAM_INSERT, false, prm_kiv_tcam_spoil_nr_entries,
+     {kFile, "tc_kiv_acl_tcam_insert_invalid_nr_entries", PRM_ERROR_INVALID_ARG,
+      "Success while sending invalid no. of ace entries as 0 \n",
+      "Failure in tc_kiv_acl_tcam_insert_invalid_nr_entries. rc = 0x%x\n"}},
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_INSERT, kSecondIndex, PRM_KIV_TCAM_INSERT, false, prm_kiv_tcam_spoil_opcode,
+     {kFile, "tc_kiv_acl_tcam_insert_invalid_opcode", PRM_ERROR_INVALID_MSG,
+      "Success while sending invalid operation code \n",
+      "Failure in tc_kiv_acl_tcam_insert_invalid_opcode. rc = 0x%x\n"}},
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_INSERT, PRM_KIV_TCAM_INVALID_ACE_INDEX, PRM_KIV_TCAM_INSERT, false, nullptr,
+     {kFile, "tc_kiv_acl_tcam_insert_invalid_ace_index", PRM_ERROR_INVALID_ARG,
+      "Success while sending invalid index \n",
+      "Failure in tc_kiv_acl_tcam_insert_invalid_index. rc = 0x%x\n"}},
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_DELETE, kSecondIndex, PRM_KIV_TCAM_DELETE, false, prm_kiv_tcam_spoil_port_num,
+     {kFile, "tc_kiv_acl_tcam_delete_invalid_port_num", PRM_ERROR_INVALID_ARG,
+      "Success while sending invalid port numbers as %d \n",
+      "Failure in tc_kiv_acl_tcam_delete_invalid_port_num. rc = 0x%x\n"}},
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_DELETE, kSecondIndex, PRM_KIV_TCAM_DELETE, false, prm_kiv_tcam_spoil_nr_entries,
+     {kFile, "tc_kiv_acl_tcam_delete_invalid_nr_entries", PRM_ERROR_INVALID_ARG,
+      "Success while sending invalid no. of ace entries as 0 \n",
+      "Failure in tc_kiv_acl_tcam_delete_invalid_nr_entries. rc = 0x%x\n"}},
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_DELETE, PRM_KIV_TCAM_INVALID_ACE_INDEX, PRM_KIV_TCAM_DELETE, false, nullptr,
+     {kFile, "tc_kiv_acl_tcam_delete_invalid_ace_index", PRM_ERROR_INVALID_ARG,
+      "Success while sending invalid index \n",
+      "Failure in tc_kiv_acl_tcam_delete_invalid_index. rc = 0x%x\n"}},
+};
+// clang-format on
+
+// Runs the case of that name.
+static int run_spoiled(const char *function) {
+    const prm_kiv_tcam_negative *const negative =
+        prm_kiv_tcam_find_negative(kSpoiled, sizeof kSpoiled / sizeof *kSpoiled, function);
+    const bool needs_tcam = negative->opcode != PRM_TCAM_CREATE && !negative->no_buffers;
+    return needs_tcam ? run_on_tcam(negative) : prm_kiv_tcam_run_negative(negative, 0);
+}
+
+int tc_kiv_acl_tcam_create_null_vmr_ptr(void) {
+    return run_spoiled(__func__);
+}
+int tc_kiv_acl_tcam_create_invalid_port_num(void) {
+    return run_spoiled(__func__);
+}
+int tc_kiv_acl_tcam_create_invalid_value_mask_key_sz(void) {
+    return run_spoiled(__func__);
+}
+int tc_kiv_acl_tcam_create_invalid_result_key_sz(void) {
+    return run_spoiled(__func__);
+}
+int tc_kiv_acl_tcam_create_invalid_nr_entries(void) {
+    return run_spoiled(__func__);
+}
+int tc_kiv_acl_tcam_create_invalid_opcode(void) {
+    return run_spoiled(__func__);
+}
+int tc_kiv_acl_tcam_insert_null_vmr_ptr(void) {
+    return run_spoiled(__func__);
+}
+int tc_kiv_acl_tcam_insert_invalid_port_num(void) {
+    return run_spoiled(__func__);
+}
+int tc_kiv_acl_tcam_insert_invalid_nr_entries(void) {
+    return run_spoiled(__func__);
+}
+int tc_kiv_acl_tcam_insert_invalid_opcode(void) {
+    return run_spoiled(__func__);
+}
+int tc_kiv_acl_tcam_insert_invalid_ace_index(void) {
+    return run_spoiled(__func__);
+}
+int tc_kiv_acl_tcam_delete_invalid_port_num(void) {
+    return run_spoiled(__func__);
+}
+int tc_kiv_acl_tcam_delete_invalid_nr_entries(void) {
+    return run_spoiled(__func__);
+}
+int tc_kiv_acl_tcam_delete_invalid_ace_index(void) {
+    return run_spoiled(__func__);
+}
