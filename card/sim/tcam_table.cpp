@@ -3,7 +3,7 @@
 #include <bit>
 #include <cstring>
 
-namespace card::sim {
+namespace sim {
 
 void TcamBlockIndex::set(uint32_t entry, const TcamEntry &keys) {
     const uint32_t word = entry / 64;
@@ -102,4 +102,4 @@ TcamBlockIndex *TcamTable::build_index(uint32_t block) const {
     return index_[block].get();
 }
 
-}  // namespace card::sim
+}  // namespace sim

@@ -12,7 +12,7 @@
 #include <optional>
 #include <vector>
 
-namespace card::sim {
+namespace sim {
 
 constexpr uint32_t kTcamEntries = 2048;  // of one TCAM
 constexpr uint32_t kTcamKeyBytes = 92;
@@ -82,6 +82,6 @@ class TcamTable {
     std::array<uint32_t, kBlocks> block_size_{};
 };
 
-}  // namespace card::sim
+}  // namespace sim
 
 #endif

@@ -7,7 +7,7 @@
 
 #include "card/sim/tcam_table.h"
 
-namespace card::sim {
+namespace sim {
 namespace {
 
 TcamEntry entry_of(uint8_t byte, uint8_t value, uint8_t mask, uint8_t result = 0) {
@@ -120,4 +120,4 @@ TEST(TcamTableTest, AgreesWithTheDefinitionThroughAnyChanges) {
 }
 
 }  // namespace
-}  // namespace card::sim
+}  // namespace sim
