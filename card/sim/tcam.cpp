@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "card/sim/backend.h"
 #include "card/sim/client_memory.h"
 
 namespace sim {
@@ -138,12 +139,12 @@ TcamEntry tcam_hardware_entry(u32 feature, const TcamEntry &programmed) {
     return entry;
 }
 
-Tcams::Tcams(Accounts &accounts)
+TcamState::TcamState(Accounts &accounts, const Inventory &)
     : entries_(accounts[Resource::tcam_entry]),
       statistics_(accounts[Resource::acl_statistics], kFirstStatistics),
       tcams_(accounts[Resource::tcam]) {}
 
-prm_status_t Tcams::create(prm_info *info) {
+prm_status_t TcamState::create(prm_info *info) {
     const prm_status_t status = validate(info, kCreate);
     if (status != PRM_ERROR_NONE) return status;
     if (!buffers_readable(*info)) return PRM_ERROR_INVALID_ARG;
@@ -162,7 +163,7 @@ prm_status_t Tcams::create(prm_info *info) {
     return PRM_ERROR_NONE;
 }
 
-prm_status_t Tcams::insert(const prm_info *info) {
+prm_status_t TcamState::insert(const prm_info *info) {
     const prm_status_t status = validate(info, kInsert);
     if (status != PRM_ERROR_NONE) return status;
     TcamTable *const table = find(*info);
@@ -174,7 +175,7 @@ prm_status_t Tcams::insert(const prm_info *info) {
     return PRM_ERROR_NONE;
 }
 
-prm_status_t Tcams::erase(const prm_info *info) {
+prm_status_t TcamState::erase(const prm_info *info) {
     const prm_status_t status = validate(info, kDelete);
     if (status != PRM_ERROR_NONE) return status;
     TcamTable *const table = find(*info);
@@ -184,7 +185,7 @@ prm_status_t Tcams::erase(const prm_info *info) {
     return PRM_ERROR_NONE;
 }
 
-prm_status_t Tcams::destroy(const prm_info *info) {
+prm_status_t TcamState::destroy(const prm_info *info) {
     const prm_status_t status = validate(info, kDestroy);
     if (status != PRM_ERROR_NONE) return status;
     const TcamTable *const table = find(*info);
@@ -195,7 +196,7 @@ prm_status_t Tcams::destroy(const prm_info *info) {
     return removed;
 }
 
-prm_status_t Tcams::read(const prm_info *info) const {
+prm_status_t TcamState::read(const prm_info *info) const {
     const prm_status_t status = validate(info, kRead);
     if (status != PRM_ERROR_NONE) return status;
     const TcamTable *const found = find(*info);
@@ -211,7 +212,7 @@ prm_status_t Tcams::read(const prm_info *info) const {
     return PRM_ERROR_NONE;
 }
 
-prm_status_t Tcams::stats_alloc(prm_info *info) {
+prm_status_t TcamState::stats_alloc(prm_info *info) {
     const prm_status_t status = validate(info, kStatsAlloc);
     if (status != PRM_ERROR_NONE) return status;
     u32 id;
@@ -220,24 +221,45 @@ prm_status_t Tcams::stats_alloc(prm_info *info) {
     return reserved;
 }
 
-prm_status_t Tcams::stats_dealloc(const prm_info *info) {
+prm_status_t TcamState::stats_dealloc(const prm_info *info) {
     const prm_status_t status = validate(info, kStatsDealloc);
     if (status != PRM_ERROR_NONE) return status;
     return statistics_.release(info->stats_id) == CERR_SUCCESS ? PRM_ERROR_NONE : PRM_ERROR_INVALID_ARG;
 }
 
-const TcamTable *Tcams::table(u64 vmr_id) const {
+const TcamTable *TcamState::table(u64 vmr_id) const {
     return tcams_.find(vmr_id);
 }
 
 // A handle carries its feature, so that one of another feature than the record's names none.
-TcamTable *Tcams::find(const prm_info &info) {
+TcamTable *TcamState::find(const prm_info &info) {
     if ((info.vmr_id & PRM_TCAM_VMR_FEATURE) >> PRM_TCAM_VMR_FEATURE_SHIFT != info.fea_id) return nullptr;
     return tcams_.find(info.vmr_id);
 }
 
-const TcamTable *Tcams::find(const prm_info &info) const {
-    return const_cast<Tcams *>(this)->find(info);
+const TcamTable *TcamState::find(const prm_info &info) const {
+    return const_cast<TcamState *>(this)->find(info);
+}
+
+namespace {
+
+// A null record is the client's invalid argument like any other field.
+template <auto Operation>
+prm_status_t operation(Card &card, prm_handle_t client, prm_info *info) {
+    if (!card.connection.is_client(client)) return CARD_ERROR_BAD_HANDLE;
+    return (card.tcam.*Operation)(info);
+}
+
+}  // namespace
+
+void install_tcam(card::Backend &backend) {
+    backend.zor_vop_prm_tcam_vmr_create = on_card<operation<&TcamState::create>>;
+    backend.zor_vop_prm_tcam_vmr_insert = on_card<operation<&TcamState::insert>>;
+    backend.zor_vop_prm_tcam_vmr_delete = on_card<operation<&TcamState::erase>>;
+    backend.zor_vop_prm_tcam_vmr_destroy = on_card<operation<&TcamState::destroy>>;
+    backend.zor_vop_prm_tcam_vmr_read = on_card<operation<&TcamState::read>>;
+    backend.zor_vop_prm_tcam_vmr_stats_alloc = on_card<operation<&TcamState::stats_alloc>>;
+    backend.zor_vop_prm_tcam_vmr_stats_dealloc = on_card<operation<&TcamState::stats_dealloc>>;
 }
 
 }  // namespace sim

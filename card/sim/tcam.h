@@ -4,6 +4,7 @@
 
 #include "card/sim/accounts.h"
 #include "card/sim/index_pool.h"
+#include "card/sim/inventory.h"
 #include "card/sim/table.h"
 #include "card/sim/tcam_table.h"
 #include "zor_vop_prm_tcam.h"
@@ -27,9 +28,9 @@ namespace sim {
 // and their release takes any handle. The reserved bytes, the words at 4, 272 and 312, and on create the
 // handle are not looked at. What the card has no room for answers CARD_ERROR_TABLE_FULL or
 // CARD_ERROR_POOL_EXHAUSTED. A refused request changes nothing.
-class Tcams {
+class TcamState {
   public:
-    explicit Tcams(Accounts &accounts);
+    TcamState(Accounts &accounts, const Inventory &inventory);
 
     // Makes a TCAM with the entries carried and writes its handle.
     prm_status_t create(prm_info *info);

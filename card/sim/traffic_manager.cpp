@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "card/sim/backend.h"
 #include "card/sim/codes.h"
 #include "zor_vop_prm_tcam.h"
 
@@ -86,36 +87,34 @@ NodeForm form_of(const wyk_hal_node &node) {
 
 }  // namespace
 
-TrafficManager::TrafficManager(Accounts &accounts, std::span<const u32> ports, u32 nps)
-    : nps_(nps),
+TrafficManagerState::TrafficManagerState(Accounts &accounts, const Inventory &inventory)
+    : nps_(static_cast<u32>(inventory.np_local_ports.size())),
+      ports_(inventory.ports),
       queue_pool_(accounts[Resource::queue], kFirstQueue,
                   std::min(accounts[Resource::queue].limit, kMaxQueues)),
       policy_pool_(accounts[Resource::policy], kFirstPolicy,
-                   std::min(accounts[Resource::policy].limit, kMaxPolicies)) {
-    for (const u32 number : ports) ports_.try_emplace(number);
+                   std::min(accounts[Resource::policy].limit, kMaxPolicies)) {}
+
+// The traffic manager counts the ports from 1.
+const TrafficManagerState::Port *TrafficManagerState::port(u32 number) const {
+    return number != 0 && number <= ports_.size() ? &ports_[number - 1] : nullptr;
 }
 
-const TrafficManager::Port *TrafficManager::port(u32 number) const {
-    const auto found = ports_.find(number);
-    return found != ports_.end() ? &found->second : nullptr;
+TrafficManagerState::Port *TrafficManagerState::port(u32 number) {
+    return number != 0 && number <= ports_.size() ? &ports_[number - 1] : nullptr;
 }
 
-TrafficManager::Port *TrafficManager::port(u32 number) {
-    const auto found = ports_.find(number);
-    return found != ports_.end() ? &found->second : nullptr;
-}
-
-bool TrafficManager::has_queue(u32 fid0) const {
+bool TrafficManagerState::has_queue(u32 fid0) const {
     return queue_pool_.in_use(fid0);
 }
 
-bool TrafficManager::has_policer(u32 id) const {
+bool TrafficManagerState::has_policer(u32 id) const {
     if (id < kPlatformPolicers) return platform_policers_[id];
     const auto found = policies_.find(id);
     return found != policies_.end() && found->second.kind == WYK_HAL_POLICY_POLICER;
 }
 
-bool TrafficManager::has_statistics(u32 id) const {
+bool TrafficManagerState::has_statistics(u32 id) const {
     id &= ~PRM_TCAM_QOS_STATS_FLAG;
     if (id >= kQueueStatistics) {
         const Counter c = counter_of(id, kQueueStatistics);
@@ -127,14 +126,14 @@ bool TrafficManager::has_statistics(u32 id) const {
     return c.counter == kConforming && policies_.contains(c.index);
 }
 
-const TrafficManager::Policy *TrafficManager::policy(u32 stats_id) const {
+const TrafficManagerState::Policy *TrafficManagerState::policy(u32 stats_id) const {
     stats_id &= ~PRM_TCAM_QOS_STATS_FLAG;
     if (stats_id < kPolicyStatistics || stats_id % 4 != kConforming) return nullptr;
     const auto found = policies_.find(counter_of(stats_id, kPolicyStatistics).index);
     return found != policies_.end() ? &found->second : nullptr;
 }
 
-std::span<const TrafficManager::Class> TrafficManager::classes(u32 number) const {
+std::span<const TrafficManagerState::Class> TrafficManagerState::classes(u32 number) const {
     const Port *const p = port(number);
     if (p == nullptr) return {};
     return std::span(p->classes).last(p->class_count);
@@ -142,7 +141,7 @@ std::span<const TrafficManager::Class> TrafficManager::classes(u32 number) const
 
 // --- Engine operations -------------------------------------------------------------------------------------
 
-prm_status_t TrafficManager::engine_op(u32 hal_type, const void *request, void *response) {
+prm_status_t TrafficManagerState::engine_op(u32 hal_type, const void *request, void *response) {
     switch (hal_type) {
         case WYK_HAL_DEFAULT_QUEUE_ALLOCATE:
             if (request == nullptr || response == nullptr) return CARD_ERROR_NULL_POINTER;
@@ -162,14 +161,14 @@ prm_status_t TrafficManager::engine_op(u32 hal_type, const void *request, void *
 }
 
 // A port keeps the default queue it has.
-prm_status_t TrafficManager::allocate_default_queue(const wyk_hal_default_queue &request) {
+prm_status_t TrafficManagerState::allocate_default_queue(const wyk_hal_default_queue &request) {
     Port *const p = port(request.port_index + 1);
     if (p == nullptr) return CARD_ERROR_UNKNOWN_PORT;
     if (p->default_queue != 0) return CERR_SUCCESS;
     return queue_pool_.reserve(1, &p->default_queue);
 }
 
-prm_status_t TrafficManager::release_default_queue(const wyk_hal_default_queue &request) {
+prm_status_t TrafficManagerState::release_default_queue(const wyk_hal_default_queue &request) {
     Port *const p = port(request.port_index + 1);
     if (p == nullptr) return CARD_ERROR_UNKNOWN_PORT;
     if (p->default_queue == 0) return CARD_ERROR_NOT_FOUND;
@@ -180,7 +179,7 @@ prm_status_t TrafficManager::release_default_queue(const wyk_hal_default_queue &
 
 // --- Results -----------------------------------------------------------------------------------------------
 
-prm_status_t TrafficManager::get_result(const void *request, void *response) {
+prm_status_t TrafficManagerState::get_result(const void *request, void *response) {
     if (request == nullptr || response == nullptr) return CARD_ERROR_NULL_POINTER;
     const auto &head = as<wyk_hal_result_request>(request);
     if (head.count > kMaxResults) return CARD_ERROR_BAD_COUNT;
@@ -194,7 +193,7 @@ prm_status_t TrafficManager::get_result(const void *request, void *response) {
     return CERR_SUCCESS;
 }
 
-prm_status_t TrafficManager::validate(const wyk_hal_result_item &item) const {
+prm_status_t TrafficManagerState::validate(const wyk_hal_result_item &item) const {
     switch (item.select & (WYK_HAL_RESULT_QUEUE | WYK_HAL_RESULT_POLICER)) {
         case 0:
             return CERR_SUCCESS;  // an item that selects nothing gets nothing
@@ -211,7 +210,7 @@ prm_status_t TrafficManager::validate(const wyk_hal_result_item &item) const {
     }
 }
 
-void TrafficManager::hand_out(const wyk_hal_result_item &item, wyk_hal_ids *ids) {
+void TrafficManagerState::hand_out(const wyk_hal_result_item &item, wyk_hal_ids *ids) {
     if ((item.select & WYK_HAL_RESULT_QUEUE) != 0) {
         const u32 queue = port(item.port)->default_queue;
         ids->fid0 = queue;
@@ -229,7 +228,7 @@ void TrafficManager::hand_out(const wyk_hal_result_item &item, wyk_hal_ids *ids)
 
 // --- Policies ----------------------------------------------------------------------------------------------
 
-prm_status_t TrafficManager::config_policy_in_tm(const void *request, void *response, u32 policies) {
+prm_status_t TrafficManagerState::config_policy_in_tm(const void *request, void *response, u32 policies) {
     if (request == nullptr || response == nullptr) return CARD_ERROR_NULL_POINTER;
     const auto &head = as<wyk_hal_policy_request>(request);
     auto *const answer = static_cast<wyk_hal_policy_response *>(response);
@@ -245,8 +244,9 @@ prm_status_t TrafficManager::config_policy_in_tm(const void *request, void *resp
     return head.count != 0 ? configure_classes(head, items, ids) : u32{CERR_SUCCESS};
 }
 
-prm_status_t TrafficManager::configure_policies(const wyk_hal_policy_request &head,
-                                                const wyk_hal_policy *policies, u32 count, wyk_hal_ids *ids) {
+prm_status_t TrafficManagerState::configure_policies(const wyk_hal_policy_request &head,
+                                                     const wyk_hal_policy *policies, u32 count,
+                                                     wyk_hal_ids *ids) {
     if (head.count != count || count > kMaxRequestPolicies) return CARD_ERROR_BAD_COUNT;
     if (!acceptable_head(head)) return CARD_ERROR_BAD_VALUE;
     for (u32 i = 0; i < count; ++i) {
@@ -276,13 +276,14 @@ prm_status_t TrafficManager::configure_policies(const wyk_hal_policy_request &he
 
 // The fields of a policy request in the order they are looked at: the head's, then, in a strict-priority
 // request, those of its classes, and no class unless there are exactly as many as a port has.
-bool TrafficManager::acceptable_head(const wyk_hal_policy_request &head) const {
+bool TrafficManagerState::acceptable_head(const wyk_hal_policy_request &head) const {
     if (head.mqc_level > kMaxMqcLevel) return false;
     if (head.np_id >= nps_) return false;
     return (head.word64 & WYK_HAL_QUEUING_ENABLED) == 0 || head.direction != WYK_HAL_INGRESS;
 }
 
-bool TrafficManager::acceptable(const wyk_hal_policy_request &head, const wyk_hal_policy *classes) const {
+bool TrafficManagerState::acceptable(const wyk_hal_policy_request &head,
+                                     const wyk_hal_policy *classes) const {
     if (!acceptable_head(head)) return false;
     if (head.count == 0) return true;
     if (head.count != WYK_HAL_CLASSES) return false;
@@ -297,8 +298,8 @@ bool TrafficManager::acceptable(const wyk_hal_policy_request &head, const wyk_ha
 }
 
 // A port that is configured already keeps its queues.
-prm_status_t TrafficManager::configure_classes(const wyk_hal_policy_request &head,
-                                               const wyk_hal_policy *classes, wyk_hal_ids *ids) {
+prm_status_t TrafficManagerState::configure_classes(const wyk_hal_policy_request &head,
+                                                    const wyk_hal_policy *classes, wyk_hal_ids *ids) {
     Port &p = *port(head.port);
     const u32 missing = WYK_HAL_CLASSES - p.class_count;
     for (u32 i = 0; i < missing; ++i) {
@@ -329,7 +330,7 @@ prm_status_t TrafficManager::configure_classes(const wyk_hal_policy_request &hea
 // --- Reading -----------------------------------------------------------------------------------------------
 
 // No traffic passes through the simulated card: what exists has counted nothing.
-prm_status_t TrafficManager::get_stats(const void *request, void *response) const {
+prm_status_t TrafficManagerState::get_stats(const void *request, void *response) const {
     if (request == nullptr || response == nullptr) return CARD_ERROR_NULL_POINTER;
     const auto &wanted = as<wyk_hal_stats_request>(request);
     if (wanted.count != 1) return CARD_ERROR_BAD_COUNT;
@@ -339,7 +340,7 @@ prm_status_t TrafficManager::get_stats(const void *request, void *response) cons
     return CERR_SUCCESS;
 }
 
-prm_status_t TrafficManager::get_queue_depth(const void *request, void *response) const {
+prm_status_t TrafficManagerState::get_queue_depth(const void *request, void *response) const {
     if (request == nullptr || response == nullptr) return CARD_ERROR_NULL_POINTER;
     if (!has_queue(as<wyk_hal_queue_depth_request>(request).fid0)) return CARD_ERROR_NOT_FOUND;
     const u32 depth = 0;
@@ -347,7 +348,7 @@ prm_status_t TrafficManager::get_queue_depth(const void *request, void *response
     return CERR_SUCCESS;
 }
 
-prm_status_t TrafficManager::get_config(const void *request, void *response) const {
+prm_status_t TrafficManagerState::get_config(const void *request, void *response) const {
     if (request == nullptr || response == nullptr) return CARD_ERROR_NULL_POINTER;
     const auto &wanted = as<wyk_hal_config_request>(request);
     if (wanted.count == 0 || wanted.count > WYK_HAL_CLASSES) return CARD_ERROR_BAD_COUNT;
@@ -374,7 +375,7 @@ prm_status_t TrafficManager::get_config(const void *request, void *response) con
 
 // --- Release -----------------------------------------------------------------------------------------------
 
-prm_status_t TrafficManager::deallocate_nodes(const void *request, u32 *status_word) {
+prm_status_t TrafficManagerState::deallocate_nodes(const void *request, u32 *status_word) {
     if (request == nullptr || status_word == nullptr) return CARD_ERROR_NULL_POINTER;
     *status_word = 0;
     const auto &head = as<wyk_hal_release>(request);
@@ -431,6 +432,37 @@ prm_status_t TrafficManager::deallocate_nodes(const void *request, u32 *status_w
     }
     *status_word = head.count;
     return CERR_SUCCESS;
+}
+
+namespace {
+
+prm_status_t engine_op(Card &card, u32 hal_type, void *request, void *response) {
+    return card.traffic_manager.engine_op(hal_type, request, response);
+}
+
+prm_status_t config_policy_in_tm(Card &card, void *request, void *response, u32 policies) {
+    return card.traffic_manager.config_policy_in_tm(request, response, policies);
+}
+
+prm_status_t deallocate_nodes(Card &card, void *request, u32 *status_word) {
+    return card.traffic_manager.deallocate_nodes(request, status_word);
+}
+
+template <auto Operation>
+prm_status_t exchange(Card &card, void *request, void *response) {
+    return (card.traffic_manager.*Operation)(request, response);
+}
+
+}  // namespace
+
+void install_traffic_manager(card::Backend &backend) {
+    backend.wyk_hal_wrapper_engine_op = on_card<engine_op>;
+    backend.wyk_hal_wrapper_get_result = on_card<exchange<&TrafficManagerState::get_result>>;
+    backend.wyk_hal_wrapper_config_policy_in_tm = on_card<config_policy_in_tm>;
+    backend.wyk_hal_wrapper_get_stats = on_card<exchange<&TrafficManagerState::get_stats>>;
+    backend.wyk_hal_wrapper_get_queue_depth = on_card<exchange<&TrafficManagerState::get_queue_depth>>;
+    backend.wyk_hal_wrapper_get_config = on_card<exchange<&TrafficManagerState::get_config>>;
+    backend.wyk_hal_wrapper_deallocate_nodes = on_card<deallocate_nodes>;
 }
 
 }  // namespace sim

@@ -8,9 +8,11 @@
 #include <array>
 #include <bitset>
 #include <span>
+#include <vector>
 
 #include "card/sim/accounts.h"
 #include "card/sim/index_pool.h"
+#include "card/sim/inventory.h"
 #include "wyk_hal_records.h"
 
 namespace sim {
@@ -26,10 +28,9 @@ enum wyk_hal_error : u32 {
 // count whose block would not fit the 16-bit sizes that these blocks are made with, and then touches exactly
 // the bytes that its form has for that count. A block that the form has and that is null is refused with
 // CARD_ERROR_NULL_POINTER. A refused request changes nothing.
-class TrafficManager {
+class TrafficManagerState {
   public:
-    // Ports that the inventory names, of `nps` network processors.
-    TrafficManager(Accounts &accounts, std::span<const u32> ports, u32 nps);
+    TrafficManagerState(Accounts &accounts, const Inventory &inventory);
 
     prm_status_t engine_op(u32 hal_type, const void *request, void *response);
     // Handles of a port's default queue, or of one of the platform's own policers.
@@ -78,7 +79,7 @@ class TrafficManager {
     };
 
     u32 nps_;
-    absl::flat_hash_map<u32, Port> ports_;
+    std::vector<Port> ports_;  // of port 1 and on
     IndexPool queue_pool_;
     IndexPool policy_pool_;
     absl::flat_hash_map<u32, Policy> policies_;  // by index
