@@ -456,10 +456,6 @@ void standard_input(const std::string &content) {
     state().input = content;
 }
 
-int run(kiv_function_t function) {
-    return run(std::function<int()>(function));
-}
-
 int run(const std::function<int()> &function) {
     State &s = state();
     s.aborted = false;

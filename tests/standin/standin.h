@@ -156,7 +156,6 @@ void flash_unopenable(const std::string &name);
 void standard_input(const std::string &content);
 
 // Runs a case or fixture and returns what it returned; an abort ends it (aborted() tells) and returns -1.
-int run(kiv_function_t function);
 int run(const std::function<int()> &function);
 bool aborted();
 

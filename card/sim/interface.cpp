@@ -1,0 +1,347 @@
+// The interface database of the simulated card: the operations.
+#include "card/sim/interface.h"
+
+#include <cstring>
+
+#include "card/sim/backend.h"
+#include "card/sim/interface_feature.h"
+
+namespace sim {
+namespace {
+
+enum : u16 { kBviUidbOfVeltora = 2016, kBviUidb = 4064 };
+enum : u32 { kChannelMapPort = 0xFF };
+
+u16 bvi_uidb_of(const Inventory &inventory) {
+    if (inventory.veltora_family) return kBviUidbOfVeltora;
+    const bool known =
+        inventory.card_type == PLATFORM_CARD_TYPE_A || inventory.card_type == PLATFORM_CARD_TYPE_B;
+    return known ? kBviUidb : 0;
+}
+
+// A client's cookie, none, or the handle of a registered client.
+prm_status_t check_cookie(const Card &card, uintptr_t cookie) {
+    const bool known = cookie == 0 || cookie == UIDB_CLIENT_COOKIE || card.connection.is_client(cookie);
+    return success_if(known, CARD_ERROR_BAD_COOKIE);
+}
+
+template <typename Record>
+prm_status_t require_cookie(const Card &card, uintptr_t cookie, const Record *record) {
+    if (const prm_status_t status = check_cookie(card, cookie)) return status;
+    return success_if(record != nullptr, CARD_ERROR_NULL_POINTER);
+}
+
+// ---- Creating and deleting.
+
+prm_status_t check_create(Card &card, const uidb_create_msg &request) {
+    if (request.if_handle == 0) return CARD_ERROR_BAD_VALUE;
+    switch (request.iftype) {
+        case UIDB_IFTYPE_SUB_INTERFACE: {
+            const Interface *const parent = card.interfaces.table.find(request.parent_ifh);
+            if (parent == nullptr) return CARD_ERROR_UNKNOWN_INTERFACE;
+            if (parent->kind != InterfaceKind::MAIN && parent->kind != InterfaceKind::BUNDLE) {
+                return CARD_ERROR_BAD_PARENT;
+            }
+            return success_if(has_port(card, request.channel_map & kChannelMapPort), CARD_ERROR_UNKNOWN_PORT);
+        }
+        case UIDB_IFTYPE_BUNDLE_MAIN:
+            return success_if(request.parent_ifh == 0, CARD_ERROR_BAD_PARENT);
+        case UIDB_IFTYPE_BVI:
+            if (request.parent_ifh != 0) return CARD_ERROR_BAD_PARENT;
+            if (card.interfaces.bvi_uidb == 0) return CARD_ERROR_NO_BVI;
+            return success_if(!(card.interfaces.by_uidb.contains(card.interfaces.bvi_uidb)),
+                              CARD_ERROR_IN_USE);
+        default:
+            return CARD_ERROR_BAD_INTERFACE_TYPE;
+    }
+}
+
+prm_status_t create_one(Card &card, uidb_create_msg &request) {
+    InterfaceState &state = card.interfaces;
+    if (state.table.contains(request.if_handle)) return CARD_ERROR_INTERFACE_EXISTS;
+    if (const prm_status_t status = check_create(card, request)) return status;
+    Interface *interface;
+    if (const prm_status_t status = state.table.add(request.if_handle, &interface)) return status;
+    u32 uidb = state.bvi_uidb;
+    if (request.iftype != UIDB_IFTYPE_BVI) {
+        if (const prm_status_t status = state.uidb_pool.reserve(1, &uidb)) {
+            state.table.remove(request.if_handle);
+            return status;
+        }
+    }
+    interface->kind = static_cast<InterfaceKind>(request.iftype);
+    interface->uidb = static_cast<u16>(uidb);
+    interface->np_port = static_cast<u8>(request.channel_map & kChannelMapPort);
+    interface->parent = request.parent_ifh;
+    state.by_uidb[interface->uidb] = request.if_handle;
+    if (Interface *const parent = state.table.find(request.parent_ifh)) ++parent->sub_interfaces;
+    request.uidb_index = interface->uidb;
+    return CERR_SUCCESS;
+}
+
+prm_status_t delete_one(Card &card, u32 if_handle) {
+    InterfaceState &state = card.interfaces;
+    const Interface *const interface = state.table.find(if_handle);
+    if (interface == nullptr) return CARD_ERROR_UNKNOWN_INTERFACE;
+    if (interface->kind == InterfaceKind::MAIN) return CARD_ERROR_FIXED_INTERFACE;
+    if (interface->sub_interfaces != 0) return CARD_ERROR_HAS_SUB_INTERFACES;
+    const bool bundle_formed = interface->kind == InterfaceKind::BUNDLE && interface->has(Feature::LAG_ID) &&
+                               state.bundles.contains(static_cast<u8>(interface->value(Feature::LAG_ID)));
+    if (bundle_formed || state.table.users(if_handle) != 0) return CARD_ERROR_IN_USE;
+
+    release_features(card, if_handle);
+    if (Interface *const parent = state.table.find(interface->parent)) --parent->sub_interfaces;
+    state.by_uidb.erase(interface->uidb);
+    if (interface->uidb != state.bvi_uidb) state.uidb_pool.release(interface->uidb);
+    return state.table.remove(if_handle);
+}
+
+// All or none of them.
+prm_status_t create_batch(Card &card, uintptr_t cookie, uidb_create_msg *requests, u32 count) {
+    if (const prm_status_t status = require_cookie(card, cookie, requests)) return status;
+    if (count == 0) return CARD_ERROR_BAD_COUNT;
+    for (u32 i = 0; i < count; ++i) {
+        const prm_status_t status = create_one(card, requests[i]);
+        if (status == CERR_SUCCESS) continue;
+        while (i-- > 0) delete_one(card, requests[i].if_handle);
+        return status;
+    }
+    return CERR_SUCCESS;
+}
+
+prm_status_t create(Card &card, uintptr_t cookie, uidb_create_msg *request) {
+    return create_batch(card, cookie, request, 1);
+}
+
+prm_status_t remove(Card &card, uintptr_t cookie, u32 if_handle) {
+    if (const prm_status_t status = check_cookie(card, cookie)) return status;
+    return delete_one(card, if_handle);
+}
+
+// ---- Features.
+
+// The records are checked before the first of them is set.
+prm_status_t set_feature(Card &card, uintptr_t cookie, uidb_client_data *message) {
+    if (const prm_status_t status = require_cookie(card, cookie, message)) return status;
+    const u32 count = message->nr_features;
+    if (count == 0 || message->features_len != count * sizeof(uidb_feature)) return CARD_ERROR_BAD_LENGTH;
+    const uidb_feature *const records = reinterpret_cast<const uidb_feature *>(message + 1);
+    for (u32 i = 0; i < count; ++i) {
+        if (const prm_status_t status = check_feature(card, message->if_handle, records[i])) return status;
+    }
+    for (u32 i = 0; i < count; ++i) {
+        if (const prm_status_t status = apply_feature(card, message->if_handle, records[i])) return status;
+    }
+    return CERR_SUCCESS;
+}
+
+prm_status_t set_feature_batch(Card &card, uintptr_t cookie, uidb_feature_batch *batch) {
+    if (const prm_status_t status = require_cookie(card, cookie, batch)) return status;
+    const u32 count = batch->nr_entries;
+    if (count == 0 || batch->entries_len != u64{count} * sizeof(uidb_batch_entry))
+        return CARD_ERROR_BAD_LENGTH;
+    const uidb_batch_entry *const entries = reinterpret_cast<const uidb_batch_entry *>(batch + 1);
+    for (u32 i = 0; i < count; ++i) {
+        if (const prm_status_t status = check_feature(card, entries[i].if_handle, entries[i].feature)) {
+            return status;
+        }
+    }
+    for (u32 i = 0; i < count; ++i) {
+        if (const prm_status_t status = apply_feature(card, entries[i].if_handle, entries[i].feature)) {
+            return status;
+        }
+    }
+    return CERR_SUCCESS;
+}
+
+// The source MAC of a bundle's frames; the bundle need not be formed yet.
+prm_status_t set_port_feature(Card &card, uintptr_t cookie, uidb_port_feature *record) {
+    if (const prm_status_t status = require_cookie(card, cookie, record)) return status;
+    if (record->feature_id != UIDB_PORT_FEATURE_SOURCE_MAC) return CARD_ERROR_UNKNOWN_FEATURE;
+    if (record->port > 0xFF || record->enable > 1) return CARD_ERROR_BAD_VALUE;
+    const auto owner = card.interfaces.bundle_interfaces.find(static_cast<u8>(record->port));
+    if (owner == card.interfaces.bundle_interfaces.end()) return CARD_ERROR_UNKNOWN_BUNDLE;
+    Interface &interface = *card.interfaces.table.find(owner->second);
+    const u32 bit = 1u << static_cast<u32>(Feature::MAC);
+    if (record->enable == 0) {
+        if (interface.has(Feature::MAC)) --card.interfaces.feature_account.used;
+        interface.features &= ~bit;
+        return CERR_SUCCESS;
+    }
+    if (!interface.has(Feature::MAC)) {
+        if (!card.interfaces.feature_account.has(1)) return CARD_ERROR_TABLE_FULL;
+        ++card.interfaces.feature_account.used;
+    }
+    interface.features |= bit;
+    std::memcpy(interface.mac, record->mac, sizeof interface.mac);
+    return CERR_SUCCESS;
+}
+
+// ---- Bundles.
+
+// The member list as a set; every port is configured for the bundle before it becomes a member.
+prm_status_t read_members(const Card &card, const uidb_lag_update &update, std::bitset<256> *members) {
+    for (u32 i = 0; i < update.member_count; ++i) {
+        const auto configured = card.interfaces.configured_members.find(static_cast<u8>(update.members[i]));
+        if (configured == card.interfaces.configured_members.end()) return CARD_ERROR_NOT_CONFIGURED;
+        if (configured->second != update.lag_id) return CARD_ERROR_MEMBER_OF_ANOTHER;
+        members->set(update.members[i]);
+    }
+    return CERR_SUCCESS;
+}
+
+prm_status_t form_bundle(Card &card, const uidb_lag_update &update) {
+    Bundle formed;
+    if (card.interfaces.bundles.contains(update.lag_id)) return CARD_ERROR_BUNDLE_EXISTS;
+    if (const prm_status_t status = read_members(card, update, &formed.members)) return status;
+    Bundle *bundle;
+    const prm_status_t status = card.interfaces.bundles.add(update.lag_id, &bundle);
+    if (status == CERR_SUCCESS) *bundle = formed;
+    return status;
+}
+
+prm_status_t set_members(Card &card, const uidb_lag_update &update) {
+    Bundle *const bundle = card.interfaces.bundles.find(update.lag_id);
+    if (bundle == nullptr) return CARD_ERROR_UNKNOWN_BUNDLE;
+    std::bitset<256> members;
+    if (const prm_status_t status = read_members(card, update, &members)) return status;
+    bundle->members = members;
+    return CERR_SUCCESS;
+}
+
+prm_status_t delete_bundle(Card &card, const uidb_lag_update &update) {
+    const prm_status_t status = card.interfaces.bundles.remove(update.lag_id);
+    return status == CARD_ERROR_NOT_FOUND ? CARD_ERROR_UNKNOWN_BUNDLE : status;
+}
+
+// A port is configured for a bundle before the bundle is formed and until after it is gone.
+prm_status_t configure_member(Card &card, const uidb_lag_update &update) {
+    if (update.member_count != 1) return CARD_ERROR_BAD_COUNT;
+    const auto [configured, inserted] =
+        card.interfaces.configured_members.try_emplace(static_cast<u8>(update.members[0]), update.lag_id);
+    const bool ours = inserted || configured->second == update.lag_id;
+    return success_if(ours, CARD_ERROR_MEMBER_OF_ANOTHER);
+}
+
+prm_status_t unconfigure_member(Card &card, const uidb_lag_update &update) {
+    if (update.member_count != 1) return CARD_ERROR_BAD_COUNT;
+    const u8 port = static_cast<u8>(update.members[0]);
+    const auto configured = card.interfaces.configured_members.find(port);
+    if (configured == card.interfaces.configured_members.end() || configured->second != update.lag_id) {
+        return CARD_ERROR_NOT_CONFIGURED;
+    }
+    const Bundle *const bundle = card.interfaces.bundles.find(update.lag_id);
+    if (bundle != nullptr && bundle->members.test(port)) return CARD_ERROR_ACTIVE_MEMBER;
+    card.interfaces.configured_members.erase(configured);
+    return CERR_SUCCESS;
+}
+
+prm_status_t run_lag_operation(Card &card, const uidb_lag_update &update) {
+    switch (update.lag_op) {
+        case UIDB_LAG_CREATE:
+            return form_bundle(card, update);
+        case UIDB_LAG_SET_MEMBERS:
+            return set_members(card, update);
+        case UIDB_LAG_DELETE:
+            return delete_bundle(card, update);
+        case UIDB_LAG_CONFIG_MEMBER:
+            return configure_member(card, update);
+        default:
+            return unconfigure_member(card, update);
+    }
+}
+
+// A record that makes no sense fails the call; what the operation comes to stands in the record.
+prm_status_t update_lag(Card &card, uintptr_t cookie, uidb_lag_update *update) {
+    if (const prm_status_t status = require_cookie(card, cookie, update)) return status;
+    if (update->lag_op > UIDB_LAG_UNCONFIG_MEMBER) return CARD_ERROR_BAD_KIND;
+    if (update->member_count > UIDB_LAG_MAX_MEMBERS) return CARD_ERROR_BAD_COUNT;
+    for (u32 i = 0; i < update->member_count; ++i) {
+        if (!has_port(card, update->members[i])) return CARD_ERROR_UNKNOWN_PORT;
+    }
+    update->lag_status = run_lag_operation(card, *update);
+    return CERR_SUCCESS;
+}
+
+// ---- What the inventory provides.
+
+void set(InterfaceState &state, Interface *interface, Feature feature, u32 value) {
+    interface->features |= 1u << static_cast<u32>(feature);
+    interface->values[static_cast<size_t>(feature)] = value;
+    ++state.feature_account.used;
+}
+
+void provide_features(InterfaceState &state, const InventoryInterface &described, Interface *interface) {
+    set(state, interface, Feature::L2, described.layer2 ? 1 : 0);
+    if (described.in_bundle) {
+        set(state, interface, Feature::LAG_ID, described.lag_id);
+        if (described.kind == InterfaceKind::BUNDLE) {
+            Bundle *bundle;
+            if (state.bundles.put(described.lag_id, &bundle) == CERR_SUCCESS) {
+                state.bundle_interfaces[described.lag_id] = described.handle;
+            }
+        } else {
+            state.bundles.hold(described.lag_id);
+        }
+    } else {
+        set(state, interface, Feature::NP_PORT, described.np_port);
+    }
+    if (described.kind != InterfaceKind::SUB) return;
+    const u32 tags = described.outer_vlan == 0 ? 0 : described.inner_vlan == 0 ? 1 : 2;
+    set(state, interface, Feature::OUTER_VLAN, described.outer_vlan);
+    set(state, interface, Feature::INNER_VLAN, described.inner_vlan);
+    set(state, interface, Feature::VLAN_TAGS, tags);
+}
+
+void provide(InterfaceState &state, const InventoryInterface &described) {
+    Interface *interface;
+    if (state.table.add(described.handle, &interface) != CERR_SUCCESS) return;
+    u32 uidb = described.uidb;
+    if (uidb == 0) {
+        if (state.uidb_pool.reserve(1, &uidb) != CERR_SUCCESS) return;
+    }
+    interface->kind = described.kind;
+    interface->uidb = static_cast<u16>(uidb);
+    interface->np_port = described.np_port;
+    interface->parent = described.parent;
+    state.by_uidb[interface->uidb] = described.handle;
+    provide_features(state, described, interface);
+    if (Interface *const parent = state.table.find(described.parent)) ++parent->sub_interfaces;
+}
+
+}  // namespace
+
+InterfaceState::InterfaceState(Accounts &accounts, const Inventory &inventory)
+    : table(accounts[Resource::interface]),
+      bundles(accounts[Resource::bundle]),
+      uidb_account{0xFFFF},
+      uidb_pool(uidb_account, 1),
+      feature_account(accounts[Resource::feature]),
+      bvi_uidb(bvi_uidb_of(inventory)) {
+    if (bvi_uidb != 0) uidb_pool.take(bvi_uidb);
+    // Indices that the inventory names are out of the pool before it picks any.
+    for (const InventoryInterface &described : inventory.interfaces) uidb_pool.take(described.uidb);
+    for (const InventoryInterface &described : inventory.interfaces) provide(*this, described);
+}
+
+u32 InterfaceState::handle_of_uidb(u32 uidb) const {
+    if (uidb > 0xFFFF) return 0;
+    const auto found = by_uidb.find(static_cast<u16>(uidb));
+    return found != by_uidb.end() ? found->second : 0;
+}
+
+bool is_l3_sub_interface(const Interface &interface) {
+    return interface.kind == InterfaceKind::SUB && !interface.is_layer2();
+}
+
+void install_interface(card::Backend &backend) {
+    backend.uidb_create_interface_batch = on_card<create_batch>;
+    backend.uidb_create_interface = on_card<create>;
+    backend.uidb_set_feature = on_card<set_feature>;
+    backend.uidb_set_feature_batch = on_card<set_feature_batch>;
+    backend.uidb_set_port_feature = on_card<set_port_feature>;
+    backend.uidb_update_lag = on_card<update_lag>;
+    backend.uidb_delete_interface = on_card<remove>;
+}
+
+}  // namespace sim
