@@ -93,8 +93,10 @@ struct RunInfo {
     uint32_t seed = 0;       // of --shuffle, 0 when the order is the registered one
     int repeat = 1;
     int shard_index = 0, shard_count = 1;
+    size_t selected_cases = 0;          // in all passes
     std::vector<FolderInfo> folders;    // in run order, those with selected cases
     std::vector<std::string> selected;  // selectors of every selected case, in run order
+    // Both lists are filled only when a report is written: a run may have a hundred thousand cases.
     // Descriptions of the selected cases, in the same order (reports list what was not reached).
     std::vector<std::string> descriptions;
 };
@@ -106,7 +108,12 @@ struct Summary {
     uint64_t checks = 0;
     uint64_t failed_checks = 0;
     bool interrupted = false;
-    std::string stopped_because;  // fail-fast, interrupted, --on-crash stop; else empty
+    std::string stopped_because;     // fail-fast, interrupted, --on-crash stop; else empty
+    std::vector<std::string> notes;  // lines of observers and of the supervision, in order
+    size_t failed_fixtures = 0;
+
+    // Every case and every fixture did what it should.
+    bool good() const;
 };
 
 // Told what happens, in order, from the process that keeps the results. Every call returns quickly.

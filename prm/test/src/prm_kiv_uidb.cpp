@@ -137,8 +137,7 @@ static int set_feature_by_batch(u32 feature_id, u32 value, const char *function,
     batch_t *const batch = static_cast<batch_t *>(calloc(1, sizeof(batch_t)));
     if (batch == nullptr) {
         kiv_printf("%s %d Memory allocation failed", function, line);
-        kiv_check__(0, 0, "kiv_fail()", kFile, function, line, KIV_CHECK_FORMAT "Memory allocation failed");
-        abort();
+        kiv_fail_without_memory(kFile, function, line);
     }
     batch->head.nr_entries = 1;
     batch->head.entries_len = sizeof(uidb_batch_entry);

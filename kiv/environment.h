@@ -1,0 +1,35 @@
+// What the surroundings of a run say: the Bazel test protocol, the terminal, the machine.
+#ifndef KIV_ENVIRONMENT_H
+#define KIV_ENVIRONMENT_H
+
+#include <string>
+
+#include "kiv/options.h"
+
+namespace kiv {
+
+// Takes over from the test environment what the command line leaves open: shard, filter, report file, output
+// directory. False, with *error set, when a variable makes no sense.
+bool apply_test_environment(Options *options, std::string *error);
+
+// Tells a test environment that the run has begun: a run that is cut off must not look finished. When
+// `good`, and only then, ended() takes the mark away: the program's exit status is 0 whatever happened.
+class PrematureExitMark {
+  public:
+    void begun();
+    void ended(bool good);
+
+  private:
+    std::string path_;
+};
+
+// Where the run leaves files.
+std::string output_directory(const Options &options);
+
+bool use_color(const std::string &when, int fd);
+std::string host_name();
+std::string utc_now();  // ISO 8601 with milliseconds
+
+}  // namespace kiv
+
+#endif

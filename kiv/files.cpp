@@ -1,0 +1,89 @@
+// Small helpers on files and descriptors.
+#include "kiv/files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace kiv {
+
+bool read_file(const std::string &path, std::string *text, std::string *error) {
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    bool good = fd >= 0;
+    text->clear();
+    char buffer[16384];
+    while (good) {
+        const ssize_t got = read(fd, buffer, sizeof buffer);
+        if (got < 0 && errno == EINTR) continue;
+        good = got >= 0;
+        if (got <= 0) break;
+        text->append(buffer, static_cast<size_t>(got));
+    }
+    if (!good) *error = path + ": " + strerror(errno);
+    if (fd >= 0) close(fd);
+    return good;
+}
+
+bool write_file(const std::string &path, std::string_view text, std::string *error) {
+    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    const bool good = fd >= 0 && write_all(fd, text);
+    if (!good) *error = path + ": " + strerror(errno);
+    if (fd >= 0) close(fd);
+    return good;
+}
+
+bool write_all(int fd, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t put = write(fd, text.data(), text.size());
+        if (put < 0 && errno == EINTR) continue;
+        if (put < 0 && errno == EAGAIN) {  // a terminal or pipe that someone made non-blocking
+            usleep(1000);
+            continue;
+        }
+        if (put <= 0) return false;
+        text.remove_prefix(static_cast<size_t>(put));
+    }
+    return true;
+}
+
+bool is_directory(const std::string &path) {
+    struct stat info;
+    return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+bool is_file(const std::string &path) {
+    struct stat info;
+    return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
+}
+
+bool make_directories(const std::string &path, std::string *error) {
+    for (size_t at = 1; at <= path.size(); ++at) {
+        if (at < path.size() && path[at] != '/') continue;
+        const std::string part = path.substr(0, at);
+        if (mkdir(part.c_str(), 0777) == 0 || is_directory(part)) continue;
+        *error = part + ": " + strerror(errno == EEXIST ? ENOTDIR : errno);
+        return false;
+    }
+    return true;
+}
+
+std::string absolute_path(const std::string &path) {
+    if (!path.empty() && path[0] == '/') return path;
+    char directory[4096];
+    if (getcwd(directory, sizeof directory) == nullptr) return path;
+    std::string whole = directory;
+    if (whole.back() != '/') whole += '/';
+    return path == "." ? std::string(directory) : whole + path;
+}
+
+int64_t now_ns() {
+    timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<int64_t>(now.tv_sec) * 1'000'000'000 + now.tv_nsec;
+}
+
+}  // namespace kiv

@@ -1,0 +1,33 @@
+// Small helpers on files and descriptors, without stdio: the suite's streams are not the framework's.
+#ifndef KIV_FILES_H
+#define KIV_FILES_H
+
+#include <string>
+#include <string_view>
+
+namespace kiv {
+
+// Reads a whole file of reasonable size. False, with *error naming the file and the reason.
+bool read_file(const std::string &path, std::string *text, std::string *error);
+
+// Replaces a file's contents. False, with *error set.
+bool write_file(const std::string &path, std::string_view text, std::string *error);
+
+// Writes everything, also past interruptions and short writes. False when the descriptor takes no more.
+bool write_all(int fd, std::string_view text);
+
+bool is_directory(const std::string &path);
+bool is_file(const std::string &path);
+
+// Creates a directory and its parents. False, with *error set.
+bool make_directories(const std::string &path, std::string *error);
+
+// "/a/b" of "b": relative to the working directory, links kept.
+std::string absolute_path(const std::string &path);
+
+// Nanoseconds of the monotonic clock, the same in every process.
+int64_t now_ns();
+
+}  // namespace kiv
+
+#endif

@@ -1,0 +1,59 @@
+// The command line of a run.
+#ifndef KIV_OPTIONS_H
+#define KIV_OPTIONS_H
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "kiv/plan.h"
+#include "kiv/report_factory.h"
+
+namespace CLI {
+class App;
+}
+
+namespace kiv {
+
+enum class OnCrash { next_folder, next_case, stop };
+enum class ListKind { none, plain, json, folders };
+
+struct Options {
+    std::string program;
+    std::vector<std::string> arguments;
+    std::vector<Selector> selectors;  // of plans, then of the command line
+    bool all = false;
+    std::string rerun_failed;
+    int shard_index = 0, shard_count = 1;
+    bool sharded = false;
+    ListKind list = ListKind::none;
+
+    int repeat = 1;
+    bool shuffle = false;
+    uint32_t seed = 0;
+    bool fail_fast = false;
+    bool no_fork = false;
+    double timeout = 300;
+    bool timeout_given = false;
+    double grace = 5;
+    OnCrash on_crash = OnCrash::next_folder;
+
+    std::string site, disk0, out;
+    bool no_site = false;
+
+    bool verbose = false, quiet = false;
+    std::string color = "auto";
+    uint32_t output_limit = 1024;  // KiB
+    ReportRequest reports;
+};
+
+enum class Parsed { run, nothing_to_do, error };
+
+// Reads the command line. For --help, --version and mistakes what there is to say has been printed. `app`
+// outlives the run: observers keep their options in it.
+Parsed parse_options(int argc, char **argv, CLI::App &app, Options *options);
+
+}  // namespace kiv
+
+#endif

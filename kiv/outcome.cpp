@@ -1,0 +1,128 @@
+// Finds the lines by which a case reports its outcome in what it prints.
+#include "kiv/outcome.h"
+
+#include <cctype>
+#include <cstring>
+
+namespace kiv {
+
+namespace {
+
+struct Marker {
+    std::string_view text;
+    Outcome outcome;
+};
+
+constexpr Marker kMarkers[] = {
+    {"ERROR: ", Outcome::failure},   {"FAIL:", Outcome::failure},      {"Failure in", Outcome::failure},
+    {"SUCCESS: ", Outcome::success}, {"Success in", Outcome::success}, {"Success while", Outcome::success},
+};
+
+constexpr size_t kLongestMarker = 13;
+
+// "tc_kiv_tcam_verify: Failure in ...": a function says its own name first.
+std::string_view after_name(std::string_view text) {
+    size_t at = 0;
+    while (at < text.size() && (isalnum(static_cast<unsigned char>(text[at])) || text[at] == '_')) ++at;
+    if (at == 0 || text.substr(at, 2) != ": ") return {};
+    return text.substr(at + 2);
+}
+
+}  // namespace
+
+Outcome outcome_of(std::string_view text) {
+    if (text.empty()) return Outcome::none;
+    for (const Marker &marker : kMarkers)
+        if (text.starts_with(marker.text)) return marker.outcome;
+    const size_t mark = text.find("Failure in");
+    if (mark != std::string_view::npos && mark < 80 && after_name(text).starts_with("Failure in"))
+        return Outcome::failure;
+    return Outcome::none;
+}
+
+void OutcomeScanner::restart() {
+    failures_ = successes_ = 0;
+    if (!lines_.empty()) lines_.clear();
+    partial_.clear();
+    at_line_begin_ = true;
+    line_open_ = false;
+}
+
+void OutcomeScanner::keep(std::string_view text) {
+    if (lines_.size() < kKeptLines) lines_.emplace_back(text.substr(0, kKeptLength));
+}
+
+void OutcomeScanner::line_begins(std::string_view rest) {
+    const std::string_view line = rest.substr(0, rest.find('\n'));
+    switch (outcome_of(line.substr(0, 256))) {
+        case Outcome::failure:
+            ++failures_;
+            keep(line);
+            line_open_ = line.size() == rest.size() && lines_.size() <= kKeptLines;
+            break;
+        case Outcome::success:
+            ++successes_;
+            line_open_ = false;
+            break;
+        case Outcome::none:
+            break;
+    }
+}
+
+void OutcomeScanner::finish() {
+    if (partial_.empty()) return;
+    const std::string whole = std::move(partial_);
+    partial_.clear();
+    line_begins(whole);
+}
+
+void OutcomeScanner::print(std::string_view text, bool continuing) {
+    if (text.empty()) return;
+    if (!partial_.empty() || (continuing && at_line_begin_)) {
+        // Pieces come as the pipe cut them: the begin of a line is judged when enough of it is there.
+        if (continuing) {
+            const size_t end = text.find('\n');
+            if (end == std::string_view::npos && partial_.size() + text.size() < kLongestMarker) {
+                partial_ += text;
+                at_line_begin_ = false;
+                return;
+            }
+            if (!partial_.empty()) {
+                partial_ += text.substr(0, std::min(end, kKeptLength));
+                const std::string whole = std::move(partial_);
+                partial_.clear();
+                line_begins(whole);
+                if (end == std::string_view::npos) return;
+                text.remove_prefix(end + 1);
+                line_open_ = false;
+                at_line_begin_ = true;
+                if (text.empty()) return;
+            }
+        } else {
+            finish();
+        }
+    }
+    const uint64_t failures_before = failures_;
+    if (!continuing || at_line_begin_) line_begins(text);
+    if (line_open_ && failures_ == failures_before && !lines_.empty()) {
+        // The line of an earlier print goes on.
+        std::string &line = lines_.back();
+        if (line.size() < kKeptLength)
+            line += text.substr(0, std::min(text.find('\n'), kKeptLength - line.size()));
+    }
+    const char *at = text.data();
+    const char *const end = at + text.size();
+    while (const char *newline = static_cast<const char *>(memchr(at, '\n', static_cast<size_t>(end - at)))) {
+        line_open_ = false;
+        at = newline + 1;
+        if (at == end) break;
+        const std::string_view rest(at, static_cast<size_t>(end - at));
+        if (continuing && rest.size() < kLongestMarker && rest.find('\n') == std::string_view::npos)
+            partial_ = rest;
+        else
+            line_begins(rest);
+    }
+    at_line_begin_ = text.back() == '\n';
+}
+
+}  // namespace kiv

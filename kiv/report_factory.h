@@ -1,0 +1,26 @@
+// The report writers, by format. They live in kiv/reports; the runner knows no more of them than this.
+#ifndef KIV_REPORT_FACTORY_H
+#define KIV_REPORT_FACTORY_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "kiv/results.h"
+
+namespace kiv {
+
+struct ReportRequest {
+    std::string junit, tap, json, html;  // files, empty when not asked for
+    bool any() const { return !(junit.empty() && tap.empty() && json.empty() && html.empty()); }
+};
+
+// The formats this build can write, as option names ("junit"); empty when it was built without kiv/reports.
+std::vector<std::string> report_formats();
+
+// Opens every report asked for; null entries never occur. On an error *error is set and nothing is returned.
+std::vector<std::unique_ptr<Reporter>> open_reports(const ReportRequest &request, std::string *error);
+
+}  // namespace kiv
+
+#endif

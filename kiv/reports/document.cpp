@@ -1,0 +1,239 @@
+// Files that stay well-formed whenever their writer dies.
+#include "kiv/reports/document.h"
+
+#include <fcntl.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace kiv::reports {
+namespace {
+
+class FileSink : public Sink {
+  public:
+    FileSink(std::string path, std::string temporary, int fd, bool seekable)
+        : path_(std::move(path)),
+          temporary_(std::move(temporary)),
+          fd_(fd),
+          seekable_(seekable),
+          owner_(getpid()) {}
+
+    ~FileSink() override {
+        close(fd_);
+        // A forked child that unwinds leaves its parent's file alone.
+        if (!temporary_.empty() && getpid() == owner_) unlink(temporary_.c_str());
+    }
+
+    bool seekable() const override { return seekable_; }
+
+    bool begin(std::string_view text) override {
+        if (!write(0, text)) return false;
+        if (temporary_.empty()) return true;
+        if (rename(temporary_.c_str(), path_.c_str()) != 0) return complain();
+        temporary_.clear();
+        return true;
+    }
+
+    bool write(uint64_t offset, std::string_view text) override {
+        while (!text.empty()) {
+            const ssize_t n = seekable_ ? pwrite(fd_, text.data(), text.size(), static_cast<off_t>(offset))
+                                        : ::write(fd_, text.data(), text.size());
+            if (n < 0) {
+                if (errno == EINTR) continue;
+                return complain();
+            }
+            offset += static_cast<uint64_t>(n);
+            text.remove_prefix(static_cast<size_t>(n));
+        }
+        return true;
+    }
+
+    bool truncate(uint64_t size) override {
+        return ftruncate(fd_, static_cast<off_t>(size)) == 0 || complain();
+    }
+
+  private:
+    // A report that cannot be written must not end the run: said once, then the report stays as it is.
+    bool complain() {
+        if (!complained_) std::fprintf(stderr, "kiv: %s: %s\n", path_.c_str(), std::strerror(errno));
+        complained_ = true;
+        return false;
+    }
+
+    const std::string path_;
+    std::string temporary_;  // until begin
+    const int fd_;
+    const bool seekable_;
+    const pid_t owner_;
+    bool complained_ = false;
+};
+
+// The file that a path leads to through symbolic links, so that renaming replaces the file and not the link.
+std::string resolved(const std::string &path) {
+    char *const real = realpath(path.c_str(), nullptr);
+    if (real == nullptr) return path;
+    std::string result(real);
+    free(real);
+    return result;
+}
+
+}  // namespace
+
+std::unique_ptr<Sink> open_file_sink(const std::string &path, std::string *error) {
+    const auto fail = [&] {
+        if (error != nullptr) *error = path + ": " + std::strerror(errno);
+        return nullptr;
+    };
+    struct stat status;
+    const bool exists = stat(path.c_str(), &status) == 0;
+    if (exists && S_ISDIR(status.st_mode)) {
+        errno = EISDIR;
+        return fail();
+    }
+    if (exists && !S_ISREG(status.st_mode)) {
+        const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+        if (fd < 0) return fail();
+        return std::make_unique<FileSink>(path, "", fd, false);
+    }
+    if (exists && access(path.c_str(), W_OK) != 0) return fail();
+
+    std::string target = resolved(path);
+    const size_t slash = target.find_last_of('/') + 1;  // 0 when there is none
+    std::string temporary = target.substr(0, slash) + "." + target.substr(slash) + ".XXXXXX";
+    const int fd = mkostemp(temporary.data(), O_CLOEXEC);
+    if (fd < 0) return fail();
+    const mode_t mask = umask(0);
+    umask(mask);
+    fchmod(fd, exists ? status.st_mode & 07777 : 0666 & ~mask);
+    return std::make_unique<FileSink>(std::move(target), std::move(temporary), fd, true);
+}
+
+void LineFile::begin(std::string_view text) {
+    broken_ = !sink_->begin(text);
+    size_ = text.size();
+}
+
+void LineFile::add(std::string_view line) {
+    if (sink_->seekable()) {
+        const uint64_t room = kPage - (size_ + pending_.size()) % kPage;
+        if (line.size() > room && line.size() <= kPage) {
+            const size_t start = pending_.size();
+            pending_.append(room, ' ');
+            if (padding_ == Padding::comment) {
+                pending_[start] = '#';
+                pending_.back() = '\n';
+            }
+        }
+    }
+    pending_ += line;
+}
+
+void LineFile::flush() {
+    if (!pending_.empty() && !broken_) {
+        broken_ = !sink_->write(size_, pending_);
+        size_ += pending_.size();
+    }
+    pending_.clear();
+}
+
+void ClosedDocument::begin(std::string_view head, std::string_view tail) {
+    tail_ = tail;
+    scratch_ = head;
+    if (sink_->seekable()) {
+        // The closing text and an `open` behind it never cross a page.
+        while (!fits_in_page(scratch_.size(), tail.size() + open_.size() + close_.size())) scratch_ += ' ';
+        end_ = scratch_.size();
+        scratch_ += tail;
+    } else {
+        end_ = scratch_.size();
+    }
+    broken_ = !sink_->begin(scratch_);
+}
+
+bool ClosedDocument::fits_in_page(uint64_t offset, uint64_t length) const {
+    return offset % kPage + length <= kPage;
+}
+
+uint64_t ClosedDocument::append(std::string_view body, std::string_view tail, uint64_t whole,
+                                uint64_t length) {
+    if (broken_) return end_;
+    uint64_t at = end_;
+    if (!sink_->seekable()) {
+        broken_ = !sink_->write(end_, body);
+        end_ += body.size();
+    } else if (fits_in_page(end_, body.size() + tail.size() + open_.size() + close_.size()) &&
+               body.size() + tail.size() >= tail_.size()) {
+        scratch_ = body;
+        scratch_ += tail;
+        broken_ = !sink_->write(end_, scratch_);
+        end_ += body.size();
+    } else {
+        at = append_hidden(body, tail, whole, length);
+    }
+    tail_ = tail;
+    return at;
+}
+
+// Puts a hidden region of blanks over [from, to), a page at a time: each page is hidden on its own before the
+// mark that ends the region before it is blanked.
+bool ClosedDocument::make_room(uint64_t from, uint64_t to) {
+    for (uint64_t begin = from; begin < to;) {
+        const uint64_t end = std::min(to, (begin / kPage + 1) * kPage);
+        scratch_ = open_;
+        scratch_.resize(end - begin - close_.size(), ' ');
+        scratch_ += close_;
+        if (!sink_->write(begin, scratch_)) return false;
+        if (begin != from &&
+            !sink_->write(begin - close_.size(), std::string_view("      ").substr(0, close_.size())))
+            return false;
+        begin = end;
+    }
+    return true;
+}
+
+uint64_t ClosedDocument::append_hidden(std::string_view body, std::string_view tail, uint64_t whole,
+                                       uint64_t length) {
+    const uint64_t old_size = end_ + tail_.size();
+    uint64_t at = old_size + open_.size();
+    if (!fits_in_page(at + whole, length)) at += kPage - (at + whole) % kPage;
+    const uint64_t marks = open_.size() + close_.size();
+    uint64_t new_end = at + body.size();
+    if (!fits_in_page(new_end, tail.size() + marks)) new_end += kPage - new_end % kPage;
+
+    bool ok = make_room(old_size, new_end + tail.size() + marks);
+    if (ok) {
+        scratch_ = body;
+        scratch_.insert(0, at - (old_size + open_.size()), ' ');
+        scratch_.append(new_end - (at + body.size()), ' ');
+        scratch_ += tail;
+        scratch_ += open_;
+        ok = sink_->write(old_size + open_.size(), scratch_);
+    }
+    if (ok) {
+        scratch_.assign(tail_.size() + open_.size(), ' ');
+        ok = sink_->write(end_, scratch_);
+    }
+    if (!ok) {  // what was hidden goes away again; the document keeps what it had
+        sink_->truncate(old_size);
+        broken_ = true;
+        return end_;
+    }
+    end_ = new_end;
+    sink_->truncate(end_ + tail.size());
+    return at;
+}
+
+void ClosedDocument::patch(uint64_t offset, std::string_view text) {
+    if (!broken_ && sink_->seekable()) broken_ = !sink_->write(offset, text);
+}
+
+void ClosedDocument::finish() {
+    if (!broken_ && !sink_->seekable()) broken_ = !sink_->write(end_, tail_);
+}
+
+}  // namespace kiv::reports

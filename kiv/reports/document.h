@@ -1,0 +1,101 @@
+// Files that stay well-formed whenever their writer dies.
+//
+// What the operating system promises: a write that stays inside one page of the file happens as a whole or
+// not at all when the writer is killed; a longer write may stop at any page boundary. So every step below is
+// either one write inside a page, or a write whose every prefix leaves the file as good as before.
+#ifndef KIV_REPORTS_DOCUMENT_H
+#define KIV_REPORTS_DOCUMENT_H
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace kiv::reports {
+
+// The smallest page of the machines this runs on; larger pages only make the promise stronger.
+inline constexpr uint64_t kPage = 4096;
+
+// Where the bytes of a report go.
+class Sink {
+  public:
+    virtual ~Sink() = default;
+    // Whether earlier bytes can be written again; else begin and write only ever continue the stream.
+    virtual bool seekable() const = 0;
+    // The first bytes; the file is seen with all of them or not at all.
+    virtual bool begin(std::string_view text) = 0;
+    virtual bool write(uint64_t offset, std::string_view text) = 0;
+    virtual bool truncate(uint64_t size) = 0;
+};
+
+// Opens `path` for a report; null and *error when that fails.
+std::unique_ptr<Sink> open_file_sink(const std::string &path, std::string *error);
+
+// A file of lines. Lines are collected and written together; no line crosses a page unless it is longer than
+// one, so that a killed writer leaves whole lines (and at most some padding after them).
+class LineFile {
+  public:
+    enum class Padding {
+        blanks,   // before the line that moves to the next page, as JSON allows
+        comment,  // a "#" line of its own
+    };
+
+    LineFile(std::unique_ptr<Sink> sink, Padding padding) : sink_(std::move(sink)), padding_(padding) {}
+
+    // Everything up to the end of `text` appears at once.
+    void begin(std::string_view text);
+    void add(std::string_view line);  // with its newline
+    void flush();
+
+  private:
+    std::unique_ptr<Sink> sink_;
+    Padding padding_;
+    std::string pending_;
+    uint64_t size_ = 0;
+    bool broken_ = false;
+};
+
+// A document whose closing text always stands at its end.
+//
+// `body` and a new closing text take the place of the old one in a single write where all of it lies in one
+// page. Otherwise the new text is first written behind the end, hidden in an instruction or comment
+// (`open`...`close`) that is built up a page at a time, and one write inside a page then blanks the old
+// closing text together with the `open` that follows it:
+//
+//   body|</end>                                      each following page is hidden before it is joined
+//   body|</end><?kiv ............. ?>                 room behind the end
+//   body|</end><?kiv new</end><?kiv ?>                the text, still hidden
+//   body|            new</end><?kiv ?>                the flip
+//   body|            new</end>                        cut
+//
+// The text handed in never holds `close`, and blanks may stand before each body.
+class ClosedDocument {
+  public:
+    ClosedDocument(std::unique_ptr<Sink> sink, std::string_view open, std::string_view close)
+        : sink_(std::move(sink)), open_(open), close_(close) {}
+
+    void begin(std::string_view head, std::string_view tail);
+    // Returns where body begins in the file. The bytes [whole, whole + length) of body stay in one page, so
+    // that they can be patched; length 0 asks for nothing.
+    uint64_t append(std::string_view body, std::string_view tail, uint64_t whole = 0, uint64_t length = 0);
+    // Overwrites a range that was kept in one page. Does nothing on a stream.
+    void patch(uint64_t offset, std::string_view text);
+    // On a stream, writes the closing text.
+    void finish();
+
+  private:
+    bool fits_in_page(uint64_t offset, uint64_t length) const;
+    uint64_t append_hidden(std::string_view body, std::string_view tail, uint64_t whole, uint64_t length);
+    bool make_room(uint64_t from, uint64_t to);
+
+    std::unique_ptr<Sink> sink_;
+    const std::string_view open_, close_;
+    std::string tail_;
+    std::string scratch_;
+    uint64_t end_ = 0;  // where the closing text begins
+    bool broken_ = false;
+};
+
+}  // namespace kiv::reports
+
+#endif

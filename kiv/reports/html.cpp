@@ -1,0 +1,50 @@
+// One self-contained page: the events of the run as data, and a script that shows them.
+//
+// The page's own text (page.html) is built in, up to where the events go. The events are the lines of the JSON
+// report with markup escaped, inside a script element that is data; the closing text always stands behind them.
+#include "kiv/reports/event_reporter.h"
+#include "kiv/reports/page.h"
+#include "kiv/reports/reports.h"
+
+namespace kiv {
+namespace {
+
+using namespace reports;
+
+constexpr std::string_view kPageEnd = "</script><script>show()</script></body></html>\n";
+
+class HtmlReporter : public EventReporter {
+  public:
+    explicit HtmlReporter(std::unique_ptr<Sink> sink)
+        : EventReporter(true), document_(std::move(sink), "<!--", "-->") {}
+
+  protected:
+    void first(std::string_view line) override {
+        std::string head(kPageHead);
+        head += line;
+        document_.begin(head, kPageEnd);
+    }
+    void event(std::string_view line) override { body_ += line; }
+    void events_end() override {
+        document_.append(body_, kPageEnd);
+        body_.clear();
+    }
+    void last() override { document_.finish(); }
+
+  private:
+    ClosedDocument document_;
+    std::string body_;
+};
+
+}  // namespace
+
+std::unique_ptr<Reporter> make_html_reporter(std::unique_ptr<Sink> sink) {
+    return std::make_unique<HtmlReporter>(std::move(sink));
+}
+
+std::unique_ptr<Reporter> make_html_reporter(const std::string &path, std::string *error) {
+    auto sink = open_file_sink(path, error);
+    return sink == nullptr ? nullptr : make_html_reporter(std::move(sink));
+}
+
+}  // namespace kiv

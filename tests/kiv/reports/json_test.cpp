@@ -1,0 +1,81 @@
+// The event stream: what each line says.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "kiv/reports/text.h"
+#include "report_test.h"
+
+namespace kiv::test {
+namespace {
+
+std::vector<nlohmann::json> events(const std::string &content) {
+    std::vector<nlohmann::json> all;
+    std::istringstream lines(content);
+    for (std::string line; std::getline(lines, line);) all.push_back(nlohmann::json::parse(line));
+    return all;
+}
+
+std::string sample_json() {
+    std::string content;
+    auto reporter = make_json_reporter(std::make_unique<MemorySink>(&content));
+    play_sample_run(*reporter);
+    return content;
+}
+
+TEST(Json, Golden) {
+    expect_golden("sample.jsonl", sample_json());
+}
+
+TEST(Json, BeginsWithTheRunAndEndsWithTheSummary) {
+    const auto all = events(sample_json());
+    EXPECT_EQ(all.front()["Action"], "start");
+    EXPECT_EQ(all.front()["Selected"].size(), 12u);
+    EXPECT_EQ(all.front()["Selected"][0]["Description"], "Condigures MTU for main interfaces");
+    EXPECT_EQ(all.back()["Action"], "summary");
+    EXPECT_EQ(all.back()["Counts"]["passed"], 4);
+}
+
+TEST(Json, BytesThatAreNotTextCanBeRecovered) {
+    for (const auto &event : events(sample_json())) {
+        if (event["Action"] != "output" || !event.contains("OutputBase64")) continue;
+        std::string bytes;
+        ASSERT_TRUE(reports::from_base64(event["OutputBase64"].get<std::string>(), &bytes));
+        EXPECT_EQ(bytes, "ERROR: <leaf> \"delete\" & co\r\n\ttab, bell \a, byte \xFF, end\n");
+        return;
+    }
+    FAIL() << "no such event";
+}
+
+TEST(Json, LongOutputComesInPiecesThatJoin) {
+    std::string content, output, joined;
+    for (int i = 0; i < 3000; ++i) output += i % 50 == 0 ? "\n" : i % 3 == 0 ? "\xE2\x82\xAC" : "\x02";
+    auto reporter = make_json_reporter(std::make_unique<MemorySink>(&content));
+    reporter->run_begins({});
+    CaseResult result = passing_case("a", "b");
+    result.output = output;
+    reporter->case_ended(result);
+    for (const auto &event : events(content)) {
+        EXPECT_NE(event["Action"], "part");
+        EXPECT_FALSE(event.contains("OutputBase64"));
+        if (event["Action"] == "output") joined += event["Output"].get<std::string>();
+    }
+    EXPECT_EQ(joined, output);
+}
+
+TEST(Json, ALineThatNoPageHoldsComesInParts) {
+    std::string content, joined;
+    auto reporter = make_json_reporter(std::make_unique<MemorySink>(&content));
+    reporter->run_begins({});
+    CaseResult result = passing_case("a", "b");
+    result.reason = std::string(10000, '"') + "\xE2\x82\xAC";
+    reporter->case_ended(result);
+    for (const auto &event : events(content))
+        if (event["Action"] == "part") joined += event["Text"].get<std::string>();
+    EXPECT_EQ(nlohmann::json::parse(joined)["Reason"], result.reason);
+}
+
+}  // namespace
+}  // namespace kiv::test

@@ -1,0 +1,85 @@
+// Escaping, numbers and times.
+#include "kiv/reports/text.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+
+namespace kiv::reports {
+namespace {
+
+using namespace std::chrono_literals;
+
+template <class Append>
+std::string made(Append append) {
+    std::string text;
+    append(text);
+    return text;
+}
+
+TEST(Utf8, KnowsWellFormedSequences) {
+    EXPECT_EQ(utf8_length("a"), 1u);
+    EXPECT_EQ(utf8_length("\xC3\xA9x"), 2u);
+    EXPECT_EQ(utf8_length("\xE2\x82\xAC"), 3u);
+    EXPECT_EQ(utf8_length("\xF0\x9F\x99\x82"), 4u);
+    EXPECT_EQ(utf8_length("\xC3"), 0u);
+    EXPECT_EQ(utf8_length("\xC0\x80"), 0u) << "overlong";
+    EXPECT_EQ(utf8_length("\xED\xA0\x80"), 0u) << "surrogate";
+    EXPECT_EQ(utf8_length("\xF4\x90\x80\x80"), 0u) << "beyond U+10FFFF";
+    EXPECT_EQ(utf8_length("\x80"), 0u);
+}
+
+TEST(Xml, EscapesWhatItMustAndReplacesWhatItCannotCarry) {
+    const char bytes[] = "a<b>&\"c\x01\xFF\xC3\xA9\xEF\xBF\xBF\r\n\t\0z";
+    const std::string_view text(bytes, sizeof bytes - 1);
+    EXPECT_EQ(made([&](std::string &to) { append_xml(to, text); }),
+              "a&lt;b&gt;&amp;\"c\xEF\xBF\xBD\xEF\xBF\xBD\xC3\xA9\xEF\xBF\xBD&#13;\n\t\xEF\xBF\xBDz");
+    EXPECT_EQ(made([&](std::string &to) { append_xml_attribute(to, "\"\n\t"); }), "&quot;&#10;&#9;");
+}
+
+TEST(Json, EscapesControlsAndMarkupInPages) {
+    EXPECT_EQ(made([](std::string &to) { append_json(to, "\"\\\n\x01\x7f<\xFE"); }),
+              "\\\"\\\\\\n\\u0001\\u007f<\xEF\xBF\xBD");
+    EXPECT_EQ(made([](std::string &to) { append_json(to, "</script>&", true); }),
+              "\\u003c/script\\u003e\\u0026");
+}
+
+TEST(Numbers, SecondsKeepEveryNanosecond) {
+    const auto text = [](std::chrono::nanoseconds time) {
+        return made([&](std::string &to) { append_seconds(to, time); });
+    };
+    EXPECT_EQ(text(0ns), "0");
+    EXPECT_EQ(text(1ns), "0.000000001");
+    EXPECT_EQ(text(1500ms), "1.5");
+    EXPECT_EQ(text(12s), "12");
+    EXPECT_EQ(text(-20ms), "-0.02");
+}
+
+TEST(Base64, GoesThereAndBack) {
+    std::string bytes;
+    for (int length = 0; length < 20; ++length) {
+        std::string back;
+        EXPECT_TRUE(from_base64(base64(bytes), &back));
+        EXPECT_EQ(back, bytes);
+        bytes += static_cast<char>(length * 37 + 200);
+    }
+    EXPECT_EQ(base64("any carnal"), "YW55IGNhcm5hbA==");
+    for (const char *const bad : {"a", "ab=c", "a===", "ab==abcd", "ab*d"})
+        EXPECT_FALSE(from_base64(bad, &bytes));
+}
+
+TEST(Clock, AddsToTheStart) {
+    Clock clock;
+    clock.start("2024-02-29T23:59:59.999Z");
+    EXPECT_EQ(made([&](std::string &to) { clock.append(to, 1000001ns); }), "2024-03-01T00:00:00.000000001Z");
+    EXPECT_EQ(made([&](std::string &to) { clock.append_to_second(to, 0ns); }), "2024-02-29T23:59:59");
+    int64_t ns = 0;
+    EXPECT_FALSE(parse_time("2024-02-30T00:00:00Z", &ns));
+    EXPECT_FALSE(parse_time("2024-02-29T00:00:00+01:00", &ns));
+    EXPECT_FALSE(parse_time("", &ns));
+    EXPECT_TRUE(parse_time("1970-01-01T00:00:01.5Z", &ns));
+    EXPECT_EQ(ns, 1500000000);
+}
+
+}  // namespace
+}  // namespace kiv::reports
