@@ -21,6 +21,9 @@ namespace {
 // No write to a pipe is over in this many nanoseconds: a case that took less wrote nothing past the streams.
 constexpr int64_t kShortestWrite = 120;
 
+// From this length on a look at the other descriptors costs nothing worth having.
+constexpr int64_t kThorough = 5000;
+
 // std::cout and std::cerr go the way of stdout.
 class PrintBuffer : public std::streambuf {
   protected:
@@ -182,12 +185,11 @@ void Capture::feed(const std::string &standard_input) {
     input_used_ = false;
 }
 
-void Capture::drain_direct() {
+void Capture::drain_direct(bool thorough) {
     int waiting = 0;
-    if (ioctl(settings_.direct_read, FIONREAD, &waiting) != 0) {
-        descriptors_lost();
-        return;
-    }
+    const bool lost = ioctl(STDOUT_FILENO, FIONREAD, &waiting) != 0 ||
+                      (thorough && (fcntl(STDERR_FILENO, F_GETFD) < 0 || fcntl(STDIN_FILENO, F_GETFD) < 0));
+    if (lost) restore_descriptors();
     char buffer[4096];
     while (waiting > 0) {
         const ssize_t got = read(settings_.direct_read, buffer, sizeof buffer);
@@ -197,17 +199,31 @@ void Capture::drain_direct() {
     }
 }
 
-// A case closed what it found open. What later cases open must not land on 0, 1 or 2.
-void Capture::descriptors_lost() {
-    direct_open_ = false;
-    live_print(
-        "[descriptors of the run were closed: what is written past the streams is lost from here on]\n");
-    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
-        if (fcntl(fd, F_GETFD) >= 0) continue;
-        const int nothing = open("/dev/null", fd == STDIN_FILENO ? O_RDONLY : O_WRONLY);
-        replace_descriptor(nothing, fd);
-        if (nothing > STDERR_FILENO) close(nothing);
+// A case closed what it found open. The supervising process still has the pipe: it is opened anew from there.
+// What later cases open must not land on 0, 1 or 2.
+void Capture::restore_descriptors() {
+    const std::string pipe =
+        "/proc/" + std::to_string(settings_.supervisor) + "/fd/" + std::to_string(settings_.direct_read);
+    const int nothing = open("/dev/null", O_RDWR);  // takes the lowest place
+    int write_end = open(pipe.c_str(), O_WRONLY | O_CLOEXEC);
+    if (fcntl(settings_.direct_read, F_GETFD) < 0) {
+        const int read_end = open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        if (read_end >= 0) dup3(read_end, settings_.direct_read, O_CLOEXEC);
+        if (read_end > STDERR_FILENO && read_end != settings_.direct_read) close(read_end);
     }
+    if (write_end < 0) {
+        live_print(
+            "[the run's descriptors were closed: what is written past the streams is lost from here on]\n");
+        direct_open_ = false;
+        write_end = nothing;
+    }
+    if (nothing != STDIN_FILENO && fcntl(STDIN_FILENO, F_GETFD) < 0) dup2(nothing, STDIN_FILENO);
+    const int kept = fcntl(write_end, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    dup2(kept, STDOUT_FILENO);
+    dup2(kept, STDERR_FILENO);
+    close(kept);
+    if (write_end > STDERR_FILENO) close(write_end);
+    if (nothing > STDERR_FILENO && nothing != write_end) close(nothing);
 }
 
 void Capture::settle(int64_t duration) {
@@ -217,7 +233,7 @@ void Capture::settle(int64_t duration) {
         open_streams();
     }
     if (__fpending(stdout) > 0) fflush(stdout);  // a case may have given it a buffer
-    if (direct_open_ && duration >= kShortestWrite) drain_direct();
+    if (direct_open_ && duration >= kShortestWrite) drain_direct(duration >= kThorough);
 }
 
 }  // namespace kiv

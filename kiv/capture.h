@@ -20,6 +20,7 @@ class Capture {
         bool scripted = false;     // standard input comes from a site
         int direct_read = -1;      // the pipe of direct writes, both ends
         int direct_write = -1;
+        int supervisor = 0;  // its process; it has the pipe open as direct_read too
     };
 
     Capture(Journal &journal, const Settings &settings);
@@ -35,8 +36,8 @@ class Capture {
 
   private:
     void open_streams();
-    void drain_direct();
-    void descriptors_lost();
+    void drain_direct(bool thorough);
+    void restore_descriptors();
     static ssize_t write_stream(void *self, const char *text, size_t size);
     static ssize_t read_stream(void *self, char *buffer, size_t size);
     static int close_output(void *self);

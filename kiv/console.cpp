@@ -18,8 +18,9 @@ constexpr const char *kBold = "\033[1m";
 constexpr const char *kDim = "\033[2m";
 
 constexpr size_t kSlowest = 5;
-constexpr size_t kListed = 50;          // names in the summary's lists
-constexpr size_t kShownOutput = 16384;  // of a case that did not pass; the rest is in the reports
+constexpr size_t kListed = 50;         // names in the summary's lists
+constexpr size_t kShownOutput = 8192;  // of a case that did not pass; the rest is in the reports
+constexpr size_t kShownLines = 40;
 constexpr size_t kColumns = 80;
 
 const char *color_of(Verdict verdict) {
@@ -64,7 +65,7 @@ std::string duration_text(std::chrono::nanoseconds duration) {
         double size;
         const char *name;
     };
-    static constexpr Unit kUnits[] = {{1e9, "s"}, {1e6, "ms"}, {1e3, "us"}};
+    static constexpr Unit kUnits[] = {{1e9, "s"}, {1e6, "ms"}, {1e3, "us"}, {1, "ns"}};
     char text[48];
     if (ns >= 100e9) {
         const long seconds = static_cast<long>(ns / 1e9 + 0.5);
@@ -76,8 +77,8 @@ std::string duration_text(std::chrono::nanoseconds duration) {
     }
     for (const Unit &unit : kUnits) {
         const double value = ns / unit.size;
-        if (value < 0.9995 && unit.size > 1e3) continue;
-        snprintf(text, sizeof text, value < 9.95 ? "%.1f %s" : "%.0f %s", value, unit.name);
+        if (value < 0.9995 && unit.size > 1) continue;
+        snprintf(text, sizeof text, value < 9.95 && unit.size > 1 ? "%.1f %s" : "%.0f %s", value, unit.name);
         break;
     }
     return text;
@@ -145,7 +146,8 @@ void Console::tick(int64_t now) {
     }
     if (now < next_tick_) return;
     next_tick_ = now + 500'000'000;
-    std::string line = "[" + std::to_string(done_ + 1) + "/" + std::to_string(total_) + "] ";
+    std::string line = "[";
+    line += std::to_string(done_ + 1) + "/" + std::to_string(total_) + "] ";
     if (bad_ > 0) line += std::to_string(bad_) + " not good, ";
     line += running_;
     const int64_t seconds = (now - running_since_) / 1'000'000'000;
@@ -200,10 +202,18 @@ void Console::live_output(std::string_view text) {
 }
 
 void Console::quote(std::string_view output) {
-    const size_t left_out = output.size() > kShownOutput ? output.size() - kShownOutput : 0;
-    if (left_out > 0) {
-        out_ += "    [the first " + std::to_string(left_out) + " bytes of output are in the reports]\n";
-        output.remove_prefix(left_out);
+    // The end tells more than the begin.
+    size_t from = output.size() > kShownOutput ? output.size() - kShownOutput : 0;
+    size_t lines = 0;
+    for (size_t at = output.size(); at-- > from;) {
+        if (output[at] != '\n' || at + 1 == output.size()) continue;
+        if (++lines == kShownLines) from = at + 1;
+    }
+    if (from > 0) {
+        const size_t next_line = output.find('\n', from - 1);
+        if (next_line != std::string_view::npos && next_line + 1 < output.size()) from = next_line + 1;
+        out_ += "    [" + counted(from, "byte", "bytes") + " before this: see -v or a report]\n";
+        output.remove_prefix(from);
     }
     quoted(output);
     end_live_line();

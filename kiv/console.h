@@ -18,7 +18,7 @@ struct ConsoleStyle {
     bool quiet = false;     // only what did not pass, and the summary
 };
 
-// "1.5 ms", "0.2 us", "2 min 5 s": three digits at most.
+// "35 ns", "1.5 ms", "2 min 5 s": three digits at most.
 std::string duration_text(std::chrono::nanoseconds duration);
 
 class Console : public Reporter {

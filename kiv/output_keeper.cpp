@@ -21,9 +21,10 @@ OutputKeeper::~OutputKeeper() {
     if (fd_ >= 0) close(fd_);
 }
 
-void OutputKeeper::restart(std::string_view name) {
+void OutputKeeper::restart(std::string_view folder, std::string_view name) {
     if (fd_ >= 0) close(fd_);
     fd_ = -1;
+    folder_ = folder;
     name_ = name;
     size_ = 0;
     head_.clear();
@@ -52,7 +53,7 @@ void OutputKeeper::add(std::string_view text) {
 
 bool OutputKeeper::open_file() {
     std::string error;
-    std::string name = name_;
+    std::string name = std::string(folder_) + "." + std::string(name_);
     for (char &c : name)
         if (c == '/' || static_cast<unsigned char>(c) <= ' ') c = '.';
     if (name.size() > 200) name.resize(200);

@@ -16,8 +16,8 @@ class OutputKeeper {
     OutputKeeper(const OutputKeeper &) = delete;
     OutputKeeper &operator=(const OutputKeeper &) = delete;
 
-    // `name` names the file if one is needed: "folder/case".
-    void restart(std::string_view name);
+    // The two name the file if one is needed. They outlive the output.
+    void restart(std::string_view folder, std::string_view name);
     void add(std::string_view text);
     // Ends the output: the text to keep (head and tail, when there is a file), its whole size, and the file.
     void finish(std::string *text, uint64_t *size, std::string *file);
@@ -31,7 +31,7 @@ class OutputKeeper {
 
     std::string directory_;
     size_t limit_;
-    std::string name_;
+    std::string_view folder_, name_;
     std::string head_, tail_;
     uint64_t size_ = 0;
     std::string path_, problem_;

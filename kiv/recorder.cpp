@@ -90,7 +90,7 @@ void Recorder::start_item(Item item, int64_t time) {
 void Recorder::fixture_begins(uint32_t folder, bool set_up, int64_t time) {
     fixture_folder_ = &schedule_.context().folders[folder];
     start_item(set_up ? Item::set_up : Item::tear_down, time);
-    output_.restart(fixture_folder_->path + (set_up ? "/set-up" : "/tear-down"));
+    output_.restart(fixture_folder_->path, set_up ? "set-up" : "tear-down");
     if (set_up)
         open_.push_back(fixture_folder_);
     else
@@ -165,7 +165,7 @@ void Recorder::case_begins(uint64_t position, int64_t time) {
     next_ = position + 1;
     start_item(Item::test, time);
     prepare_result(position);
-    output_.restart(result_.name);
+    output_.restart(result_.folder, result_.name);
     tell([&](Reporter &reporter) { reporter.case_begins(result_.folder, result_.name); });
 }
 
@@ -308,7 +308,7 @@ void Recorder::skip_to(uint64_t end, const std::string &reason) {
         prepare_result(next_);
         outcome_.restart();
         failures_.clear();
-        output_.restart(result_.name);
+        output_.restart(result_.folder, result_.name);
         result_.verdict = Verdict::not_run;
         result_.reason = reason;
         ++next_;

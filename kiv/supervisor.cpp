@@ -122,6 +122,7 @@ void Supervisor::work(uint64_t from, int direct_read, int direct_write) {
         capturing.scripted = settings_.site != nullptr;
         capturing.direct_read = direct_read;
         capturing.direct_write = direct_write;
+        capturing.supervisor = supervisor;
         Capture capture(journal, capturing);
         go_live(&journal, &ring_.control().counters);
         take_notes(&journal);

@@ -1,6 +1,7 @@
 // The recording stand-in: see standin.h.
 #include "standin.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -199,6 +200,17 @@ Argument describe(const Behaviour &behaviour, size_t index, uidb_feature_batch *
     return describe_block(behaviour, index, value, value == nullptr ? 0 : sizeof *value + value->entries_len);
 }
 
+// A TCAM request is shown without the addresses of its key buffers; the keys follow the arguments.
+Argument describe(const Behaviour &behaviour, size_t index, prm_info *value) {
+    Argument argument = describe_block(behaviour, index, value, 384);
+    if (argument.has_bytes && argument.bytes.size() == 384) {
+        Bytes shown = argument.bytes;
+        std::fill(shown.begin() + 352, shown.begin() + 376, uint8_t{0});
+        argument.shown = show_bytes(shown.data(), shown.size());
+    }
+    return argument;
+}
+
 // Sizes of the records that the stand-in does not look into.
 template <class T>
 constexpr size_t record_size = sizeof(T);
@@ -228,8 +240,6 @@ template <>
 constexpr size_t record_size<zor_leaf_request> = 188;
 template <>
 constexpr size_t record_size<zor_label_request> = 2124;
-template <>
-constexpr size_t record_size<prm_info> = 384;
 
 template <class T>
 Argument describe(const Behaviour &behaviour, size_t index, T *value) {

@@ -8,7 +8,8 @@
 //   print "prm_srh_bd_add failed"
 //   check 0x5 0x0 "CERR_SUCCESS" prm/test/src/prm_kiv_vpls tc_kiv_vpls_add_ac 260
 //
-// A record is shown as its size and its runs of non-zero bytes in hex, each at its decimal offset.
+// A record is shown as its size and its runs of non-zero bytes in hex, each at its decimal offset; a TCAM
+// request without the addresses of its key buffers.
 #ifndef TESTS_STANDIN_STANDIN_H
 #define TESTS_STANDIN_STANDIN_H
 

@@ -20,10 +20,6 @@ enum prm_kiv_l2_op {
 extern "C" {
 #endif
 
-// Interface handles and uidb indices; entry 0 is the circuit. They live with the transmit adjacencies.
-extern u32 ifh[2];
-extern u32 uidb[2];
-
 // Bridge-domain parameters. The reader fills them; what a line does not name keeps its value.
 extern u32 bd_id;                 // starts as 1
 extern u32 ing_dis;               // ingress disabled, bit 0

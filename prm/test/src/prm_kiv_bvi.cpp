@@ -8,11 +8,10 @@
 
 #include "prm_kiv_check.h"
 #include "prm_kiv_input.h"
+#include "prm_kiv_subif.h"
+#include "prm_kiv_tx_adj.h"
 #include "prm_kiv_uidb.h"
 #include "prm_kiv_vpls.h"
-
-// Of the sub-interface area: the BVI's uidb on this card, or a status other than 0.
-extern "C" prm_status_t kiv_util_get_bvi_uidb(u32 *uidb);
 
 static const char kFile[] = "prm/test/src/prm_kiv_bvi";
 

@@ -162,7 +162,7 @@ static int add_chain_label(u32 label, u32 eos, u32 ldi_ptr, u32 leaf_index, int 
 
 // --- Chains ---
 
-// What a chain leaves behind: everything stays in function after the case.
+// What a chain leaves behind: everything stays in place after the case.
 struct label_chain {
     u32 nh;
     u32 mpls_nh;  // swap only

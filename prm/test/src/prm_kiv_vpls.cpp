@@ -5,6 +5,7 @@
 
 #include "prm_kiv_check.h"
 #include "prm_kiv_input.h"
+#include "prm_kiv_tx_adj.h"
 
 static const char kFile[] = "prm/test/src/prm_kiv_vpls";
 

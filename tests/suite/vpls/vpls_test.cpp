@@ -2,6 +2,7 @@
 #include "prm_kiv_vpls.h"
 
 #include "prm_kiv_input.h"
+#include "prm_kiv_tx_adj.h"
 #include "suite_test.h"
 
 namespace {
@@ -297,6 +298,10 @@ struct VplsCase {
     kiv_function_t function;
     std::vector<std::pair<std::string, int>> checked;  // operation and the line of its check, in order
 };
+
+void PrintTo(const VplsCase &vpls_case, std::ostream *out) {
+    *out << vpls_case.name;
+}
 
 class VplsCaseTest : public VplsTest, public testing::WithParamInterface<VplsCase> {};
 
