@@ -18,8 +18,6 @@ constexpr Marker kMarkers[] = {
     {"SUCCESS: ", Outcome::success}, {"Success in", Outcome::success}, {"Success while", Outcome::success},
 };
 
-constexpr size_t kLongestMarker = 13;
-
 // "tc_kiv_tcam_verify: Failure in ...": a function says its own name first.
 std::string_view after_name(std::string_view text) {
     size_t at = 0;
@@ -44,7 +42,7 @@ void OutcomeScanner::restart() {
     failures_ = successes_ = 0;
     if (!lines_.empty()) lines_.clear();
     partial_.clear();
-    at_line_begin_ = true;
+    judging_ = true;
     line_open_ = false;
 }
 
@@ -69,41 +67,36 @@ void OutcomeScanner::line_begins(std::string_view rest) {
     }
 }
 
-void OutcomeScanner::finish() {
-    if (partial_.empty()) return;
-    const std::string whole = std::move(partial_);
+void OutcomeScanner::judge_partial() {
+    const std::string line = std::move(partial_);
     partial_.clear();
-    line_begins(whole);
+    judging_ = false;
+    line_begins(line);
+    line_open_ = false;
 }
 
-void OutcomeScanner::print(std::string_view text, bool continuing) {
-    if (text.empty()) return;
-    if (!partial_.empty() || (continuing && at_line_begin_)) {
-        // Pieces come as the pipe cut them: the begin of a line is judged when enough of it is there.
-        if (continuing) {
-            const size_t end = text.find('\n');
-            if (end == std::string_view::npos && partial_.size() + text.size() < kLongestMarker) {
-                partial_ += text;
-                at_line_begin_ = false;
-                return;
-            }
-            if (!partial_.empty()) {
-                partial_ += text.substr(0, std::min(end, kKeptLength));
-                const std::string whole = std::move(partial_);
-                partial_.clear();
-                line_begins(whole);
-                if (end == std::string_view::npos) return;
-                text.remove_prefix(end + 1);
-                line_open_ = false;
-                at_line_begin_ = true;
-                if (text.empty()) return;
-            }
-        } else {
-            finish();
+void OutcomeScanner::finish() {
+    if (!partial_.empty()) judge_partial();
+}
+
+void OutcomeScanner::piece(std::string_view text) {
+    while (!text.empty()) {
+        const size_t end = text.find('\n');
+        if (judging_) {
+            partial_ += text.substr(0, std::min(end, kKeptLength - partial_.size()));
+            if (end != std::string_view::npos || partial_.size() >= kKeptLength) judge_partial();
         }
+        if (end == std::string_view::npos) return;
+        judging_ = true;
+        text.remove_prefix(end + 1);
     }
+}
+
+void OutcomeScanner::print(std::string_view text) {
+    if (text.empty()) return;
+    finish();
     const uint64_t failures_before = failures_;
-    if (!continuing || at_line_begin_) line_begins(text);
+    line_begins(text);
     if (line_open_ && failures_ == failures_before && !lines_.empty()) {
         // The line of an earlier print goes on.
         std::string &line = lines_.back();
@@ -116,13 +109,9 @@ void OutcomeScanner::print(std::string_view text, bool continuing) {
         line_open_ = false;
         at = newline + 1;
         if (at == end) break;
-        const std::string_view rest(at, static_cast<size_t>(end - at));
-        if (continuing && rest.size() < kLongestMarker && rest.find('\n') == std::string_view::npos)
-            partial_ = rest;
-        else
-            line_begins(rest);
+        line_begins({at, static_cast<size_t>(end - at)});
     }
-    at_line_begin_ = text.back() == '\n';
+    judging_ = text.back() == '\n';
 }
 
 }  // namespace kiv

@@ -23,11 +23,11 @@ class OutcomeScanner {
     static constexpr size_t kKeptLength = 400;
 
     void restart();
-    // One print, whole. Output that did not come print by print (a child's) is `continuing`: only its lines
-    // count.
-    void print(std::string_view text, bool continuing = false);
-
-    void finish();  // what came last may have been cut in the middle of a marker
+    // One print, whole.
+    void print(std::string_view text);
+    // Output that did not come print by print, cut anywhere: only its lines count.
+    void piece(std::string_view text);
+    void finish();  // the last line may have no end
 
     uint64_t failures() const { return failures_; }
     uint64_t successes() const { return successes_; }
@@ -37,11 +37,12 @@ class OutcomeScanner {
   private:
     void line_begins(std::string_view rest);
     void keep(std::string_view text);
+    void judge_partial();
 
     uint64_t failures_ = 0, successes_ = 0;
     std::vector<std::string> lines_;
-    std::string partial_;  // a line begin, short, that a later continuing print goes on with
-    bool at_line_begin_ = true;
+    std::string partial_;     // begin of a line that came in pieces
+    bool judging_ = true;     // the line that a piece goes on with has not been judged
     bool line_open_ = false;  // the last kept line goes on with the next print
 };
 

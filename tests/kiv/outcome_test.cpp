@@ -19,8 +19,8 @@ TEST(Outcome, MarkersAreReadAtTheBegin) {
     EXPECT_EQ(kiv::outcome_of("SUCCESS: Tx Adj add . "), Outcome::success);
     EXPECT_EQ(kiv::outcome_of("Success in ACL Create \n"), Outcome::success);
     EXPECT_EQ(kiv::outcome_of("Success while sending invalid opcode"), Outcome::success);
-    for (const char *text : {"", "no ERROR: here", "ERROR", "Failed to read", "Success", "FAILURE in", " ERROR: x",
-                             "two words: Failure in it"})
+    for (const char *text : {"", "no ERROR: here", "ERROR", "Failed to read", "Success", "FAILURE in",
+                             " ERROR: x", "two words: Failure in it"})
         EXPECT_EQ(kiv::outcome_of(text), Outcome::none) << text;
 }
 
@@ -54,7 +54,7 @@ TEST(Outcome, PiecesOfAPipeAreJoinedToLines) {
     const std::string text = "fine\nERROR: from a child\nand ERROR: not here\nFAIL:too\n";
     for (size_t size = 1; size <= text.size(); ++size) {
         OutcomeScanner scanner;
-        for (size_t at = 0; at < text.size(); at += size) scanner.print(text.substr(at, size), true);
+        for (size_t at = 0; at < text.size(); at += size) scanner.piece(text.substr(at, size));
         scanner.finish();
         EXPECT_EQ(scanner.failures(), 2u) << "in pieces of " << size;
     }
@@ -62,7 +62,7 @@ TEST(Outcome, PiecesOfAPipeAreJoinedToLines) {
 
 TEST(Outcome, LastPieceIsJudgedAtTheEnd) {
     OutcomeScanner scanner;
-    scanner.print("FAIL:", true);
+    scanner.piece("FAIL:");
     scanner.finish();
     EXPECT_EQ(scanner.failures(), 1u);
 }
