@@ -129,6 +129,7 @@ prm_status_t set_feature(Card &card, uintptr_t cookie, uidb_client_data *message
     for (u32 i = 0; i < count; ++i) {
         if (const prm_status_t status = check_feature(card, message->if_handle, records[i])) return status;
     }
+    if (const prm_status_t status = check_rewrite(card, message->if_handle, records, count)) return status;
     for (u32 i = 0; i < count; ++i) {
         if (const prm_status_t status = apply_feature(card, message->if_handle, records[i])) return status;
     }

@@ -1,10 +1,468 @@
-// Traffic-manager policies and queues on the simulated card.
 #include "card/sim/traffic_manager.h"
 
+#include <absl/container/inlined_vector.h>
+
+#include <algorithm>
+#include <cstring>
+
 #include "card/sim/backend.h"
+#include "card/sim/codes.h"
+#include "zor_vop_prm_tcam.h"
 
 namespace sim {
+namespace {
 
-void install_traffic_manager(card::Backend &) {}
+// --- Ids ---------------------------------------------------------------------------------------------------
+//
+// Every id derives from the index of the policy or queue it belongs to, so that it exists exactly as long.
+// The policers below kFirstPolicy are the platform's own.
+
+constexpr u32 kPlatformPolicers = 64;
+constexpr u32 kFirstPolicy = kPlatformPolicers;
+constexpr u32 kFirstQueue = 1;
+constexpr u32 kMaxPolicies = 1u << 22;  // a policer id has 24 bits in a release
+constexpr u32 kMaxQueues = 1u << 22;
+
+// Statistics ids: four an index. Bit 29 is a flag, not part of the id.
+constexpr u32 kPolicyStatistics = 0x01000000;
+constexpr u32 kQueueStatistics = 0x04000000;
+static_assert(kPolicyStatistics + 4 * (kFirstPolicy + kMaxPolicies) <= kQueueStatistics);
+static_assert(kQueueStatistics + 4 * (kFirstQueue + kMaxQueues) < PRM_TCAM_QOS_STATS_FLAG);
+
+enum PolicyCounter : u32 { kConforming, kExceeding, kViolating, kPolicyCounters };
+enum QueueCounter : u32 { kStatistics, kCommitted, kDropped, kQueueCounters };
+
+constexpr u32 statistics_of_policy(u32 index, PolicyCounter counter) {
+    return kPolicyStatistics + 4 * index + counter;
+}
+constexpr u32 statistics_of_queue(u32 index, QueueCounter counter) {
+    return kQueueStatistics + 4 * index + counter;
+}
+
+// Index and counter that an id of that range is made of.
+struct Counter {
+    u32 index;
+    u32 counter;
+};
+constexpr Counter counter_of(u32 id, u32 range) {
+    return {(id - range) / 4, (id - range) % 4};
+}
+
+// --- Blocks ------------------------------------------------------------------------------------------------
+
+constexpr u32 kMaxBlock = 0xFFFF;
+constexpr u32 items_within(u32 head, u32 item) {
+    return (kMaxBlock - head) / item;
+}
+constexpr u32 kMaxRequestPolicies = items_within(sizeof(wyk_hal_policy_request), sizeof(wyk_hal_policy));
+constexpr u32 kMaxResults = items_within(sizeof(wyk_hal_result_response), sizeof(wyk_hal_ids));
+constexpr u32 kMaxNodes = items_within(sizeof(wyk_hal_release) + WYK_HAL_RELEASE_TAIL, sizeof(wyk_hal_node));
+static_assert(kMaxRequestPolicies <= items_within(sizeof(wyk_hal_policy_response), sizeof(wyk_hal_ids)));
+static_assert(kMaxResults <= items_within(sizeof(wyk_hal_result_request), sizeof(wyk_hal_result_item)));
+
+template <typename Record>
+const Record &as(const void *block) {
+    return *static_cast<const Record *>(block);
+}
+template <typename Item, typename Record>
+const Item *items_behind(const Record &head) {
+    return reinterpret_cast<const Item *>(&head + 1);
+}
+
+// --- Nodes -------------------------------------------------------------------------------------------------
+
+constexpr u32 kMaxMqcLevel = 1;
+constexpr u16 kSmallestWeight = 1;  // what the hardware makes of a weight of 0
+
+enum class NodeForm { kQueue, kPolicer, kCounter, kNone };
+
+NodeForm form_of(const wyk_hal_node &node) {
+    if ((node.type & WYK_HAL_NODE_TYPE) != WYK_HAL_NODE_TYPE_VALUE) return NodeForm::kNone;
+    const bool queue = (node.type & WYK_HAL_NODE_QUEUE) != 0;
+    const bool policer = (node.type & WYK_HAL_NODE_POLICER) != 0;
+    const bool counter = (node.counter_flags & WYK_HAL_NODE_COUNTER_VALID) != 0;
+    if (queue + policer + counter != 1) return NodeForm::kNone;
+    return queue ? NodeForm::kQueue : policer ? NodeForm::kPolicer : NodeForm::kCounter;
+}
+
+}  // namespace
+
+TrafficManagerState::TrafficManagerState(Accounts &accounts, const Inventory &inventory)
+    : nps_(static_cast<u32>(inventory.np_local_ports.size())),
+      ports_(inventory.ports),
+      queue_pool_(accounts[Resource::queue], kFirstQueue,
+                  std::min(accounts[Resource::queue].limit, kMaxQueues)),
+      policy_pool_(accounts[Resource::policy], kFirstPolicy,
+                   std::min(accounts[Resource::policy].limit, kMaxPolicies)) {}
+
+// The traffic manager counts the ports from 1.
+const TrafficManagerState::Port *TrafficManagerState::port(u32 number) const {
+    return number != 0 && number <= ports_.size() ? &ports_[number - 1] : nullptr;
+}
+
+TrafficManagerState::Port *TrafficManagerState::port(u32 number) {
+    return number != 0 && number <= ports_.size() ? &ports_[number - 1] : nullptr;
+}
+
+bool TrafficManagerState::has_queue(u32 fid0) const {
+    return queue_pool_.in_use(fid0);
+}
+
+bool TrafficManagerState::has_policer(u32 id) const {
+    if (id < kPlatformPolicers) return platform_policers_[id];
+    const auto found = policies_.find(id);
+    return found != policies_.end() && found->second.kind == WYK_HAL_POLICY_POLICER;
+}
+
+bool TrafficManagerState::has_statistics(u32 id) const {
+    id &= ~PRM_TCAM_QOS_STATS_FLAG;
+    if (id >= kQueueStatistics) {
+        const Counter c = counter_of(id, kQueueStatistics);
+        return c.counter < kQueueCounters && queue_pool_.in_use(c.index);
+    }
+    if (id < kPolicyStatistics) return false;
+    const Counter c = counter_of(id, kPolicyStatistics);
+    if (has_policer(c.index)) return c.counter < kPolicyCounters;
+    return c.counter == kConforming && policies_.contains(c.index);
+}
+
+const TrafficManagerState::Policy *TrafficManagerState::policy(u32 stats_id) const {
+    stats_id &= ~PRM_TCAM_QOS_STATS_FLAG;
+    if (stats_id < kPolicyStatistics || stats_id % 4 != kConforming) return nullptr;
+    const auto found = policies_.find(counter_of(stats_id, kPolicyStatistics).index);
+    return found != policies_.end() ? &found->second : nullptr;
+}
+
+std::span<const TrafficManagerState::Class> TrafficManagerState::classes(u32 number) const {
+    const Port *const p = port(number);
+    if (p == nullptr) return {};
+    return std::span(p->classes).last(p->class_count);
+}
+
+// --- Engine operations -------------------------------------------------------------------------------------
+
+prm_status_t TrafficManagerState::engine_op(u32 hal_type, const void *request, void *response) {
+    switch (hal_type) {
+        case WYK_HAL_DEFAULT_QUEUE_ALLOCATE:
+            if (request == nullptr || response == nullptr) return CARD_ERROR_NULL_POINTER;
+            return allocate_default_queue(as<wyk_hal_default_queue>(request));
+        case WYK_HAL_DEFAULT_QUEUE_RELEASE:
+            if (request == nullptr) return CARD_ERROR_NULL_POINTER;
+            return release_default_queue(as<wyk_hal_default_queue>(request));
+        case WYK_HAL_PORT_SHAPER_CONFIGURE:
+        case WYK_HAL_PORT_SHAPER_REMOVE:
+            // No field of these is known but to the hardware.
+            return request != nullptr && response != nullptr ? u32{CERR_SUCCESS} : CARD_ERROR_NULL_POINTER;
+        case WYK_HAL_TM_INFO:
+            return response != nullptr ? u32{CERR_SUCCESS} : CARD_ERROR_NULL_POINTER;
+        default:
+            return WYK_HAL_EINVAL;
+    }
+}
+
+// A port keeps the default queue it has.
+prm_status_t TrafficManagerState::allocate_default_queue(const wyk_hal_default_queue &request) {
+    Port *const p = port(request.port_index + 1);
+    if (p == nullptr) return CARD_ERROR_UNKNOWN_PORT;
+    if (p->default_queue != 0) return CERR_SUCCESS;
+    return queue_pool_.reserve(1, &p->default_queue);
+}
+
+prm_status_t TrafficManagerState::release_default_queue(const wyk_hal_default_queue &request) {
+    Port *const p = port(request.port_index + 1);
+    if (p == nullptr) return CARD_ERROR_UNKNOWN_PORT;
+    if (p->default_queue == 0) return CARD_ERROR_NOT_FOUND;
+    const prm_status_t status = queue_pool_.release(p->default_queue);
+    p->default_queue = 0;
+    return status;
+}
+
+// --- Results -----------------------------------------------------------------------------------------------
+
+prm_status_t TrafficManagerState::get_result(const void *request, void *response) {
+    if (request == nullptr || response == nullptr) return CARD_ERROR_NULL_POINTER;
+    const auto &head = as<wyk_hal_result_request>(request);
+    if (head.count > kMaxResults) return CARD_ERROR_BAD_COUNT;
+    const auto *const items = items_behind<wyk_hal_result_item>(head);
+    for (u32 i = 0; i < head.count; ++i) {
+        const prm_status_t status = validate(items[i]);
+        if (status != CERR_SUCCESS) return status;
+    }
+    auto *const answer = static_cast<wyk_hal_result_response *>(response);
+    for (u32 i = 0; i < head.count; ++i) hand_out(items[i], wyk_hal_result_ids_at(answer, i));
+    return CERR_SUCCESS;
+}
+
+prm_status_t TrafficManagerState::validate(const wyk_hal_result_item &item) const {
+    switch (item.select & (WYK_HAL_RESULT_QUEUE | WYK_HAL_RESULT_POLICER)) {
+        case 0:
+            return CERR_SUCCESS;  // an item that selects nothing gets nothing
+        case WYK_HAL_RESULT_QUEUE: {
+            const Port *const p = port(item.port);
+            if (p == nullptr) return CARD_ERROR_UNKNOWN_PORT;
+            const bool there = p->default_queue != 0 && (item.byte14 & WYK_HAL_RESULT_BYTE14) == 0;
+            return there ? u32{CERR_SUCCESS} : CARD_ERROR_NOT_FOUND;
+        }
+        case WYK_HAL_RESULT_POLICER:
+            return item.word32 < kPlatformPolicers ? u32{CERR_SUCCESS} : CARD_ERROR_NOT_FOUND;
+        default:
+            return CARD_ERROR_BAD_KIND;
+    }
+}
+
+void TrafficManagerState::hand_out(const wyk_hal_result_item &item, wyk_hal_ids *ids) {
+    if ((item.select & WYK_HAL_RESULT_QUEUE) != 0) {
+        const u32 queue = port(item.port)->default_queue;
+        ids->fid0 = queue;
+        ids->commit_id = statistics_of_queue(queue, kCommitted);
+        ids->drop_id = statistics_of_queue(queue, kDropped);
+    } else if ((item.select & WYK_HAL_RESULT_POLICER) != 0) {
+        platform_policers_.set(item.word32);
+        ids->policer_id = item.word32;
+        ids->profile = static_cast<u16>(item.word32);
+        ids->stats_id = statistics_of_policy(item.word32, kConforming);
+        ids->exceed_id = statistics_of_policy(item.word32, kExceeding);
+        ids->violate_id = statistics_of_policy(item.word32, kViolating);
+    }
+}
+
+// --- Policies ----------------------------------------------------------------------------------------------
+
+prm_status_t TrafficManagerState::config_policy_in_tm(const void *request, void *response, u32 policies) {
+    if (request == nullptr || response == nullptr) return CARD_ERROR_NULL_POINTER;
+    const auto &head = as<wyk_hal_policy_request>(request);
+    auto *const answer = static_cast<wyk_hal_policy_response *>(response);
+    const auto *const items = items_behind<wyk_hal_policy>(head);
+    wyk_hal_ids *const ids = wyk_hal_policy_ids_at(answer, 0);
+    if (policies != 0) return configure_policies(head, items, policies, ids);
+
+    if (!acceptable(head, items)) {
+        answer->status = WYK_HAL_STATUS_REFUSED;
+        return CERR_SUCCESS;
+    }
+    answer->status = 0;
+    return head.count != 0 ? configure_classes(head, items, ids) : u32{CERR_SUCCESS};
+}
+
+prm_status_t TrafficManagerState::configure_policies(const wyk_hal_policy_request &head,
+                                                     const wyk_hal_policy *policies, u32 count,
+                                                     wyk_hal_ids *ids) {
+    if (head.count != count || count > kMaxRequestPolicies) return CARD_ERROR_BAD_COUNT;
+    if (!acceptable_head(head)) return CARD_ERROR_BAD_VALUE;
+    for (u32 i = 0; i < count; ++i) {
+        if (policies[i].kind != WYK_HAL_POLICY_COUNTER && policies[i].kind != WYK_HAL_POLICY_POLICER) {
+            return CARD_ERROR_BAD_KIND;
+        }
+    }
+    u32 indices[kMaxRequestPolicies];
+    for (u32 i = 0; i < count; ++i) {
+        const prm_status_t status = policy_pool_.reserve(1, &indices[i]);
+        if (status == CERR_SUCCESS) continue;
+        while (i > 0) policy_pool_.release(indices[--i]);
+        return status;
+    }
+    for (u32 i = 0; i < count; ++i) {
+        const wyk_hal_policy &wanted = policies[i];
+        policies_[indices[i]] = {wanted.kind, wanted.mode_word, wanted.committed_rate, wanted.burst};
+        ids[i].stats_id = statistics_of_policy(indices[i], kConforming);
+        if (wanted.kind == WYK_HAL_POLICY_POLICER) {
+            ids[i].policer_id = indices[i];
+            ids[i].profile = static_cast<u16>(indices[i]);
+            ids[i].stats_id |= PRM_TCAM_QOS_STATS_FLAG;
+        }
+    }
+    return CERR_SUCCESS;
+}
+
+// The fields of a policy request in the order they are looked at: the head's, then, in a strict-priority
+// request, those of its classes, and no class unless there are exactly as many as a port has.
+bool TrafficManagerState::acceptable_head(const wyk_hal_policy_request &head) const {
+    if (head.mqc_level > kMaxMqcLevel) return false;
+    if (head.np_id >= nps_) return false;
+    return (head.word64 & WYK_HAL_QUEUING_ENABLED) == 0 || head.direction != WYK_HAL_INGRESS;
+}
+
+bool TrafficManagerState::acceptable(const wyk_hal_policy_request &head,
+                                     const wyk_hal_policy *classes) const {
+    if (!acceptable_head(head)) return false;
+    if (head.count == 0) return true;
+    if (head.count != WYK_HAL_CLASSES) return false;
+    std::bitset<WYK_HAL_CLASSES> groups;
+    for (u32 i = 0; i < WYK_HAL_CLASSES; ++i) {
+        const wyk_hal_policy &c = classes[i];
+        if (c.mqc_depth != 0 || c.qos_group >= WYK_HAL_CLASSES || c.priority >= WYK_HAL_CLASSES) return false;
+        if (c.bandwidth_mode != 0 && c.bandwidth_mode != WYK_HAL_BANDWIDTH_BWRR) return false;
+        groups.set(c.qos_group);
+    }
+    return groups.all() && head.direction == WYK_HAL_EGRESS && port(head.port) != nullptr;
+}
+
+// A port that is configured already keeps its queues.
+prm_status_t TrafficManagerState::configure_classes(const wyk_hal_policy_request &head,
+                                                    const wyk_hal_policy *classes, wyk_hal_ids *ids) {
+    Port &p = *port(head.port);
+    const u32 missing = WYK_HAL_CLASSES - p.class_count;
+    for (u32 i = 0; i < missing; ++i) {
+        const prm_status_t status = queue_pool_.reserve(1, &p.classes[i].queue);
+        if (status == CERR_SUCCESS) continue;
+        while (i > 0) queue_pool_.release(p.classes[--i].queue);
+        return status;
+    }
+    p.class_count = WYK_HAL_CLASSES;
+    for (u32 i = 0; i < WYK_HAL_CLASSES; ++i) {
+        const wyk_hal_policy &wanted = classes[i];
+        Class &c = p.classes[i];
+        c = {c.queue,
+             wanted.qos_group,
+             wanted.priority,
+             wanted.shaper_word,
+             wanted.bandwidth_mode,
+             std::max<u16>(wanted.weight, kSmallestWeight),
+             wanted.rate};
+        ids[i].fid0 = c.queue;
+        ids[i].commit_id = statistics_of_queue(c.queue, kCommitted);
+        ids[i].drop_id = statistics_of_queue(c.queue, kDropped);
+        ids[i].stats_id = statistics_of_queue(c.queue, kStatistics);
+    }
+    return CERR_SUCCESS;
+}
+
+// --- Reading -----------------------------------------------------------------------------------------------
+
+// No traffic passes through the simulated card: what exists has counted nothing.
+prm_status_t TrafficManagerState::get_stats(const void *request, void *response) const {
+    if (request == nullptr || response == nullptr) return CARD_ERROR_NULL_POINTER;
+    const auto &wanted = as<wyk_hal_stats_request>(request);
+    if (wanted.count != 1) return CARD_ERROR_BAD_COUNT;
+    if (!has_statistics(wanted.stats_id)) return CARD_ERROR_UNKNOWN_STATISTICS;
+    *static_cast<wyk_hal_stats_response *>(response) = {
+        .status = 0, .stats_id = wanted.stats_id, .packets = 0, .bytes = 0};
+    return CERR_SUCCESS;
+}
+
+prm_status_t TrafficManagerState::get_queue_depth(const void *request, void *response) const {
+    if (request == nullptr || response == nullptr) return CARD_ERROR_NULL_POINTER;
+    if (!has_queue(as<wyk_hal_queue_depth_request>(request).fid0)) return CARD_ERROR_NOT_FOUND;
+    const u32 depth = 0;
+    memcpy(response, &depth, sizeof depth);
+    return CERR_SUCCESS;
+}
+
+prm_status_t TrafficManagerState::get_config(const void *request, void *response) const {
+    if (request == nullptr || response == nullptr) return CARD_ERROR_NULL_POINTER;
+    const auto &wanted = as<wyk_hal_config_request>(request);
+    if (wanted.count == 0 || wanted.count > WYK_HAL_CLASSES) return CARD_ERROR_BAD_COUNT;
+    const Class *found[WYK_HAL_CLASSES];
+    for (u32 i = 0; i < wanted.count; ++i) {
+        const wyk_hal_node &node = wanted.nodes[i];
+        if ((node.type & WYK_HAL_NODE_QUEUE) == 0) return CARD_ERROR_BAD_KIND;
+        if (port(node.port) == nullptr) return CARD_ERROR_UNKNOWN_PORT;
+        const std::span<const Class> configured = classes(node.port);
+        const auto c = std::find_if(configured.begin(), configured.end(),
+                                    [&](const Class &each) { return each.qos_group == node.qos_group; });
+        if (c == configured.end()) return CARD_ERROR_NOT_FOUND;
+        found[i] = &*c;
+    }
+    auto *const answer = static_cast<wyk_hal_config_response *>(response);
+    answer->status = WYK_HAL_STATUS_CONFIGURED;
+    for (u32 i = 0; i < wanted.count; ++i) {
+        answer->classes[i].bandwidth_mode = found[i]->bandwidth_mode;
+        answer->classes[i].weight = found[i]->weight;
+        answer->classes[i].level = found[i]->priority;
+    }
+    return CERR_SUCCESS;
+}
+
+// --- Release -----------------------------------------------------------------------------------------------
+
+prm_status_t TrafficManagerState::deallocate_nodes(const void *request, u32 *status_word) {
+    if (request == nullptr || status_word == nullptr) return CARD_ERROR_NULL_POINTER;
+    *status_word = 0;
+    const auto &head = as<wyk_hal_release>(request);
+    if (head.count > kMaxNodes) return CARD_ERROR_BAD_COUNT;
+    const auto *const nodes = items_behind<wyk_hal_node>(head);
+
+    // What the nodes name, each once; a port as often as it has queues to release.
+    absl::InlinedVector<u32, 16> policies;
+    absl::flat_hash_map<Port *, u32> queues;
+    for (u32 i = 0; i < head.count; ++i) {
+        const wyk_hal_node &node = nodes[i];
+        switch (form_of(node)) {
+            case NodeForm::kQueue: {
+                Port *const p = port(node.port);
+                if (p == nullptr) return CARD_ERROR_UNKNOWN_PORT;
+                if (++queues[p] > p->class_count) return CARD_ERROR_NOT_FOUND;
+                break;
+            }
+            case NodeForm::kPolicer: {
+                const u32 index = node.policer_word >> WYK_HAL_NODE_POLICER_SHIFT;
+                const u32 statistics = node.policer_stats_id & ~PRM_TCAM_QOS_STATS_FLAG;
+                if ((node.policer_word & WYK_HAL_NODE_POLICER_VALID) == 0) return CARD_ERROR_BAD_KIND;
+                if (index < kFirstPolicy || !has_policer(index) ||
+                    statistics != statistics_of_policy(index, kConforming)) {
+                    return CARD_ERROR_NOT_FOUND;
+                }
+                policies.push_back(index);
+                break;
+            }
+            case NodeForm::kCounter: {
+                const Policy *const counter = policy(node.counter_id);
+                if (counter == nullptr || counter->kind != WYK_HAL_POLICY_COUNTER)
+                    return CARD_ERROR_NOT_FOUND;
+                policies.push_back(
+                    counter_of(node.counter_id & ~PRM_TCAM_QOS_STATS_FLAG, kPolicyStatistics).index);
+                break;
+            }
+            case NodeForm::kNone:
+                return CARD_ERROR_BAD_KIND;
+        }
+    }
+    std::sort(policies.begin(), policies.end());
+    if (std::adjacent_find(policies.begin(), policies.end()) != policies.end()) return CARD_ERROR_NOT_FOUND;
+
+    for (const u32 index : policies) {
+        policies_.erase(index);
+        policy_pool_.release(index);
+    }
+    for (const auto &[p, count] : queues) {
+        for (u32 i = 0; i < count; ++i) {
+            queue_pool_.release(p->classes[WYK_HAL_CLASSES - p->class_count].queue);
+            --p->class_count;
+        }
+    }
+    *status_word = head.count;
+    return CERR_SUCCESS;
+}
+
+namespace {
+
+prm_status_t engine_op(Card &card, u32 hal_type, void *request, void *response) {
+    return card.traffic_manager.engine_op(hal_type, request, response);
+}
+
+prm_status_t config_policy_in_tm(Card &card, void *request, void *response, u32 policies) {
+    return card.traffic_manager.config_policy_in_tm(request, response, policies);
+}
+
+prm_status_t deallocate_nodes(Card &card, void *request, u32 *status_word) {
+    return card.traffic_manager.deallocate_nodes(request, status_word);
+}
+
+template <auto Operation>
+prm_status_t exchange(Card &card, void *request, void *response) {
+    return (card.traffic_manager.*Operation)(request, response);
+}
+
+}  // namespace
+
+void install_traffic_manager(card::Backend &backend) {
+    backend.wyk_hal_wrapper_engine_op = on_card<engine_op>;
+    backend.wyk_hal_wrapper_get_result = on_card<exchange<&TrafficManagerState::get_result>>;
+    backend.wyk_hal_wrapper_config_policy_in_tm = on_card<config_policy_in_tm>;
+    backend.wyk_hal_wrapper_get_stats = on_card<exchange<&TrafficManagerState::get_stats>>;
+    backend.wyk_hal_wrapper_get_queue_depth = on_card<exchange<&TrafficManagerState::get_queue_depth>>;
+    backend.wyk_hal_wrapper_get_config = on_card<exchange<&TrafficManagerState::get_config>>;
+    backend.wyk_hal_wrapper_deallocate_nodes = on_card<deallocate_nodes>;
+}
 
 }  // namespace sim

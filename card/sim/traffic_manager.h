@@ -1,14 +1,102 @@
-// Traffic-manager policies and queues on the simulated card.
+// The traffic manager behind the NP HAL wrapper: policies with their counters and policers, and for each port
+// the default queue, the eight classes of a strict-priority configuration and the shaper.
 #ifndef CARD_SIM_TRAFFIC_MANAGER_H
 #define CARD_SIM_TRAFFIC_MANAGER_H
 
+#include <absl/container/flat_hash_map.h>
+
+#include <array>
+#include <bitset>
+#include <span>
+#include <vector>
+
 #include "card/sim/accounts.h"
+#include "card/sim/index_pool.h"
 #include "card/sim/inventory.h"
+#include "wyk_hal_records.h"
 
 namespace sim {
 
-struct TrafficManagerState {
-    TrafficManagerState(Accounts &, const Inventory &) {}
+// The wrapper's own codes, beside those of codes.h.
+enum wyk_hal_error : u32 {
+    WYK_HAL_EINVAL = 22,           // unknown type of engine operation
+    WYK_HAL_STATUS_REFUSED = 21,   // status word of a strict-priority configuration
+    WYK_HAL_STATUS_CONFIGURED = 1  // first word of a configuration read back
+};
+
+// Requests and responses come without a size. Each operation therefore looks at the head first, refuses a
+// count whose block would not fit the 16-bit sizes that these blocks are made with, and then touches exactly
+// the bytes that its form has for that count. A block that the form has and that is null is refused with
+// CARD_ERROR_NULL_POINTER. A refused request changes nothing.
+class TrafficManagerState {
+  public:
+    TrafficManagerState(Accounts &accounts, const Inventory &inventory);
+
+    prm_status_t engine_op(u32 hal_type, const void *request, void *response);
+    // Handles of a port's default queue, or of one of the platform's own policers.
+    prm_status_t get_result(const void *request, void *response);
+    // With a count: policies (counters, policers). Without: the strict-priority classes of a port, whose head
+    // carries the count, and whose refusal stands in the response's status word.
+    prm_status_t config_policy_in_tm(const void *request, void *response, u32 policies);
+    prm_status_t get_stats(const void *request, void *response) const;
+    prm_status_t get_queue_depth(const void *request, void *response) const;
+    prm_status_t get_config(const void *request, void *response) const;
+    // Releases all nodes of the request or, when one is wrong, none.
+    prm_status_t deallocate_nodes(const void *request, u32 *status_word);
+
+    // Whether an id was handed out and is still in use. Statistics ids count with and without
+    // PRM_TCAM_QOS_STATS_FLAG.
+    bool has_statistics(u32 id) const;
+    bool has_queue(u32 fid0) const;
+    bool has_policer(u32 id) const;
+
+    // A policy as configured.
+    struct Policy {
+        u16 kind;
+        u32 mode_word;
+        u32 committed_rate;
+        u32 burst;
+    };
+    // One class of a port.
+    struct Class {
+        u32 queue;
+        u16 qos_group;
+        u32 priority;
+        u32 shaper_word;
+        u32 bandwidth_mode;
+        u16 weight;
+        u32 rate;
+    };
+    // Null when there is none.
+    const Policy *policy(u32 stats_id) const;
+    std::span<const Class> classes(u32 port) const;
+
+  private:
+    struct Port {
+        u32 default_queue = 0;  // 0: none
+        u32 class_count = 0;    // configured and not yet released; released from the front
+        std::array<Class, WYK_HAL_CLASSES> classes{};
+    };
+
+    u32 nps_;
+    std::vector<Port> ports_;  // of port 1 and on
+    IndexPool queue_pool_;
+    IndexPool policy_pool_;
+    absl::flat_hash_map<u32, Policy> policies_;  // by index
+    std::bitset<64> platform_policers_;          // asked for at least once
+
+    prm_status_t allocate_default_queue(const wyk_hal_default_queue &request);
+    prm_status_t release_default_queue(const wyk_hal_default_queue &request);
+    prm_status_t validate(const wyk_hal_result_item &item) const;
+    void hand_out(const wyk_hal_result_item &item, wyk_hal_ids *ids);
+    prm_status_t configure_policies(const wyk_hal_policy_request &head, const wyk_hal_policy *policies,
+                                    u32 count, wyk_hal_ids *ids);
+    bool acceptable_head(const wyk_hal_policy_request &head) const;
+    bool acceptable(const wyk_hal_policy_request &head, const wyk_hal_policy *classes) const;
+    prm_status_t configure_classes(const wyk_hal_policy_request &head, const wyk_hal_policy *classes,
+                                   wyk_hal_ids *ids);
+    const Port *port(u32 number) const;
+    Port *port(u32 number);
 };
 
 }  // namespace sim
