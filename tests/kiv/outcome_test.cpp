@@ -84,4 +84,39 @@ TEST(Outcome, RestartForgets) {
     EXPECT_THAT(scanner.failing_lines(), IsEmpty());
 }
 
+TEST(Outcome, FailureThatTheCaseWantedToSeeIsTakenBack) {
+    OutcomeScanner scanner;
+    scanner.print("ERROR: Failed to read programmed LPTS entry, error :16\n");
+    scanner.print("SUCCESS: Reading invalid entry failed. Error 22\n");
+    EXPECT_EQ(scanner.failures(), 0u);
+    EXPECT_EQ(scanner.successes(), 1u);
+    EXPECT_THAT(scanner.failing_lines(), IsEmpty());
+}
+
+TEST(Outcome, OtherSuccessLinesTakeNothingBack) {
+    OutcomeScanner scanner;
+    scanner.print("ERROR: Buddy Reserve failed. rc = 0x16 ");
+    scanner.print("SUCCESS: Tx Adj ADD completed. rc = 0x0 ");
+    EXPECT_EQ(scanner.failures(), 1u);
+    scanner.print("\nSUCCESS: Buddy Reserve failed. rc = 0x16 ");  // its failure did not come right before
+    EXPECT_EQ(scanner.failures(), 1u);
+}
+
+TEST(Outcome, OnlyTheFailureRightBeforeIsTakenBack) {
+    OutcomeScanner scanner;
+    scanner.print("ERROR: one\n");
+    scanner.print("ERROR: two\n");
+    scanner.print("SUCCESS: two returns error 5\n");
+    EXPECT_EQ(scanner.failures(), 1u);
+    EXPECT_EQ(scanner.failing_lines(), std::vector<std::string>{"ERROR: one"});
+}
+
+TEST(Outcome, FunctionMaySayItsNameBeforeTheMarker) {
+    EXPECT_EQ(kiv::outcome_of("tc_kiv_tcam_verify: Failure in getting info from h/w"), kiv::Outcome::failure);
+    EXPECT_EQ(kiv::outcome_of("tc_kiv_xconnect_add_l2p_x_pw:ERROR:kiv_util_uidb_l2_enable failed."),
+              kiv::Outcome::failure);
+    EXPECT_EQ(kiv::outcome_of("two words: Failure in"), kiv::Outcome::none);
+}
+
 }  // namespace
+
