@@ -92,8 +92,9 @@ bool Supervisor::start_worker(uint64_t from) {
     recorder_.console()->flush();
     fflush(nullptr);  // a worker that leaves through exit() must not write our buffers a second time
     run_signals->block();
+    const pid_t self = getpid();
     worker_ = fork();
-    if (worker_ == 0) work(from, read_end, write_end);
+    if (worker_ == 0) work(self, from, read_end, write_end);
     const int error = errno;
     run_signals->unblock();
     close(write_end);
@@ -105,10 +106,9 @@ bool Supervisor::start_worker(uint64_t from) {
     return false;
 }
 
-void Supervisor::work(uint64_t from, int direct_read, int direct_write) {
-    const pid_t supervisor = getppid();
+void Supervisor::work(pid_t supervisor, uint64_t from, int direct_read, int direct_write) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (getppid() != supervisor) _exit(1);
+    if (getppid() != supervisor) _exit(1);  // it died in between
     prctl(PR_SET_CHILD_SUBREAPER, 0);
     run_signals->restore();
     run_signals->unblock();

@@ -33,7 +33,7 @@ class Supervisor {
 
   private:
     bool start_worker(uint64_t from);
-    [[noreturn]] void work(uint64_t from, int direct_read, int direct_write);
+    [[noreturn]] void work(pid_t supervisor, uint64_t from, int direct_read, int direct_write);
     void watch();
     void look_after_worker();
     void keep_time(int64_t now);

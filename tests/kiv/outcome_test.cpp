@@ -119,4 +119,3 @@ TEST(Outcome, FunctionMaySayItsNameBeforeTheMarker) {
 }
 
 }  // namespace
-
