@@ -343,7 +343,9 @@ const Summary &Recorder::finish(int64_t time) {
         stray_.clear();
     }
     summary_.duration = std::chrono::nanoseconds(time - run_started_);
-    tell([&](Reporter &reporter) { reporter.run_ended(summary_); });
+    // The console last: when nobody reads it any more, the reports are complete all the same.
+    for (const auto &report : reports_) report->run_ended(summary_);
+    console_->run_ended(summary_);
     return summary_;
 }
 

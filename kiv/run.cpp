@@ -173,6 +173,9 @@ int Run::execute() {
     Recorder recorder(*schedule_, &console, std::move(reports), settings);
     take_notes(&recorder);
     recorder.run_begins(info);
+    if (site_)
+        for (const std::string &stranger : site_->strangers(context_))
+            recorder.note("the site has files for " + stranger + ", but no folder or case is called so");
     console.flush();
     if (schedule_->size() > 0) {
         if (options_.no_fork) {

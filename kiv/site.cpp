@@ -116,6 +116,7 @@ const CaseFiles &Site::case_files(const Case &test) {
 }
 
 std::vector<std::string> Site::strangers(const kiv_context &context) const {
+    if (directories_.empty()) return {};
     std::set<std::string> known;
     for (const kiv_folder &folder : context.folders) known.insert(folder.path);
     for (const Case &test : context.cases) {

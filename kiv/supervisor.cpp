@@ -88,6 +88,7 @@ bool Supervisor::start_worker(uint64_t from) {
     polite_since_ = 0;
     stop_signal_ = 0;
     why_.clear();
+    heard_at_ = now_ns();
     recorder_.console()->flush();
     fflush(nullptr);  // a worker that leaves through exit() must not write our buffers a second time
     run_signals->block();
@@ -167,6 +168,7 @@ void Supervisor::watch() {
         keep_time(now);
         recorder_.console()->tick(now);
         if (got > 0) {
+            heard_at_ = now;
             idle = 0;
             continue;
         }
@@ -274,8 +276,13 @@ void Supervisor::keep_time(int64_t now) {
         }
         return;
     }
+    const int64_t limit = static_cast<int64_t>(options_.timeout * 1e9);
     if (!recorder_.item_runs()) {
-        if (!recorder_.is_done()) return;
+        if (!recorder_.is_done()) {
+            if (limit > 0 && now - std::max(heard_at_, resumed_at_) >= limit)
+                end_worker(now, "did nothing for " + seconds_text(limit) + " between cases");
+            return;
+        }
         // The last case is over; only the program's own exit handlers run.
         if (announced_for_ != -1) {
             announced_for_ = -1;
@@ -286,8 +293,7 @@ void Supervisor::keep_time(int64_t now) {
         return;
     }
     announce_slow(now);
-    if (options_.timeout <= 0 || (recorder_.operator_types() && !options_.timeout_given)) return;
-    const int64_t limit = static_cast<int64_t>(options_.timeout * 1e9);
+    if (limit <= 0 || (recorder_.operator_types() && !options_.timeout_given)) return;
     if (now - std::max(recorder_.item_started(), resumed_at_) < limit) return;
     timed_out_ = true;
     std::string why = "took longer than " + seconds_text(limit);

@@ -65,6 +65,7 @@ class Supervisor {
 
     bool interrupted_ = false;
     int64_t resumed_at_ = 0;  // the whole run was stopped until then
+    int64_t heard_at_ = 0;    // of the worker, for the last time
     int64_t next_announcement_ = 0;
     int64_t announced_for_ = 0;
 };

@@ -1,0 +1,28 @@
+# Helpers of the script tests: run a command, and look at what it printed.
+file(REMOVE_RECURSE ${WORK})
+file(MAKE_DIRECTORY ${WORK})
+
+# run(COMMAND...): its exit status in `status`, its output in `out`.
+macro(run)
+  execute_process(COMMAND ${ARGN} WORKING_DIRECTORY ${WORK} RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE out)
+endmacro()
+
+macro(expect_status wanted)
+  if(NOT "${status}" STREQUAL "${wanted}")
+    message(FATAL_ERROR "exit status ${status}, not ${wanted}:\n${out}")
+  endif()
+endmacro()
+
+macro(expect_in_output regex)
+  if(NOT "${out}" MATCHES "${regex}")
+    message(FATAL_ERROR "nothing like \"${regex}\" in:\n${out}")
+  endif()
+endmacro()
+
+macro(expect_lines count)
+  string(REGEX MATCHALL "\n" newlines "${out}")
+  list(LENGTH newlines found)
+  if(NOT found EQUAL ${count})
+    message(FATAL_ERROR "${found} lines, not ${count}:\n${out}")
+  endif()
+endmacro()

@@ -1,0 +1,24 @@
+# The built program: it finds the site in the sources, lists all there is and always ends with 0.
+include(${CMAKE_CURRENT_LIST_DIR}/expect.cmake)
+
+run(${PROGRAM} --list)
+expect_status(0)
+expect_lines(240)
+expect_in_output("prm-kiv/tc_prm_v4_leaf_delete#2 ")
+
+run(${PROGRAM} --list-folders)
+expect_lines(17)  # of the 18 folders "span" alone has no case of its own
+
+run(${PROGRAM} no-such-folder)
+expect_status(0)
+expect_in_output("no folder or case is called \"no-such-folder\"")
+
+run(${PROGRAM} prm-kiv/tc_kiv_uidb_ipv4_enable)
+expect_status(0)
+expect_in_output("Site ${SOURCES}/site/sim")
+expect_in_output("Flash ${WORK}/kiv-out/disk0")
+expect_in_output("1 case, card sim")
+expect_in_output("(PASSED|FAILED): 1 case")
+
+run(${PROGRAM} --help)
+expect_in_output("--card")
