@@ -17,7 +17,8 @@ class ClientMemory {
     bool writable(void *start, size_t size);
 
   private:
-    uintptr_t readable_page_ = 0, writable_page_ = 0;  // 0: none yet
+    static constexpr uintptr_t kNoPage = 1;
+    uintptr_t readable_page_ = kNoPage, writable_page_ = kNoPage;
 };
 
 }  // namespace sim
