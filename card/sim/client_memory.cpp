@@ -10,6 +10,7 @@ namespace sim {
 namespace {
 
 constexpr uintptr_t kPage = 4096;  // the smallest; larger pages are asked about more than once
+constexpr uintptr_t kAsked = 8;  // where in a page; at its start, the first page would be asked about as null
 
 // A change of the signal mask that makes no sense: the kernel reads the new mask before it says so.
 bool kernel_reads(uintptr_t address) {
@@ -33,7 +34,7 @@ bool every_page(const void *start, size_t size, uintptr_t *good_page, bool (*ask
     bool good = true;
     for (uintptr_t page = first & ~(kPage - 1); good && page < first + size; page += kPage) {
         if (page == *good_page) continue;
-        good = asked(page);
+        good = asked(page + kAsked);
         if (good) *good_page = page;
     }
     errno = saved;
