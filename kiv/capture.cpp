@@ -131,7 +131,7 @@ ssize_t Capture::read_stream(void *self, char *buffer, size_t size) {
         capture.input_told_ = true;
         if (capture.settings_.scripted)
             capture.journal_.reads_input(
-                capture.input_.empty() ? "nothing: the site has no stdin for it" : capture.input_,
+                capture.input_.empty() ? std::string("the site has no stdin for it") : capture.input_,
                 capture.input_.empty() ? 0 : count_lines(capture.input_));
         else if (isatty(STDIN_FILENO))
             capture.journal_.reads_input("", 0);

@@ -60,6 +60,7 @@ void CaseRunner::close_folder() {
 void CaseRunner::fixture(const kiv_folder *folder, bool set_up) {
     if (folder->fixtures.empty()) return;
     *around_.counters = {};
+    journal_.make_room();
     const int64_t begin = now_ns();
     journal_.fixture_begins(folder->id, set_up, begin);
     tell(Observer::kFixtures, [&](Observer &observer) { observer.fixture_begins(folder->path, set_up); });
@@ -99,6 +100,7 @@ void CaseRunner::run_case(uint64_t position) {
         around_.capture->feed({});
     }
     *around_.counters = {};
+    journal_.make_room();
     const int64_t begin = now_ns();
     journal_.case_begins(position, begin);
     std::string name;

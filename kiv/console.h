@@ -36,6 +36,7 @@ class Console : public Reporter {
     // Output of the running case, shown at once; after it case_ended does not show it again.
     void live_output(std::string_view text);
     bool shows_output() const { return style_.verbose; }
+    bool is_watched() const { return style_.verbose || style_.progress; }
     // A line of the run's own, between the others.
     void announce(std::string_view line);
     // Rewrites the progress line when it is time to.

@@ -33,6 +33,8 @@ class Journal {
     static constexpr uint64_t kKeptFailures = 100;
 
     virtual ~Journal() = default;
+    // Before something is timed: waits for whoever reads, so that the wait is not in the time.
+    virtual void make_room() {}
     virtual void group_begins(uint64_t position, uint32_t count) = 0;
     virtual void group_ended() = 0;
     virtual void fixture_begins(uint32_t folder, bool set_up, int64_t time) = 0;

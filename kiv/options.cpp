@@ -13,17 +13,20 @@ namespace kiv {
 namespace {
 
 constexpr const char *kIntroduction =
-    R"(Runs test cases, each in its folder's set-up and tear-down, and reports what came of them.
+    R"(Runs test cases, each in its folder's set-up and tear-down, and reports what
+came of them.
 
 SELECTOR names what runs, in the order given:
   folder               a folder with everything below it
   folder/sub           the same for a sub-folder
   folder/case          one case; case#2 is the second of that name
-  'folder/*_add'       a pattern (* ? []), matched against whole selectors; * runs
-                       over slashes too
+  'folder/*_add'       a pattern (* ? []), matched against whole selectors; *
+                       runs over slashes too
   -SELECTOR            leaves those out, wherever it stands
-Without selectors the site's plan runs, or else every automatic case. Manual cases
-run when a selector or a plan names them, their folder, or a pattern that matches.)";
+Without selectors the site's plan runs, or else every automatic case. Manual
+cases run when a selector or a plan names them, their folder, or a pattern that
+matches.
+)";
 
 constexpr const char *kExamples =
     R"(Examples:
@@ -34,9 +37,9 @@ constexpr const char *kExamples =
   %s --json run.json --junit run.xml --timeout 60
 
 The exit status tells nothing of the results: `kivctl gate run.json` does.
-A word that begins with one dash and is none of -h -v -q -l excludes; so does every
-word that begins with a dash after "--". NO_COLOR, KIV_SITE and the variables of the
-Bazel test protocol are honoured.)";
+A word that begins with one dash and is none of -h -v -q -l excludes; so does
+every word that begins with a dash after "--". NO_COLOR, KIV_SITE and the
+variables of the Bazel test protocol are honoured.)";
 
 std::string examples(const std::string &program) {
     std::string text = kExamples;
@@ -84,17 +87,17 @@ Parsed parse_options(int argc, char **argv, CLI::App &app, Options *options) {
     app.description(kIntroduction);
     app.footer(examples(name));
     app.get_formatter()->column_width(26);
-    app.get_formatter()->label("OPTIONS", "[OPTIONS] [SELECTOR...]");
+    app.get_formatter()->label("OPTIONS", "OPTIONS] [SELECTOR...");
+    app.set_help_flag();  // comes back at the end of the list
 
     std::vector<std::string> plans, excludes;
     std::string shard, on_crash = "next-folder";
     bool list = false, list_json = false, list_folders = false, version = false;
 
     const char *group = "Which cases";
-    app.set_help_flag("-h,--help", "Print this help and exit")->group("Other");
-    app.add_flag("--version", version, "Print the version and exit")->group("Other");
-    app.add_option("--plan", plans,
-                   "Selectors from a file, one a line, # comments; before those\nof the command line")
+    app.add_option(
+           "--plan", plans,
+           "Selectors from a file, one a line, # comments;\nthey come before those of the command line")
         ->type_name("FILE")
         ->group(group)
         ->expected(1)
@@ -105,8 +108,7 @@ Parsed parse_options(int argc, char **argv, CLI::App &app, Options *options) {
         ->group(group)
         ->expected(1)
         ->take_all();
-    app.add_option("--rerun-failed", options->rerun_failed,
-                   "What did not pass in the event stream of an earlier run")
+    app.add_option("--rerun-failed", options->rerun_failed, "What did not pass, by the event stream of a run")
         ->type_name("FILE")
         ->group(group);
     app.add_option("--shard", shard, "The I-th of N parts, whole folders each")
@@ -119,7 +121,7 @@ Parsed parse_options(int argc, char **argv, CLI::App &app, Options *options) {
     group = "How they run";
     app.add_option("--repeat", options->repeat, "Everything N times over")
         ->type_name("N")
-        ->check(CLI::Range(1, 1000000))
+        ->check(CLI::Range(1, 1000000).description(""))
         ->group(group);
     app.add_flag("--shuffle", options->shuffle, "Folders, and the cases in each, in random order")
         ->group(group);
@@ -131,19 +133,19 @@ Parsed parse_options(int argc, char **argv, CLI::App &app, Options *options) {
     CLI::Option *timeout =
         app.add_option("--timeout", options->timeout, "End a case that takes longer; 0 never does [300]")
             ->type_name("SECONDS")
-            ->check(CLI::Range(0.0, 1e8))
+            ->check(CLI::Range(0.0, 1e8).description(""))
             ->group(group);
     app.add_option("--grace", options->grace, "Between the polite end and the forced one [5]")
         ->type_name("SECONDS")
-        ->check(CLI::Range(0.0, 1e8))
+        ->check(CLI::Range(0.0, 1e8).description(""))
         ->group(group);
     app.add_option(
            "--on-crash", on_crash,
            "Where to go on after a case that ended its worker:\nnext-folder, next-case or stop [next-folder]")
         ->type_name("WHERE")
-        ->check(CLI::IsMember({"next-folder", "next-case", "stop"}))
+        ->check(CLI::IsMember({"next-folder", "next-case", "stop"}).description(""))
         ->group(group);
-    app.add_flag("--no-fork", options->no_fork, "Run in this process, for debuggers: a crash ends the run")
+    app.add_flag("--no-fork", options->no_fork, "Run in this process, for debuggers: a crash ends it")
         ->group(group);
 
     group = "Where";
@@ -165,12 +167,12 @@ Parsed parse_options(int argc, char **argv, CLI::App &app, Options *options) {
     app.add_flag("-q,--quiet", options->quiet, "Only what is not good, and the summary")->group(group);
     app.add_option("--color", options->color, "auto, always or never [auto]")
         ->type_name("WHEN")
-        ->check(CLI::IsMember({"auto", "always", "never"}))
+        ->check(CLI::IsMember({"auto", "always", "never"}).description(""))
         ->group(group);
     app.add_option("--output-limit", options->output_limit,
-                   "KiB of a case's output kept in the results; more goes to a\nfile [1024]")
+                   "KiB of a case's output kept in the results; more goes\nto a file [1024]")
         ->type_name("KIB")
-        ->check(CLI::Range(1, 1 << 20))
+        ->check(CLI::Range(1, 1 << 20).description(""))
         ->group(group);
     for (const std::string &format : report_formats()) {
         std::string *file = format == "junit"  ? &options->reports.junit
@@ -184,6 +186,8 @@ Parsed parse_options(int argc, char **argv, CLI::App &app, Options *options) {
         app.add_option("--" + format, *file, what)->type_name("FILE")->group(group);
     }
     for (Observer *observer : observers()) observer->add_options(app);
+    app.set_help_flag("-h,--help", "Print this help and exit")->group("Other");
+    app.add_flag("--version", version, "Print the version and exit")->group("Other");
 
     // Selectors are picked out first: what begins with one dash excludes and is nothing for the option
     // parser.

@@ -1,6 +1,7 @@
 // Finds the lines by which a case reports its outcome in what it prints.
 #include "kiv/outcome.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 
@@ -18,14 +19,15 @@ constexpr Marker kMarkers[] = {
     {"SUCCESS: ", Outcome::success}, {"Success in", Outcome::success}, {"Success while", Outcome::success},
 };
 
-constexpr size_t kLongestMarker = 13;
-
-// "tc_kiv_tcam_verify: Failure in ...": a function says its own name first.
+// "tc_kiv_tcam_verify: Failure in ...", "tc_kiv_xconnect_add_l2p_x_pw:ERROR:...": a function says its own name
+// first.
 std::string_view after_name(std::string_view text) {
     size_t at = 0;
     while (at < text.size() && (isalnum(static_cast<unsigned char>(text[at])) || text[at] == '_')) ++at;
-    if (at == 0 || text.substr(at, 2) != ": ") return {};
-    return text.substr(at + 2);
+    if (at == 0 || at == text.size() || text[at] != ':') return {};
+    ++at;
+    if (at < text.size() && text[at] == ' ') ++at;
+    return text.substr(at);
 }
 
 }  // namespace
@@ -34,18 +36,26 @@ Outcome outcome_of(std::string_view text) {
     if (text.empty()) return Outcome::none;
     for (const Marker &marker : kMarkers)
         if (text.starts_with(marker.text)) return marker.outcome;
-    const size_t mark = text.find("Failure in");
-    if (mark != std::string_view::npos && mark < 80 && after_name(text).starts_with("Failure in"))
-        return Outcome::failure;
+    const std::string_view said = after_name(text);
+    if (said.starts_with("Failure in") || said.starts_with("ERROR:")) return Outcome::failure;
     return Outcome::none;
+}
+
+bool tells_expected_failure(std::string_view text) {
+    static constexpr std::string_view kWords[] = {"fail", "error"};
+    const auto same = [](char a, char b) { return tolower(static_cast<unsigned char>(a)) == b; };
+    for (const std::string_view word : kWords)
+        if (std::search(text.begin(), text.end(), word.begin(), word.end(), same) != text.end()) return true;
+    return false;
 }
 
 void OutcomeScanner::restart() {
     failures_ = successes_ = 0;
     if (!lines_.empty()) lines_.clear();
     partial_.clear();
-    at_line_begin_ = true;
+    judging_ = true;
     line_open_ = false;
+    last_ = Outcome::none;
 }
 
 void OutcomeScanner::keep(std::string_view text) {
@@ -54,7 +64,10 @@ void OutcomeScanner::keep(std::string_view text) {
 
 void OutcomeScanner::line_begins(std::string_view rest) {
     const std::string_view line = rest.substr(0, rest.find('\n'));
-    switch (outcome_of(line.substr(0, 256))) {
+    const Outcome before = last_;
+    const Outcome outcome = outcome_of(line.substr(0, 256));
+    if (outcome != Outcome::none) last_ = outcome;
+    switch (outcome) {
         case Outcome::failure:
             ++failures_;
             keep(line);
@@ -63,47 +76,47 @@ void OutcomeScanner::line_begins(std::string_view rest) {
         case Outcome::success:
             ++successes_;
             line_open_ = false;
+            if (before == Outcome::failure && tells_expected_failure(line.substr(0, 256))) {
+                // The failure told just before is the one that the case wanted to see.
+                --failures_;
+                if (failures_ < lines_.size()) lines_.pop_back();
+            }
             break;
         case Outcome::none:
             break;
     }
 }
 
-void OutcomeScanner::finish() {
-    if (partial_.empty()) return;
-    const std::string whole = std::move(partial_);
+void OutcomeScanner::judge_partial() {
+    const std::string line = std::move(partial_);
     partial_.clear();
-    line_begins(whole);
+    judging_ = false;
+    line_begins(line);
+    line_open_ = false;
 }
 
-void OutcomeScanner::print(std::string_view text, bool continuing) {
-    if (text.empty()) return;
-    if (!partial_.empty() || (continuing && at_line_begin_)) {
-        // Pieces come as the pipe cut them: the begin of a line is judged when enough of it is there.
-        if (continuing) {
-            const size_t end = text.find('\n');
-            if (end == std::string_view::npos && partial_.size() + text.size() < kLongestMarker) {
-                partial_ += text;
-                at_line_begin_ = false;
-                return;
-            }
-            if (!partial_.empty()) {
-                partial_ += text.substr(0, std::min(end, kKeptLength));
-                const std::string whole = std::move(partial_);
-                partial_.clear();
-                line_begins(whole);
-                if (end == std::string_view::npos) return;
-                text.remove_prefix(end + 1);
-                line_open_ = false;
-                at_line_begin_ = true;
-                if (text.empty()) return;
-            }
-        } else {
-            finish();
+void OutcomeScanner::finish() {
+    if (!partial_.empty()) judge_partial();
+}
+
+void OutcomeScanner::piece(std::string_view text) {
+    while (!text.empty()) {
+        const size_t end = text.find('\n');
+        if (judging_) {
+            partial_ += text.substr(0, std::min(end, kKeptLength - partial_.size()));
+            if (end != std::string_view::npos || partial_.size() >= kKeptLength) judge_partial();
         }
+        if (end == std::string_view::npos) return;
+        judging_ = true;
+        text.remove_prefix(end + 1);
     }
+}
+
+void OutcomeScanner::print(std::string_view text) {
+    if (text.empty()) return;
+    finish();
     const uint64_t failures_before = failures_;
-    if (!continuing || at_line_begin_) line_begins(text);
+    line_begins(text);
     if (line_open_ && failures_ == failures_before && !lines_.empty()) {
         // The line of an earlier print goes on.
         std::string &line = lines_.back();
@@ -116,13 +129,9 @@ void OutcomeScanner::print(std::string_view text, bool continuing) {
         line_open_ = false;
         at = newline + 1;
         if (at == end) break;
-        const std::string_view rest(at, static_cast<size_t>(end - at));
-        if (continuing && rest.size() < kLongestMarker && rest.find('\n') == std::string_view::npos)
-            partial_ = rest;
-        else
-            line_begins(rest);
+        line_begins({at, static_cast<size_t>(end - at)});
     }
-    at_line_begin_ = text.back() == '\n';
+    judging_ = text.back() == '\n';
 }
 
 }  // namespace kiv

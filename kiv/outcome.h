@@ -12,8 +12,12 @@ namespace kiv {
 enum class Outcome { none, success, failure };
 
 // What a line that begins like `text` says: "ERROR: ", "FAIL:", "Failure in" report a failure, "SUCCESS: ",
-// "Success in", "Success while" a success. "name: Failure in" counts as well.
+// "Success in", "Success while" a success. "name: Failure in" and "name:ERROR:" count as well.
 Outcome outcome_of(std::string_view text);
+
+// Whether a success line speaks of a failure, as a negative case does that saw what it expected: "SUCCESS: Reading
+// invalid entry failed. Error 22". Right after a failing line it takes that line back.
+bool tells_expected_failure(std::string_view text);
 
 // Follows the prints of one case. A marker counts where a line begins and where a print begins: several
 // prints often share a line.
@@ -23,11 +27,11 @@ class OutcomeScanner {
     static constexpr size_t kKeptLength = 400;
 
     void restart();
-    // One print, whole. Output that did not come print by print (a child's) is `continuing`: only its lines
-    // count.
-    void print(std::string_view text, bool continuing = false);
-
-    void finish();  // what came last may have been cut in the middle of a marker
+    // One print, whole.
+    void print(std::string_view text);
+    // Output that did not come print by print, cut anywhere: only its lines count.
+    void piece(std::string_view text);
+    void finish();  // the last line may have no end
 
     uint64_t failures() const { return failures_; }
     uint64_t successes() const { return successes_; }
@@ -37,12 +41,14 @@ class OutcomeScanner {
   private:
     void line_begins(std::string_view rest);
     void keep(std::string_view text);
+    void judge_partial();
 
     uint64_t failures_ = 0, successes_ = 0;
     std::vector<std::string> lines_;
-    std::string partial_;  // a line begin, short, that a later continuing print goes on with
-    bool at_line_begin_ = true;
+    std::string partial_;     // begin of a line that came in pieces
+    bool judging_ = true;     // the line that a piece goes on with has not been judged
     bool line_open_ = false;  // the last kept line goes on with the next print
+    Outcome last_ = Outcome::none;  // of the last line that told one
 };
 
 }  // namespace kiv

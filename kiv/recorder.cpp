@@ -212,14 +212,21 @@ void Recorder::text(Printed kind, std::string_view text) {
         return;
     }
     output_.add(text);
-    outcome_.print(text, kind == Printed::direct);
+    if (kind == Printed::print)
+        outcome_.print(text);
+    else
+        outcome_.piece(text);
     if (console_->shows_output() || operator_types_) console_->live_output(text);
 }
 
 void Recorder::reads_input(std::string_view source, uint32_t lines) {
     if (!source.empty()) {
-        console_->announce(item_name() + " reads standard input: " + std::to_string(lines) +
-                           (lines == 1 ? " line" : " lines") + " from " + std::string(source));
+        // Scripted: worth a line for who watches.
+        if (!console_->is_watched()) return;
+        std::string what =
+            std::to_string(lines) + (lines == 1 ? " line" : " lines") + " from " + std::string(source);
+        if (lines == 0) what = "end of input, " + std::string(source);
+        console_->announce(item_name() + " reads standard input: " + what);
         return;
     }
     operator_types_ = true;

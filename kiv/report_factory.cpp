@@ -1,13 +1,9 @@
 // Opens the reports that a run was asked for.
 #include "kiv/report_factory.h"
 
-#ifdef KIV_HAVE_REPORTS
 #include "kiv/reports/reports.h"
-#endif
 
 namespace kiv {
-
-#ifdef KIV_HAVE_REPORTS
 
 std::vector<std::string> report_formats() {
     return {"junit", "tap", "json", "html"};
@@ -31,17 +27,5 @@ std::vector<std::unique_ptr<Reporter>> open_reports(const ReportRequest &request
     }
     return reports;
 }
-
-#else
-
-std::vector<std::string> report_formats() {
-    return {};
-}
-
-std::vector<std::unique_ptr<Reporter>> open_reports(const ReportRequest &, std::string *) {
-    return {};
-}
-
-#endif
 
 }  // namespace kiv

@@ -15,7 +15,7 @@ struct ReportRequest {
     bool any() const { return !(junit.empty() && tap.empty() && json.empty() && html.empty()); }
 };
 
-// The formats this build can write, as option names ("junit"); empty when it was built without kiv/reports.
+// The formats, as option names ("junit").
 std::vector<std::string> report_formats();
 
 // Opens every report asked for; null entries never occur. On an error *error is set and nothing is returned.

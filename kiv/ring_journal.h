@@ -15,6 +15,7 @@ class RingJournal : public Journal {
   public:
     explicit RingJournal(Ring &ring) : ring_(ring) {}
 
+    void make_room() override { ring_.reserve(Ring::kSize / 4); }
     void group_begins(uint64_t position, uint32_t count) override;
     void group_ended() override;
     void fixture_begins(uint32_t folder, bool set_up, int64_t time) override;

@@ -186,6 +186,12 @@ void Supervisor::watch() {
     }
     while (drain_direct() > 0) {
     }
+    // A terminal's Ctrl-C reaches the worker as well, and may end it before we hear of it ourselves.
+    if (WIFSIGNALED(wait_status_) && WTERMSIG(wait_status_) == SIGINT && RunSignals::interruptions() == 0) {
+        const timespec pause{0, 20'000'000};
+        nanosleep(&pause, nullptr);
+    }
+    heed_interrupts(now_ns());
     close(direct_);
     direct_ = -1;
 }
@@ -218,7 +224,7 @@ void Supervisor::look_after_worker() {
 }
 
 void Supervisor::end_worker(int64_t now, const std::string &why) {
-    if (polite_since_ != 0) return;
+    if (polite_since_ != 0 || gone_) return;
     polite_since_ = now;
     why_ = why;
     kill(worker_, SIGTERM);
@@ -236,7 +242,7 @@ void Supervisor::heed_interrupts(int64_t now) {
             recorder_.console()->announce("interrupted: ending " + recorder_.item_name());
         end_worker(now, "interrupted");
     }
-    if (count > 1 && !forced_) {
+    if (count > 1 && !forced_ && !gone_) {
         forced_ = true;
         kill(worker_, SIGKILL);
     }

@@ -1,10 +1,179 @@
 // Transmit adjacencies, next hops and tunnels on the simulated card.
 #include "card/sim/adjacency.h"
 
+#include <algorithm>
+
 #include "card/sim/backend.h"
+#include "card/sim/request.h"
 
 namespace sim {
+namespace {
 
-void install_adjacency(card::Backend &) {}
+prm_status_t check_reserved_bytes(const prm_tx_adj &record) {
+    return success_if(all_zero(record.reserved0) && all_zero(record.reserved24) && record.reserved73 == 0 &&
+                          all_zero(record.reserved76) && all_zero(record.reserved82) &&
+                          all_zero(record.reserved94) && all_zero(record.reserved112) &&
+                          all_zero(record.reserved120),
+                      CARD_ERROR_RESERVED_BYTES);
+}
+
+prm_status_t check_labels(const prm_tx_adj &record) {
+    return success_if(record.label0 <= kMaxLabel && record.label1 <= kMaxLabel && record.label2 <= kMaxLabel,
+                      CARD_ERROR_BAD_VALUE);
+}
+
+// An add or modify. Next hops, interface-database indices and tunnels are names: they need not have come from
+// a pool or exist. All ones for an interface index are what a failed lookup yields, and are accepted.
+prm_status_t check_adjacency(const prm_tx_adj &record) {
+    if (const prm_status_t status = check_reserved_bytes(record)) return status;
+    if ((record.adj_flags0 & ~PRM_TX_ADJ_NORMAL) != 0 || (record.adj_flags3 & ~PRM_TX_ADJ_OPTION2) != 0)
+        return CARD_ERROR_BAD_KIND;
+    if (record.nh_idx == 0) return CARD_ERROR_BAD_VALUE;
+    switch (record.adj_flags2) {
+        case 0:
+            return success_if(record.nh_idx2 == 0 && record.label0 == 0 && record.label1 == 0 &&
+                                  record.label2 == 0 && record.tunnel_if == 0 && record.adj_flags3 == 0,
+                              CARD_ERROR_BAD_VALUE);
+        case PRM_TX_ADJ_LABELS:
+            if (record.nh_idx2 == 0 || record.tunnel_if != 0) return CARD_ERROR_BAD_VALUE;
+            return check_labels(record);
+        case PRM_TX_ADJ_EOMPLS:
+            if (record.nh_idx2 == 0 || record.tunnel_if == 0) return CARD_ERROR_BAD_VALUE;
+            return check_labels(record);
+        default:
+            return CARD_ERROR_BAD_KIND;
+    }
+}
+
+u32 key_of(const prm_tx_adj &record) {
+    return record.adj_flags2 != 0 ? record.nh_idx2 : record.nh_idx;
+}
+
+Adjacency as_programmed(const prm_tx_adj &record) {
+    Adjacency adjacency;
+    adjacency.flags0 = record.adj_flags0;
+    adjacency.flags2 = record.adj_flags2;
+    adjacency.flags3 = record.adj_flags3;
+    std::copy(std::begin(record.dmac), std::end(record.dmac), adjacency.dmac);
+    adjacency.uidb = record.uidb;
+    adjacency.over = record.adj_flags2 != 0 ? record.nh_idx : 0;
+    adjacency.labels[0] = record.label0;
+    adjacency.labels[1] = record.label1;
+    adjacency.labels[2] = record.label2;
+    adjacency.tunnel = record.tunnel_if;
+    return adjacency;
+}
+
+void attach(AdjacencyState &state, const Adjacency &adjacency) {
+    state.next_hops.use(adjacency.over);
+    state.tunnels.use(adjacency.tunnel);
+}
+
+void detach(AdjacencyState &state, const Adjacency &adjacency) {
+    state.next_hops.unuse(adjacency.over);
+    state.tunnels.unuse(adjacency.tunnel);
+}
+
+void program(AdjacencyState &state, u32 nh, Adjacency *entry, bool created, const prm_tx_adj &record) {
+    const Adjacency before = *entry;
+    *entry = as_programmed(record);
+    attach(state, *entry);
+    if (created) {
+        state.next_hops.use(nh);
+    } else {
+        detach(state, before);
+    }
+    state.pending.erase(nh);
+}
+
+prm_status_t add(Card &card, prm_handle_t client, prm_tx_adj *record) {
+    if (const prm_status_t status = require(card, client, record)) return status;
+    if (const prm_status_t status = check_adjacency(*record)) return status;
+    AdjacencyState &state = card.adjacency;
+    Adjacency *entry;
+    bool created;
+    if (const prm_status_t status = state.table.put(key_of(*record), &entry, &created)) return status;
+    program(state, key_of(*record), entry, created, *record);
+    return CERR_SUCCESS;
+}
+
+prm_status_t mod(Card &card, prm_handle_t client, prm_tx_adj *record) {
+    if (const prm_status_t status = require(card, client, record)) return status;
+    if (const prm_status_t status = check_adjacency(*record)) return status;
+    AdjacencyState &state = card.adjacency;
+    Adjacency *const entry = state.table.find(key_of(*record));
+    if (entry == nullptr) return CARD_ERROR_NOT_FOUND;
+    program(state, key_of(*record), entry, false, *record);
+    return CERR_SUCCESS;
+}
+
+// A delete names the next hop twice in its plain form, and once, with the tunnel, for Ethernet over MPLS.
+prm_status_t check_delete(const prm_tx_adj &record) {
+    if (const prm_status_t status = check_reserved_bytes(record)) return status;
+    if (record.adj_flags0 != 0 || (record.adj_flags3 & ~(PRM_TX_ADJ_OPTION1 | PRM_TX_ADJ_OPTION2)) != 0)
+        return CARD_ERROR_BAD_KIND;
+    switch (record.adj_flags2) {
+        case PRM_TX_ADJ_DELETE:
+            return success_if(record.nh_idx == record.nh_idx2 && record.tunnel_if == 0, CARD_ERROR_BAD_VALUE);
+        case PRM_TX_ADJ_EOMPLS_DELETE:
+            return success_if(record.nh_idx == 0, CARD_ERROR_BAD_VALUE);
+        default:
+            return CARD_ERROR_BAD_KIND;
+    }
+}
+
+prm_status_t del(Card &card, prm_handle_t client, prm_tx_adj *record) {
+    if (const prm_status_t status = require(card, client, record)) return status;
+    if (const prm_status_t status = check_delete(*record)) return status;
+    AdjacencyState &state = card.adjacency;
+    const u32 nh = record->nh_idx2;
+    const Adjacency *const entry = state.table.find(nh);
+    if (entry == nullptr) return CARD_ERROR_NOT_FOUND;
+    const bool eompls = record->adj_flags2 == PRM_TX_ADJ_EOMPLS_DELETE;
+    if ((entry->flags2 == PRM_TX_ADJ_EOMPLS) != eompls) return CARD_ERROR_BAD_KIND;
+    if (entry->tunnel != record->tunnel_if) return CARD_ERROR_UNKNOWN_REFERENCE;
+
+    const Adjacency before = *entry;
+    if (const prm_status_t status = state.table.remove(nh)) return status;
+    detach(state, before);
+    state.tunnels.retire(before.tunnel);
+    state.next_hops.unuse(nh);
+    state.next_hops.retire(nh);
+    return CERR_SUCCESS;
+}
+
+// A next hop has no owner in its request, and is reserved one at a time.
+prm_status_t reserve_next_hop(Card &card, prm_handle_t client, prm_buddy_reserve *request) {
+    if (const prm_status_t status = require_or_none(card, client, request)) return status;
+    if (request->owner != 0 && request->owner != PRM_OWNER) return CARD_ERROR_BAD_OWNER;
+    if (!reserved_bytes_clear(*request) || request->word36 != 0 || request->byte296 != 0)
+        return CARD_ERROR_RESERVED_BYTES;
+    if (request->count != 1) return CARD_ERROR_BAD_COUNT;
+    return reserve_into(card.adjacency.next_hops, request);
+}
+
+prm_status_t reserve_tunnel(Card &card, prm_handle_t client, prm_buddy_reserve *request) {
+    if (const prm_status_t status = require(card, client, request)) return status;
+    if (const prm_status_t status = check_plain_reservation(*request)) return status;
+    return reserve_into(card.adjacency.tunnels, request);
+}
+
+prm_status_t set_pending(Card &card, u32 nh) {
+    AdjacencyState &state = card.adjacency;
+    if (!state.next_hops.in_use(nh) && !state.table.contains(nh)) return CARD_ERROR_NOT_RESERVED;
+    if (!state.table.contains(nh)) state.pending.insert(nh);
+    return CERR_SUCCESS;
+}
+
+}  // namespace
+
+void install_adjacency(card::Backend &backend) {
+    backend.prm_srh_tx_adj_add = on_card<add>;
+    backend.prm_srh_tx_adj_mod = on_card<mod>;
+    backend.prm_srh_tx_adj_del = on_card<del>;
+    backend.prm_srh_tx_adj_buddy_reserve = on_card<reserve_next_hop>;
+    backend.prm_srh_l3_intf_buddy_reserve = on_card<reserve_tunnel>;
+    backend.prm_set_nh_idx_hw_pending = on_card<set_pending>;
+}
 
 }  // namespace sim

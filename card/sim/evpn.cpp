@@ -1,10 +1,182 @@
-// Multi-path groups, EVPN MACs, split-horizon and overlay entries on the simulated card.
+// Overlay services of the simulated card: the operations.
 #include "card/sim/evpn.h"
 
 #include "card/sim/backend.h"
+#include "prm_srh_l2.h"
 
 namespace sim {
+namespace {
 
-void install_evpn(card::Backend &) {}
+// ---- Multi-path groups. Next hops are taken as names: they need not come from the card's pool.
+
+prm_status_t check_vplag(const Card &card, prm_handle_t client, const prm_l2_ecmp_request *request) {
+    if (const prm_status_t status = require(card, client, request)) return status;
+    const bool known = request->kind == PRM_L2_REQUEST_KIND && request->object_code == PRM_L2_OBJECT_VPLAG;
+    return success_if(known, CARD_ERROR_BAD_KIND);
+}
+
+prm_status_t read_vplag(const prm_vplag_info &info, Vplag *vplag) {
+    if (info.num_paths > ZOR_L2_ECMP_MAX_PATHS) return CARD_ERROR_BAD_COUNT;
+    if (info.source_vtep == 0) return CARD_ERROR_BAD_VALUE;
+    vplag->source_vtep = info.source_vtep;
+    for (u32 i = 0; i < info.num_paths; ++i) {
+        if (info.remote_vtep[i] == 0) return CARD_ERROR_BAD_VALUE;
+        vplag->paths.push_back({info.nh_id[i], info.remote_vtep[i]});
+    }
+    return CERR_SUCCESS;
+}
+
+prm_status_t vplag_reserve(Card &card, prm_handle_t client, prm_buddy_reserve *request) {
+    if (const prm_status_t status = require(card, client, request)) return status;
+    // The record asks for one group without saying so.
+    if (request->count > 1) return CARD_ERROR_BAD_COUNT;
+    u32 id;
+    const prm_status_t status = card.evpn.vplag_ids.reserve(1, &id);
+    if (status == CERR_SUCCESS) request->index = id;
+    return status;
+}
+
+prm_status_t vplag_add(Card &card, prm_handle_t client, prm_l2_ecmp_request *request) {
+    Vplag described;
+    if (const prm_status_t status = check_vplag(card, client, request)) return status;
+    if (const prm_status_t status = read_vplag(request->info, &described)) return status;
+    Vplag *vplag;
+    if (const prm_status_t status = card.evpn.vplags.add(request->info.vplag_id, &vplag)) return status;
+    *vplag = std::move(described);
+    card.evpn.vplag_ids.take(request->info.vplag_id);  // reserved already, or named
+    return CERR_SUCCESS;
+}
+
+prm_status_t vplag_mod(Card &card, prm_handle_t client, prm_l2_ecmp_request *request) {
+    Vplag described;
+    if (const prm_status_t status = check_vplag(card, client, request)) return status;
+    if (const prm_status_t status = read_vplag(request->info, &described)) return status;
+    Vplag *const vplag = card.evpn.vplags.find(request->info.vplag_id);
+    if (vplag == nullptr) return CARD_ERROR_UNKNOWN_VPLAG;
+    *vplag = std::move(described);
+    return CERR_SUCCESS;
+}
+
+prm_status_t vplag_del(Card &card, prm_handle_t client, prm_l2_ecmp_request *request) {
+    if (const prm_status_t status = check_vplag(card, client, request)) return status;
+    const prm_status_t status = card.evpn.vplags.remove(request->info.vplag_id);
+    if (status == CARD_ERROR_NOT_FOUND) return CARD_ERROR_UNKNOWN_VPLAG;
+    if (status == CERR_SUCCESS) card.evpn.vplag_ids.release(request->info.vplag_id);
+    return status;
+}
+
+// ---- EVPN MACs.
+
+prm_status_t check_mac(const Card &card, prm_handle_t client, const prm_evpn_mac_request *request,
+                       EvpnMacKey *key) {
+    if (const prm_status_t status = require(card, client, request)) return status;
+    if (request->kind != PRM_L2_REQUEST_KIND || request->xid_type != PRM_XID_TYPE_CIRCUIT) {
+        return CARD_ERROR_BAD_KIND;
+    }
+    key->bd_id = request->entry.bd_id;
+    std::memcpy(key->mac, request->entry.mac, sizeof key->mac);
+    constexpr u8 kNone[sizeof key->mac] = {};
+    return success_if(std::memcmp(key->mac, kNone, sizeof kNone) != 0, CARD_ERROR_BAD_VALUE);
+}
+
+prm_status_t mac_add(Card &card, prm_handle_t client, prm_evpn_mac_request *request) {
+    EvpnMacKey key;
+    if (const prm_status_t status = check_mac(card, client, request, &key)) return status;
+    if (!card.l2.bridge_domains.contains(key.bd_id)) return CARD_ERROR_UNKNOWN_BRIDGE_DOMAIN;
+    EvpnMac *mac;
+    if (const prm_status_t status = card.evpn.macs.add(key, &mac)) return status;
+    *mac = {request->entry.type, request->entry.fec};
+    card.l2.bridge_domains.hold(key.bd_id);
+    return CERR_SUCCESS;
+}
+
+prm_status_t mac_del(Card &card, prm_handle_t client, prm_evpn_mac_request *request) {
+    EvpnMacKey key;
+    if (const prm_status_t status = check_mac(card, client, request, &key)) return status;
+    const prm_status_t status = card.evpn.macs.remove(key);
+    if (status == CERR_SUCCESS) card.l2.bridge_domains.release(key.bd_id);
+    return status;
+}
+
+// ---- Split-horizon designated forwarders.
+
+prm_status_t check_shg_df(const Card &card, prm_handle_t client, const prm_shg_df_request *request,
+                          ShgDfKey *key) {
+    if (const prm_status_t status = require(card, client, request)) return status;
+    if (request->kind != PRM_L2_REQUEST_KIND || request->xid_type != PRM_XID_TYPE_CIRCUIT) {
+        return CARD_ERROR_BAD_KIND;
+    }
+    *key = {request->entry.address_or_vni, request->entry.if_handle, request->entry.is_shg};
+    return success_if(key->address_or_vni != 0 && key->is_shg <= 1, CARD_ERROR_BAD_VALUE);
+}
+
+prm_status_t shg_df_add(Card &card, prm_handle_t client, prm_shg_df_request *request) {
+    ShgDfKey key;
+    if (const prm_status_t status = check_shg_df(card, client, request, &key)) return status;
+    if (!card.interfaces.table.contains(key.if_handle)) return CARD_ERROR_UNKNOWN_INTERFACE;
+    ShgDf *entry;
+    if (const prm_status_t status = card.evpn.shg_dfs.add(key, &entry)) return status;
+    card.interfaces.table.hold(key.if_handle);
+    return CERR_SUCCESS;
+}
+
+prm_status_t shg_df_del(Card &card, prm_handle_t client, prm_shg_df_request *request) {
+    ShgDfKey key;
+    if (const prm_status_t status = check_shg_df(card, client, request, &key)) return status;
+    const prm_status_t status = card.evpn.shg_dfs.remove(key);
+    if (status == CERR_SUCCESS) card.interfaces.table.release(key.if_handle);
+    return status;
+}
+
+// ---- Overlay egress adjacencies.
+
+prm_status_t check_overlay(const Card &card, prm_handle_t client, const prm_vxlan_ole_request *request) {
+    if (const prm_status_t status = require(card, client, request)) return status;
+    if (request->kind != 0) return CARD_ERROR_BAD_KIND;
+    return success_if(request->remote_vtep != 0, CARD_ERROR_BAD_VALUE);
+}
+
+prm_status_t overlay_add(Card &card, prm_handle_t client, prm_vxlan_ole_request *request) {
+    if (const prm_status_t status = check_overlay(card, client, request)) return status;
+    if (!card.l2.bridge_domains.contains(request->bd_id)) return CARD_ERROR_UNKNOWN_BRIDGE_DOMAIN;
+    Overlay *overlay;
+    const prm_status_t status =
+        card.evpn.overlays.add(overlay_key(request->bd_id, request->remote_vtep), &overlay);
+    if (status != CERR_SUCCESS) return status;
+    overlay->next_hop = request->nh_id;
+    card.l2.bridge_domains.hold(request->bd_id);
+    return CERR_SUCCESS;
+}
+
+prm_status_t overlay_mod(Card &card, prm_handle_t client, prm_vxlan_ole_request *request) {
+    if (const prm_status_t status = check_overlay(card, client, request)) return status;
+    Overlay *const overlay = card.evpn.overlays.find(overlay_key(request->bd_id, request->remote_vtep));
+    if (overlay == nullptr) return CARD_ERROR_NOT_FOUND;
+    overlay->next_hop = request->nh_id;
+    return CERR_SUCCESS;
+}
+
+prm_status_t overlay_del(Card &card, prm_handle_t client, prm_vxlan_ole_request *request) {
+    if (const prm_status_t status = check_overlay(card, client, request)) return status;
+    const prm_status_t status = card.evpn.overlays.remove(overlay_key(request->bd_id, request->remote_vtep));
+    if (status == CERR_SUCCESS) card.l2.bridge_domains.release(request->bd_id);
+    return status;
+}
+
+}  // namespace
+
+void install_evpn(card::Backend &backend) {
+    backend.prm_srh_vplag_buddy_reserve = on_card<vplag_reserve>;
+    backend.prm_srh_l2_ecmp_add = on_card<vplag_add>;
+    backend.prm_srh_l2_ecmp_mod = on_card<vplag_mod>;
+    backend.prm_srh_l2_ecmp_del = on_card<vplag_del>;
+    backend.prm_srh_evpn_mac_install_add = on_card<mac_add>;
+    backend.prm_srh_evpn_mac_install_del = on_card<mac_del>;
+    backend.prm_srh_fpem_shg_df_entry_add = on_card<shg_df_add>;
+    backend.prm_srh_fpem_shg_df_entry_del = on_card<shg_df_del>;
+    backend.prm_srh_vxlan_ole_add = on_card<overlay_add>;
+    backend.prm_srh_vxlan_ole_mod = on_card<overlay_mod>;
+    backend.prm_srh_vxlan_ole_del = on_card<overlay_del>;
+}
 
 }  // namespace sim

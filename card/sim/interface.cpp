@@ -11,6 +11,7 @@ namespace {
 
 enum : u16 { kBviUidbOfVeltora = 2016, kBviUidb = 4064 };
 enum : u32 { kChannelMapPort = 0xFF };
+enum : u32 { kMaxBatchEntries = 1024 };
 
 u16 bvi_uidb_of(const Inventory &inventory) {
     if (inventory.veltora_family) return kBviUidbOfVeltora;
@@ -100,6 +101,7 @@ prm_status_t delete_one(Card &card, u32 if_handle) {
 prm_status_t create_batch(Card &card, uintptr_t cookie, uidb_create_msg *requests, u32 count) {
     if (const prm_status_t status = require_cookie(card, cookie, requests)) return status;
     if (count == 0) return CARD_ERROR_BAD_COUNT;
+    if (!card.interfaces.table.account().has(count)) return CARD_ERROR_TABLE_FULL;
     for (u32 i = 0; i < count; ++i) {
         const prm_status_t status = create_one(card, requests[i]);
         if (status == CERR_SUCCESS) continue;
@@ -129,6 +131,7 @@ prm_status_t set_feature(Card &card, uintptr_t cookie, uidb_client_data *message
     for (u32 i = 0; i < count; ++i) {
         if (const prm_status_t status = check_feature(card, message->if_handle, records[i])) return status;
     }
+    if (const prm_status_t status = check_rewrite(card, message->if_handle, records, count)) return status;
     for (u32 i = 0; i < count; ++i) {
         if (const prm_status_t status = apply_feature(card, message->if_handle, records[i])) return status;
     }
@@ -140,6 +143,7 @@ prm_status_t set_feature_batch(Card &card, uintptr_t cookie, uidb_feature_batch 
     const u32 count = batch->nr_entries;
     if (count == 0 || batch->entries_len != u64{count} * sizeof(uidb_batch_entry))
         return CARD_ERROR_BAD_LENGTH;
+    if (count > kMaxBatchEntries) return CARD_ERROR_BAD_COUNT;
     const uidb_batch_entry *const entries = reinterpret_cast<const uidb_batch_entry *>(batch + 1);
     for (u32 i = 0; i < count; ++i) {
         if (const prm_status_t status = check_feature(card, entries[i].if_handle, entries[i].feature)) {

@@ -42,6 +42,7 @@ enum class Feature : u8 {
 struct Interface {
     u32 parent = 0;          // 0: none
     u32 sub_interfaces = 0;  // how many have it as their parent
+    u32 circuits = 0;        // attachment circuits that are on it
     u32 features = 0;        // bit per Feature that was set
     u32 values[static_cast<size_t>(Feature::MAC)] = {};
     u16 uidb = 0;

@@ -28,7 +28,7 @@ constexpr FeatureRow kFeatures[] = {
     {UIDB_FEATURE_IP_MTU, UIDB_QUALIFIER_IP_MTU, Feature::IP_MTU, kAll, kMtuMin, kMtuMax},
     {UIDB_FEATURE_NP_PORT, 0, Feature::NP_PORT, kPhysical, 0, 255},
     {UIDB_FEATURE_LAG_ID, 0, Feature::LAG_ID, kAll & ~kBvi, 0, 255},
-    {UIDB_FEATURE_L2, 0, Feature::L2, kAll, 0, 1},
+    {UIDB_FEATURE_L2, 0, Feature::L2, kAll & ~kBvi, 0, 1},
     {UIDB_FEATURE_STATS_POINTER, UIDB_QUALIFIER_INGRESS, Feature::STATS_INGRESS, kAll, 0, ~0u},
     {UIDB_FEATURE_STATS_POINTER, UIDB_QUALIFIER_EGRESS, Feature::STATS_EGRESS, kAll, 0, ~0u},
     {UIDB_FEATURE_MPLS_ENABLE, 0, Feature::MPLS_ENABLE, kAll, 0, 1},
@@ -102,6 +102,27 @@ void apply_subif_port(Card &card, u32 if_handle, const uidb_feature &record) {
     if (ports.none()) card.interfaces.subif_ports.erase(if_handle);
 }
 
+enum : u32 { kUnknownRewrite = ~0u };
+
+// How many tags of a frame a rewrite operation takes away or replaces.
+u32 tags_taken(u32 operation) {
+    switch (operation) {
+        case 0:   // none
+        case 16:  // push one
+        case 32:  // push two
+            return 0;
+        case 1:   // one for one
+        case 4:   // pop one
+        case 18:  // one for two
+            return 1;
+        case 3:  // two for two
+        case 5:  // two for one
+            return 2;
+        default:
+            return kUnknownRewrite;
+    }
+}
+
 // A bundle's main interface names the bundle before it is formed; a sub-interface needs one that is there.
 prm_status_t check_lag_id(const Card &card, u32 if_handle, const Interface &interface, u8 lag_id) {
     if (interface.kind == InterfaceKind::BUNDLE) {
@@ -159,6 +180,12 @@ prm_status_t check_feature(Card &card, u32 if_handle, const uidb_feature &record
     switch (row->feature) {
         case Feature::NP_PORT:
             return success_if(has_port(card, record.value), CARD_ERROR_UNKNOWN_PORT);
+        case Feature::L2:
+            // A circuit needs its interface switched.
+            return success_if(record.value != 0 || !interface->is_layer2() || interface->circuits == 0,
+                              CARD_ERROR_IN_USE);
+        case Feature::REWRITE_OP:
+            return success_if(tags_taken(record.value) != kUnknownRewrite, CARD_ERROR_BAD_VALUE);
         case Feature::LAG_ID:
             return check_lag_id(card, if_handle, *interface, static_cast<u8>(record.value));
         case Feature::STATS_INGRESS:
@@ -170,6 +197,19 @@ prm_status_t check_feature(Card &card, u32 if_handle, const uidb_feature &record
             break;
     }
     return CERR_SUCCESS;
+}
+
+prm_status_t check_rewrite(const Card &card, u32 if_handle, const uidb_feature *records, u32 count) {
+    const Interface &interface = *card.interfaces.table.find(if_handle);
+    u32 operation = 0;
+    u32 outer = interface.value(Feature::OUTER_VLAN), inner = interface.value(Feature::INNER_VLAN);
+    for (u32 i = 0; i < count; ++i) {
+        if (records[i].feature_id == UIDB_FEATURE_REWRITE_OP) operation = records[i].value;
+        if (records[i].feature_id == UIDB_FEATURE_OUTER_VLAN) outer = records[i].value;
+        if (records[i].feature_id == UIDB_FEATURE_INNER_VLAN) inner = records[i].value;
+    }
+    const u32 tags = outer == 0 ? 0 : inner == 0 ? 1 : 2;
+    return success_if(tags_taken(operation) <= tags, CARD_ERROR_TOO_FEW_TAGS);
 }
 
 prm_status_t apply_feature(Card &card, u32 if_handle, const uidb_feature &record) {

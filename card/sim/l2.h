@@ -1,14 +1,56 @@
-// Attachment circuits, cross-connects and bridge domains on the simulated card.
+// Layer-2 services of the simulated card: bridge domains, attachment circuits, cross-connects of two circuits
+// and of a circuit with a pseudowire.
 #ifndef CARD_SIM_L2_H
 #define CARD_SIM_L2_H
 
-#include "card/sim/accounts.h"
 #include "card/sim/inventory.h"
+#include "card/sim/table.h"
 
 namespace sim {
 
+struct Card;
+
+struct BridgeDomain {
+    u32 vni = 0;          // 0: no VXLAN domain
+    u32 source_vtep = 0;  // of a VXLAN domain
+    u8 flags73 = 0;       // PRM_BD_73_...
+};
+
+// What a circuit is part of; one service at a time, and an add moves it from the one it was in.
+enum class Service : u8 { BRIDGE_DOMAIN, LOCAL_SWITCHING, PSEUDOWIRE };
+
+struct Circuit {
+    u32 service_id = 0;  // bridge domain; uidb of the other end, 0 once that is gone; xid of the pseudowire
+    u16 uidb = 0;        // interface it is on
+    Service service = Service::BRIDGE_DOMAIN;
+    u8 flags[5] = {};  // bytes 88 to 92 of the request: PRM_XID_88_... to PRM_XID_92_...
+};
+
+// A circuit is named by the interface-database index it is on, a VSP circuit by its xid.
+using CircuitKey = u64;
+constexpr CircuitKey circuit_on(u16 uidb) {
+    return uidb;
+}
+constexpr CircuitKey vsp_circuit(u32 ac_xid) {
+    return u64{1} << 32 | ac_xid;
+}
+
+struct Pseudowire {
+    u16 uidb = 0;  // its attachment circuit; 0 once that was moved elsewhere
+    u32 segment2_key = 0, segment2_word = 0;
+    u32 next_hop = 0;
+    u32 tunnel = 0;
+};
+
 struct L2State {
-    L2State(Accounts &, const Inventory &) {}
+    L2State(Accounts &accounts, const Inventory &)
+        : bridge_domains(accounts[Resource::bridge_domain]),
+          circuits(accounts[Resource::circuit]),
+          pseudowires(accounts[Resource::pseudowire]) {}
+
+    Table<u32, BridgeDomain> bridge_domains;  // by id; held by circuits, EVPN MACs and overlay adjacencies
+    Table<CircuitKey, Circuit> circuits;
+    Table<u32, Pseudowire> pseudowires;  // by xid
 };
 
 }  // namespace sim

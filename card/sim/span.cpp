@@ -1,18 +1,91 @@
-// Mirror sessions and their sources on the simulated card.
+// Port mirroring on the simulated card: the operations.
 #include "card/sim/span.h"
 
 #include "card/sim/backend.h"
+#include "prm_srh_span.h"
 
 namespace sim {
+namespace {
 
-prm_status_t check_mirror_source(Card &, u32, u16, u32) {
-    return CARD_ERROR_NOT_SUPPORTED;
+enum : u32 { kRemoveSource = 0x80000000 };
+enum : u16 { kLastDirection = 2 };
+
+prm_status_t check_session(const Card &card, prm_handle_t client, const prm_span_request *request) {
+    if (const prm_status_t status = require(card, client, request)) return status;
+    return success_if(request->session_id < PRM_SPAN_SESSIONS, PRM_ERROR_BCM_E_BADID);
 }
 
-prm_status_t set_mirror_source(Card &, u32, u16, u32) {
-    return CARD_ERROR_NOT_SUPPORTED;
+prm_status_t session_add(Card &card, prm_handle_t client, prm_span_request *request) {
+    if (const prm_status_t status = check_session(card, client, request)) return status;
+    if (!has_port(card, request->dest_port)) return PRM_ERROR_BCM_E_PORT;
+    MirrorSession *session;
+    const prm_status_t status = card.span.sessions.add(request->session_id, &session);
+    if (status == CARD_ERROR_EXISTS) return CARD_ERROR_SESSION_EXISTS;
+    if (status == CERR_SUCCESS) session->dest_port = request->dest_port;
+    return status;
 }
 
-void install_span(card::Backend &) {}
+prm_status_t session_del(Card &card, prm_handle_t client, prm_span_request *request) {
+    if (const prm_status_t status = check_session(card, client, request)) return status;
+    const prm_status_t status = card.span.sessions.remove(request->session_id);
+    if (status == CARD_ERROR_NOT_FOUND) return CARD_ERROR_NO_SESSION;
+    return status == CARD_ERROR_IN_USE ? static_cast<prm_status_t>(PRM_ERROR_BCM_E_BUSY) : status;
+}
+
+prm_status_t enable(Card &card, prm_handle_t client, prm_span_request *request) {
+    if (const prm_status_t status = require(card, client, request)) return status;
+    card.span.enabled = true;
+    return CERR_SUCCESS;
+}
+
+prm_status_t disable(Card &card, prm_handle_t client, prm_span_request *request) {
+    if (const prm_status_t status = require(card, client, request)) return status;
+    card.span.enabled = false;
+    return CERR_SUCCESS;
+}
+
+}  // namespace
+
+prm_status_t check_mirror_source(const Card &card, u32 if_handle, u16 direction, u32 value) {
+    const u32 session_id = value & ~kRemoveSource;
+    const Interface *const interface = card.interfaces.table.find(if_handle);
+    if (interface == nullptr) return CARD_ERROR_UNKNOWN_INTERFACE;
+    if (is_l3_sub_interface(*interface)) return CARD_ERROR_NO_MIRROR_SOURCE;
+    if (direction > kLastDirection) return CARD_ERROR_BAD_DIRECTION;
+    if (session_id >= PRM_SPAN_SESSIONS) return PRM_ERROR_BCM_E_BADID;
+    if (!card.span.sessions.contains(session_id)) return CARD_ERROR_NO_SESSION;
+    const MirrorSource *const source = card.span.sources.find(mirror_source_key(if_handle, direction));
+    if ((value & kRemoveSource) != 0) {
+        return success_if(source != nullptr && source->session_id == session_id, CARD_ERROR_NOT_A_SOURCE);
+    }
+    if (source != nullptr) return success_if(source->session_id == session_id, CARD_ERROR_OTHER_SESSION);
+    return success_if(card.span.sources.account().has(1), CARD_ERROR_TABLE_FULL);
+}
+
+prm_status_t set_mirror_source(Card &card, u32 if_handle, u16 direction, u32 value) {
+    if (const prm_status_t status = check_mirror_source(card, if_handle, direction, value)) return status;
+    const u32 session_id = value & ~kRemoveSource;
+    const u64 key = mirror_source_key(if_handle, direction);
+    if ((value & kRemoveSource) != 0) {
+        card.span.sessions.release(session_id);
+        card.interfaces.table.release(if_handle);
+        return card.span.sources.remove(key);
+    }
+    MirrorSource *source;
+    bool created;
+    if (const prm_status_t status = card.span.sources.put(key, &source, &created)) return status;
+    if (!created) return CERR_SUCCESS;
+    source->session_id = session_id;
+    card.span.sessions.hold(session_id);
+    card.interfaces.table.hold(if_handle);
+    return CERR_SUCCESS;
+}
+
+void install_span(card::Backend &backend) {
+    backend.prm_srh_span_fwd_add = on_card<session_add>;
+    backend.prm_srh_span_fwd_del = on_card<session_del>;
+    backend.prm_srh_span_enable = on_card<enable>;
+    backend.prm_srh_span_disable = on_card<disable>;
+}
 
 }  // namespace sim

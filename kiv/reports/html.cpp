@@ -1,7 +1,8 @@
 // One self-contained page: the events of the run as data, and a script that shows them.
 //
-// The page's own text (page.html) is built in, up to where the events go. The events are the lines of the JSON
-// report with markup escaped, inside a script element that is data; the closing text always stands behind them.
+// The page's own text (page.html) is built in, up to where the events go. The events are the lines of the
+// JSON report with markup escaped, inside a script element that is data; the closing text always stands
+// behind them.
 #include "kiv/reports/event_reporter.h"
 #include "kiv/reports/page.h"
 #include "kiv/reports/reports.h"

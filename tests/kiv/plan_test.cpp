@@ -23,7 +23,8 @@ class PlanTest : public testing::Test {
     std::vector<std::string> texts() const {
         std::vector<std::string> texts;
         for (const kiv::Selector &selector : selectors_)
-            texts.push_back((selector.excludes ? "-" : "") + selector.text + "@" + std::to_string(selector.line));
+            texts.push_back((selector.excludes ? "-" : "") + selector.text + "@" +
+                            std::to_string(selector.line));
         return texts;
     }
     kiv_test::TemporaryDirectory directory_;
@@ -47,7 +48,10 @@ TEST_F(PlanTest, TwoWordsOnALineAreAMistake) {
 }
 
 TEST_F(PlanTest, BinaryFileIsNoPlan) {
-    EXPECT_FALSE(read(std::string("\x7f" "ELF\x02\x01\0\0", 8)));
+    EXPECT_FALSE(
+        read(std::string("\x7f"
+                         "ELF\x02\x01\0\0",
+                         8)));
     EXPECT_THAT(error_, HasSubstr("plan:1: a control character"));
 }
 
@@ -66,7 +70,7 @@ TEST(Nearest, CountsInsertedRemovedReplacedAndSwapped) {
 }
 
 TEST(Nearest, NamesTheBestFirstAndOnlyNearOnes) {
-    kiv::Nearest nearest("destory");
+    kiv::Nearest nearest("destroyd");
     for (const char *name : {"create", "destroy", "destroyed", "insert"}) nearest.offer(name);
     EXPECT_THAT(nearest.names(), ElementsAre("destroy", "destroyed"));
     EXPECT_EQ(nearest.question(), "; did you mean destroy or destroyed?");
@@ -83,18 +87,18 @@ class RerunTest : public PlanTest {
 constexpr const char *kStart = "{\"Action\":\"start\"}\n";
 
 TEST_F(RerunTest, TakesWhatDidNotPassByItsLastResult) {
-    ASSERT_TRUE(rerun(std::string(kStart) +
-                      "{\"Action\":\"pass\",\"Package\":\"f\",\"Test\":\"a\"}\n"
-                      "   \n"
-                      "{\"Action\":\"fail\",\"Package\":\"f\",\"Test\":\"b\"}\n"
-                      "{\"Action\":\"fail\",\"Package\":\"f\",\"Test\":\"c\"}\n"
-                      "{\"Action\":\"skip\",\"Package\":\"f/g\",\"Test\":\"d#2\"}\n"
-                      "{\"Action\":\"pass\",\"Package\":\"f\",\"Test\":\"c\"}\n"));
+    ASSERT_TRUE(rerun(std::string(kStart) + "{\"Action\":\"pass\",\"Package\":\"f\",\"Test\":\"a\"}\n"
+                                            "   \n"
+                                            "{\"Action\":\"fail\",\"Package\":\"f\",\"Test\":\"b\"}\n"
+                                            "{\"Action\":\"fail\",\"Package\":\"f\",\"Test\":\"c\"}\n"
+                                            "{\"Action\":\"skip\",\"Package\":\"f/g\",\"Test\":\"d#2\"}\n"
+                                            "{\"Action\":\"pass\",\"Package\":\"f\",\"Test\":\"c\"}\n"));
     EXPECT_THAT(texts(), ElementsAre("f/b@0", "f/g/d#2@0"));
 }
 
 TEST_F(RerunTest, StreamThatWasCutOffIsReadUpToThere) {
-    ASSERT_TRUE(rerun(std::string(kStart) + "{\"Action\":\"fail\",\"Package\":\"f\",\"Test\":\"b\"}\n{\"Acti"));
+    ASSERT_TRUE(
+        rerun(std::string(kStart) + "{\"Action\":\"fail\",\"Package\":\"f\",\"Test\":\"b\"}\n{\"Acti"));
     EXPECT_THAT(texts(), ElementsAre("f/b@0"));
 }
 

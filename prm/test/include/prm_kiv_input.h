@@ -90,4 +90,14 @@ bool prm_kiv_input_is(int i, const char *name);
 // Value of field i in the given base; cut to the target's width by the caller.
 unsigned long prm_kiv_input_number(int i, int base);
 
+// If field i is `name` with a value, keeps its text in *text and stores its number, cut to the target's
+// width. Returns whether it was.
+template <class Number>
+bool prm_kiv_input_take(int i, const char *name, int base, char **text, Number *number) {
+    if (!prm_kiv_input_is(i, name)) return false;
+    *text = value[i];
+    *number = static_cast<Number>(prm_kiv_input_number(i, base));
+    return true;
+}
+
 #endif

@@ -117,7 +117,9 @@ static void acl_destroy(u64 vmr_id, u32 fea_id, int *result) {
 
 // --- Positive cases --------------------------------------------------------------------------------------
 
-int tc_kiv_acl_tcam_create(void) {
+// Statistics, a TCAM with the first entry, its read-back and everything away again; `modify` inserts and
+// deletes the second entry around the read-back. A failed create leaves the statistics id taken.
+static int run_positive(bool modify) {
     prm_info info;
     int result = 0;
     if (acl_stats_create(&info, &result) != PRM_ERROR_NONE) return result;
@@ -125,23 +127,9 @@ int tc_kiv_acl_tcam_create(void) {
     info.fea_id = PRM_TCAM_FEATURE_ACL;
 
     if (acl_create(&info, &result) == PRM_ERROR_NONE) {
-        tc_kiv_tcam_verify(&info);
-        acl_destroy(info.vmr_id, PRM_TCAM_FEATURE_ACL, &result);
-        acl_stats_destroy(info.vmr_id, stats_id, &result);
-    }
-    free_vmr(&info);
-    return result;
-}
-
-int tc_kiv_acl_tcam_modify(void) {
-    prm_info info;
-    int result = 0;
-    if (acl_stats_create(&info, &result) != PRM_ERROR_NONE) return result;
-    const u32 stats_id = info.stats_id;
-    info.fea_id = PRM_TCAM_FEATURE_ACL;
-
-    if (acl_create(&info, &result) == PRM_ERROR_NONE) {
-        if (acl_insert(info.vmr_id, PRM_TCAM_FEATURE_ACL, stats_id, &result) == PRM_ERROR_NONE) {
+        if (!modify) {
+            tc_kiv_tcam_verify(&info);
+        } else if (acl_insert(info.vmr_id, PRM_TCAM_FEATURE_ACL, stats_id, &result) == PRM_ERROR_NONE) {
             tc_kiv_tcam_verify(&info);  // the insert must have left the first entry as it was
             acl_delete(info.vmr_id, PRM_TCAM_FEATURE_ACL, &result);
         }
@@ -150,6 +138,14 @@ int tc_kiv_acl_tcam_modify(void) {
     }
     free_vmr(&info);
     return result;
+}
+
+int tc_kiv_acl_tcam_create(void) {
+    return run_positive(false);
+}
+
+int tc_kiv_acl_tcam_modify(void) {
+    return run_positive(true);
 }
 
 // --- Null request ----------------------------------------------------------------------------------------
@@ -202,6 +198,26 @@ int tc_kiv_acl_tcam_destroy_invalid_vmr_id(void) {
     return tc_kiv_acl_tcam_invalid_vmr_id(PRM_TCAM_DESTROY);
 }
 
+// --- A TCAM to send spoiled requests to ------------------------------------------------------------------
+
+struct tcam {
+    prm_status_t rc;  // of its create
+    u64 vmr_id;       // 0 when there is none
+    u32 stats_id;
+};
+
+// Takes a statistics id and creates a TCAM with the first entry. False when there was no statistics id.
+static bool make_tcam(tcam *made, int *result) {
+    prm_info info;
+    if (acl_stats_create(&info, result) != PRM_ERROR_NONE) return false;
+    made->stats_id = info.stats_id;
+    info.fea_id = PRM_TCAM_FEATURE_ACL;
+    made->rc = acl_create(&info, result);
+    made->vmr_id = made->rc == PRM_ERROR_NONE ? static_cast<u64>(info.vmr_id) : 0;
+    free_vmr(&info);
+    return true;
+}
+
 // --- Invalid feature id ----------------------------------------------------------------------------------
 
 int tc_kiv_acl_tcam_invalid_fea_id(u32 opcode) {
@@ -219,26 +235,19 @@ int tc_kiv_acl_tcam_invalid_fea_id(u32 opcode) {
         opcode == PRM_TCAM_INSERT || opcode == PRM_TCAM_DELETE || opcode == PRM_TCAM_DESTROY;
     if (!needs_tcam) return prm_kiv_tcam_run_negative(&negative, 0);
 
-    prm_info created;
+    tcam made;
     int result = 0;
-    if (acl_stats_create(&created, &result) != PRM_ERROR_NONE) return result;
-    const u32 stats_id = created.stats_id;
-    created.fea_id = PRM_TCAM_FEATURE_ACL;
-    const prm_status_t rc = acl_create(&created, &result);
-    free_vmr(&created);
+    if (!make_tcam(&made, &result)) return result;
 
     prm_info spoiled;
     memset(&spoiled, 0, sizeof spoiled);
-    u64 vmr_id = 0;
-    if (rc != PRM_ERROR_NONE) {
+    if (made.rc != PRM_ERROR_NONE)
         prm_kiv_tcam_judge(&negative.verdict, PRM_ERROR_NONE);  // nothing was sent
-    } else {
-        vmr_id = created.vmr_id;
-        prm_kiv_tcam_send_negative(&negative, vmr_id, &spoiled, &result);
-    }
-    acl_destroy(vmr_id, PRM_TCAM_FEATURE_ACL, &result);
+    else
+        prm_kiv_tcam_send_negative(&negative, made.vmr_id, &spoiled, &result);
+    acl_destroy(made.vmr_id, PRM_TCAM_FEATURE_ACL, &result);
     // The statistics go back under the spoiled handle.
-    acl_stats_destroy(spoiled.vmr_id, stats_id, &result);
+    acl_stats_destroy(spoiled.vmr_id, made.stats_id, &result);
     free_vmr(&spoiled);
     return result;
 }
@@ -260,20 +269,15 @@ int tc_kiv_acl_tcam_destroy_invalid_fea_id(void) {
 
 // A request that needs a TCAM with its first entry; the TCAM and the statistics go whatever the answer.
 static int run_on_tcam(const prm_kiv_tcam_negative *negative) {
-    prm_info created;
+    tcam made;
     int result = 0;
-    if (acl_stats_create(&created, &result) != PRM_ERROR_NONE) return result;
-    const u32 stats_id = created.stats_id;
-    created.fea_id = PRM_TCAM_FEATURE_ACL;
-    const prm_status_t rc = acl_create(&created, &result);
-    free_vmr(&created);
-    if (rc != PRM_ERROR_NONE) return result;
+    if (!make_tcam(&made, &result)) return result;
+    if (made.rc != PRM_ERROR_NONE) return result;
 
-    const u64 vmr_id = created.vmr_id;
     prm_info spoiled;
-    prm_kiv_tcam_send_negative(negative, vmr_id, &spoiled, &result);
-    acl_destroy(vmr_id, PRM_TCAM_FEATURE_ACL, &result);
-    acl_stats_destroy(vmr_id, stats_id, &result);
+    prm_kiv_tcam_send_negative(negative, made.vmr_id, &spoiled, &result);
+    acl_destroy(made.vmr_id, PRM_TCAM_FEATURE_ACL, &result);
+    acl_stats_destroy(made.vmr_id, made.stats_id, &result);
     free_vmr(&spoiled);
     return result;
 }
@@ -282,59 +286,73 @@ static int run_on_tcam(const prm_kiv_tcam_negative *negative) {
 // differ from their case's name and stop; they are told as they are.
 // clang-format off
 static const prm_kiv_tcam_negative kSpoiled[] = {
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, true, prm_kiv_tcam_spoil_nr_entries,
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, true,
+     prm_kiv_tcam_spoil_nr_entries,
      {kFile, "tc_kiv_acl_tcam_create_null_vmr_ptr", PRM_ERROR_INVALID_ARG,
       "Success while sending NULL value, mask, result ptr \n",
       "Failure in tc_kiv_acl_tcam_create_null_vmr_ptr rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, false, prm_kiv_tcam_spoil_port_num,
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, false,
+     prm_kiv_tcam_spoil_port_num,
      {kFile, "tc_kiv_acl_tcam_create_invalid_port_num", PRM_ERROR_INVALID_ARG,
       "Success while sending invalid port numbers as %d \n",
       "Failure in tc_kiv_acl_tcam_create_invalid_port_num. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, false, prm_kiv_tcam_spoil_value_mask_key_sz,
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, false,
+     prm_kiv_tcam_spoil_value_mask_key_sz,
      {kFile, "tc_kiv_acl_tcam_create_invalid_value_mask_key_sz", PRM_ERROR_INVALID_ARG,
       "Success while sending invalid value & mask key size as 0 \n",
       "Failure in tc_kiv_acl_tcam_create_invalid_value_mask_key_sz. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, false, prm_kiv_tcam_spoil_result_key_sz,
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, false,
+     prm_kiv_tcam_spoil_result_key_sz,
      {kFile, "tc_kiv_acl_tcam_create_invalid_result_key_sz", PRM_ERROR_INVALID_ARG,
       "Success while sending invalid result key size as 0 \n",
       "Failure in tc_kiv_acl_tcam_create_invalid_result_key_sz. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, false, prm_kiv_tcam_spoil_nr_entries,
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, false,
+     prm_kiv_tcam_spoil_nr_entries,
      {kFile, "tc_kiv_acl_tcam_create_invalid_nr_entries", PRM_ERROR_INVALID_ARG,
       "Success while sending invalid number of ace entries as 0 \n",
       "Failure in  tc_kiv_acl_tcam_create_invalid_nr_entries. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, false, prm_kiv_tcam_spoil_opcode,
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, false,
+     prm_kiv_tcam_spoil_opcode,
      {kFile, "tc_kiv_acl_tcam_create_invalid_opcode", PRM_ERROR_INVALID_MSG,
       "Success while sending invalid operation code \n",
       "Failure in tc_kiv_acl_tcam_create_invalid_opcode. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_INSERT, kSecondIndex, PRM_KIV_TCAM_INSERT, true, prm_kiv_tcam_spoil_nr_entries,
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_INSERT, kSecondIndex, PRM_KIV_TCAM_INSERT, true,
+     prm_kiv_tcam_spoil_nr_entries,
      {kFile, "tc_kiv_acl_tcam_insert_null_vmr_ptr", PRM_ERROR_INVALID_ARG,
       "Success while sending NULL value, mask, result ptr \n",
       "Failure in tc_kiv_acl_tcam_insert_null_vmr_ptr. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_INSERT, kSecondIndex, PRM_KIV_TCAM_INSERT, false, prm_kiv_tcam_spoil_port_num,
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_INSERT, kSecondIndex, PRM_KIV_TCAM_INSERT, false,
+     prm_kiv_tcam_spoil_port_num,
      {kFile, "tc_kiv_acl_tcam_insert_invalid_port_num", PRM_ERROR_INVALID_ARG,
       "Success while sending invalid port numbers as %d \n",
       "Failure in tc_kiv_acl_tcam_insert_invalid_port_num. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_INSERT, kSecondIndex, PRM_KIV_TCAM_INSERT, false, prm_kiv_tcam_spoil_nr_entries,
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_INSERT, kSecondIndex, PRM_KIV_TCAM_INSERT, false,
+     prm_kiv_tcam_spoil_nr_entries,
      {kFile, "tc_kiv_acl_tcam_insert_invalid_nr_entries", PRM_ERROR_INVALID_ARG,
       "Success while sending invalid no. of ace entries as 0 \n",
       "Failure in tc_kiv_acl_tcam_insert_invalid_nr_entries. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_INSERT, kSecondIndex, PRM_KIV_TCAM_INSERT, false, prm_kiv_tcam_spoil_opcode,
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_INSERT, kSecondIndex, PRM_KIV_TCAM_INSERT, false,
+     prm_kiv_tcam_spoil_opcode,
      {kFile, "tc_kiv_acl_tcam_insert_invalid_opcode", PRM_ERROR_INVALID_MSG,
       "Success while sending invalid operation code \n",
       "Failure in tc_kiv_acl_tcam_insert_invalid_opcode. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_INSERT, PRM_KIV_TCAM_INVALID_ACE_INDEX, PRM_KIV_TCAM_INSERT, false, nullptr,
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_INSERT, PRM_KIV_TCAM_INVALID_ACE_INDEX, PRM_KIV_TCAM_INSERT, false,
+     nullptr,
      {kFile, "tc_kiv_acl_tcam_insert_invalid_ace_index", PRM_ERROR_INVALID_ARG,
       "Success while sending invalid index \n",
       "Failure in tc_kiv_acl_tcam_insert_invalid_index. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_DELETE, kSecondIndex, PRM_KIV_TCAM_DELETE, false, prm_kiv_tcam_spoil_port_num,
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_DELETE, kSecondIndex, PRM_KIV_TCAM_DELETE, false,
+     prm_kiv_tcam_spoil_port_num,
      {kFile, "tc_kiv_acl_tcam_delete_invalid_port_num", PRM_ERROR_INVALID_ARG,
       "Success while sending invalid port numbers as %d \n",
       "Failure in tc_kiv_acl_tcam_delete_invalid_port_num. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_DELETE, kSecondIndex, PRM_KIV_TCAM_DELETE, false, prm_kiv_tcam_spoil_nr_entries,
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_DELETE, kSecondIndex, PRM_KIV_TCAM_DELETE, false,
+     prm_kiv_tcam_spoil_nr_entries,
      {kFile, "tc_kiv_acl_tcam_delete_invalid_nr_entries", PRM_ERROR_INVALID_ARG,
       "Success while sending invalid no. of ace entries as 0 \n",
       "Failure in tc_kiv_acl_tcam_delete_invalid_nr_entries. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_DELETE, PRM_KIV_TCAM_INVALID_ACE_INDEX, PRM_KIV_TCAM_DELETE, false, nullptr,
+    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_DELETE, PRM_KIV_TCAM_INVALID_ACE_INDEX, PRM_KIV_TCAM_DELETE, false,
+     nullptr,
      {kFile, "tc_kiv_acl_tcam_delete_invalid_ace_index", PRM_ERROR_INVALID_ARG,
       "Success while sending invalid index \n",
       "Failure in tc_kiv_acl_tcam_delete_invalid_index. rc = 0x%x\n"}},

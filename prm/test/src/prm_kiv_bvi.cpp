@@ -68,9 +68,7 @@ prm_status_t prm_kiv_util_bvi_interface_feature_set(int which) {
     message_t *const message = static_cast<message_t *>(calloc(1, sizeof(message_t)));
     if (message == nullptr) {
         kiv_printf("Malloc Failed for uidb_client_data \n");
-        kiv_check__(0, 0, "kiv_fail()", kFile, "prm_kiv_util_bvi_interface_feature_set", 194,
-                    KIV_CHECK_FORMAT "Memory allocation failed");
-        abort();
+        kiv_fail_without_memory(kFile, "prm_kiv_util_bvi_interface_feature_set", 194);
     }
     message->head.if_handle = bvi_ifh;
     message->head.nr_features = 2;

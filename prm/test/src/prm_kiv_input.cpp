@@ -67,22 +67,13 @@ unsigned long prm_kiv_input_number(int i, int base) {
     return strtoul(value[i], nullptr, base);
 }
 
-// If field i is `name`, keeps its text in *text and stores its number.
-template <class Number>
-static bool take_number(int i, const char *name, int base, char **text, Number *number) {
-    if (!prm_kiv_input_is(i, name)) return false;
-    *text = value[i];
-    *number = static_cast<Number>(prm_kiv_input_number(i, base));
-    return true;
-}
-
 void kiv_util_read_np_ports(void) {
     FILE *const file = prm_kiv_input_open(KIV_INPUT_FILE, "r", kInputFileName);
     if (file == nullptr) return;
     for (int line = 0; line < 2; ++line) {
         const int fields = prm_kiv_input_read_fields(file, line_buffer, 3);
         for (int i = 0; i < fields; ++i)
-            if (take_number(i, "NP_PORT", 10, &token_port, &port.number[line])) break;
+            if (prm_kiv_input_take(i, "NP_PORT", 10, &token_port, &port.number[line])) break;
     }
     fclose(file);
 }
@@ -93,18 +84,18 @@ void kiv_util_read_bdl_params(void) {
     const int fields = prm_kiv_input_read_fields(file, line_buffer, 2);
     for (int i = 0; i < fields; ++i) {
         // The handle's text goes to token_create_ifh here, to token_parent_ifh in the sub-interface reader.
-        take_number(i, "BDL_IFH", 16, &token_create_ifh, &bdl_ifh);
-        take_number(i, "LAG_ID", 10, &token_lag_id, &lag_id);
+        prm_kiv_input_take(i, "BDL_IFH", 16, &token_create_ifh, &bdl_ifh);
+        prm_kiv_input_take(i, "LAG_ID", 10, &token_lag_id, &lag_id);
     }
     fclose(file);
 }
 
 // The four fields that both sub-interface readers know, of line `line`.
 static void take_subif_fields(int i, int line) {
-    take_number(i, "SUB_IFH", 16, &token_create_ifh, &create_ifh[line]);
-    take_number(i, "OVLAN", 10, &token_ovlan, &ovlan.word[line]);
-    take_number(i, "IVLAN", 10, &token_ivlan, &ivlan.word[line]);
-    take_number(i, "OTPID", 16, &token_otpid, &otpid.word[line]);
+    prm_kiv_input_take(i, "SUB_IFH", 16, &token_create_ifh, &create_ifh[line]);
+    prm_kiv_input_take(i, "OVLAN", 10, &token_ovlan, &ovlan.word[line]);
+    prm_kiv_input_take(i, "IVLAN", 10, &token_ivlan, &ivlan.word[line]);
+    prm_kiv_input_take(i, "OTPID", 16, &token_otpid, &otpid.word[line]);
 }
 
 void kiv_util_read_bdl_subif_params(void) {
@@ -115,8 +106,8 @@ void kiv_util_read_bdl_subif_params(void) {
         for (int i = 0; i < fields; ++i) {
             take_subif_fields(i, line);
             if (prm_kiv_input_is(i, "OTPID")) kiv_printf("otpid = %d\n", static_cast<int>(otpid.word[line]));
-            take_number(i, "BDL_IFH", 16, &token_parent_ifh, &parent_ifh[line]);
-            take_number(i, "LAG_ID", 10, &token_lag_id, &sub_lag_id[line]);
+            prm_kiv_input_take(i, "BDL_IFH", 16, &token_parent_ifh, &parent_ifh[line]);
+            prm_kiv_input_take(i, "LAG_ID", 10, &token_lag_id, &sub_lag_id[line]);
         }
     }
     fclose(file);
@@ -133,8 +124,8 @@ static void read_main_interfaces(void) {
             kiv_printf(" token = %s, value = %s\n", token[i], value[i]);
             if (prm_kiv_input_is(i, "INTF_NAME")) intf_name = value[i];
             // One byte a line, where the NP-port reader stores 16 bits.
-            take_number(i, "NP_PORT", 10, &token_port, &port.byte[line]);
-            take_number(i, "MAIN_IFH", 16, &token_parent_ifh, &parent_ifh[line]);
+            prm_kiv_input_take(i, "NP_PORT", 10, &token_port, &port.byte[line]);
+            prm_kiv_input_take(i, "MAIN_IFH", 16, &token_parent_ifh, &parent_ifh[line]);
         }
     }
     fclose(file);

@@ -48,15 +48,17 @@ char if_name[2][PRM_KIV_IF_NAME_SIZE];
 
 // --- Files ---
 
-// Keeps a name of up to 30 characters in its slot. One of just 30 is ended by the slot behind it, if there is
-// one, as the slots stand side by side; of a longer one the rest is lost.
+// Keeps a name of up to 30 characters, ended by a zero. The slots stand side by side, so a first name of just
+// 30 is ended in the second slot, which its own line fills next; the second slot has room for 29.
 static void store_name(int line, const char *name) {
-    char *const slot = if_name[line];
-    char *const end = if_name[0] + sizeof if_name;
+    char *const names = reinterpret_cast<char *>(&if_name);
+    const size_t start = static_cast<size_t>(line) * PRM_KIV_IF_NAME_SIZE;
+    const size_t room = sizeof if_name - start - 1;
     size_t length = strlen(name);
     if (length > PRM_KIV_IF_NAME_SIZE) length = PRM_KIV_IF_NAME_SIZE;
-    memcpy(slot, name, length);
-    if (slot + length < end) slot[length] = '\0';
+    if (length > room) length = room;
+    memcpy(names + start, name, length);
+    names[start + length] = '\0';
 }
 
 // Takes field i of line `line` of the input file.

@@ -37,18 +37,9 @@ static char line_buffer[KIV_LINE_SIZE];
 
 // --- Site values ---
 
-// If field i is `name`, keeps its text in *text, stores its number, cut to the target's width, and tells so.
-template <class Number>
-static bool take_number(int i, const char *name, int base, char **text, Number *number) {
-    if (!prm_kiv_input_is(i, name)) return false;
-    *text = value[i];
-    *number = static_cast<Number>(prm_kiv_input_number(i, base));
-    return true;
-}
-
 static void take_interface(int i, int line) {
-    take_number(i, "IFH", 16, &token_ifh, &ifh[line]);
-    take_number(i, "UIDB", 10, &token_uidb, &uidb[line]);
+    prm_kiv_input_take(i, "IFH", 16, &token_ifh, &ifh[line]);
+    prm_kiv_input_take(i, "UIDB", 10, &token_uidb, &uidb[line]);
 }
 
 static void take_interface_and_print(int i, int line) {
@@ -61,16 +52,16 @@ static void take_interface_and_print(int i, int line) {
 
 static void take_encapsulation(int i, int line) {
     take_interface(i, line);
-    take_number(i, "OVLAN", 10, &token_ovlan, &ovlan.slot[line]);
-    take_number(i, "IVLAN", 10, &token_ivlan, &ivlan.slot[line]);
-    take_number(i, "OTPID", 16, &token_otpid, &otpid.slot[line]);
+    prm_kiv_input_take(i, "OVLAN", 10, &token_ovlan, &ovlan.slot[line]);
+    prm_kiv_input_take(i, "IVLAN", 10, &token_ivlan, &ivlan.slot[line]);
+    prm_kiv_input_take(i, "OTPID", 16, &token_otpid, &otpid.slot[line]);
 }
 
 static void take_rewrite(int i, int line) {
     take_encapsulation(i, line);
-    take_number(i, "ROVLAN", 10, &token_rovlan, &rovlan[line]);
-    take_number(i, "RIVLAN", 10, &token_rivlan, &rivlan[line]);
-    take_number(i, "ROTPID", 16, &token_rotpid, &rotpid[line]);
+    prm_kiv_input_take(i, "ROVLAN", 10, &token_rovlan, &rovlan[line]);
+    prm_kiv_input_take(i, "RIVLAN", 10, &token_rivlan, &rivlan[line]);
+    prm_kiv_input_take(i, "ROTPID", 16, &token_rotpid, &rotpid[line]);
 }
 
 // Reads the two lines, each of at most `max_fields` fields.

@@ -134,16 +134,21 @@ TEST_F(TxAdjTest, NumbersAreCutToTheirWidthAndShownSigned) {
     EXPECT_EQ(transcript().at(0), "stdout \"uidb = -1\\nnp_port = 1\\nifhandle = 0xFFFFFFFF\\n\"");
 }
 
-TEST_F(TxAdjTest, ANameNeverLeavesItsSlot) {
+TEST_F(TxAdjTest, ALongNameNeverLeavesTheSlotsAndIsPrintedWhole) {
     const std::string name(120, 'x');
     standin::flash_file("kiv_tcs_input_file", "UIDB:1\nINTF_NAME:" + name + "\n");
     run(tc_kiv_tx_adj_add);
     EXPECT_STREQ(if_name[1], std::string(29, 'x').c_str());
+    EXPECT_THAT(transcript().at(0), testing::HasSubstr("interface = " + name + "\\n"));
+}
 
+TEST_F(TxAdjTest, AFirstNameOfThirtyCharactersIsKeptWhole) {
+    const std::string name(30, 'y');
+    std::memset(if_name, 'z', sizeof if_name);
     standin::flash_file("kiv_tcs_input_file", "INTF_NAME:" + name + ",UIDB:2\nUIDB:3\n");
     run(tc_kiv_tx_adj_add);
-    EXPECT_STREQ(if_name[0], std::string(29, 'x').c_str());
-    EXPECT_STREQ(if_name[1], std::string(29, 'x').c_str());
+    EXPECT_EQ(std::string(reinterpret_cast<char *>(&if_name)), name);
+    EXPECT_EQ(if_name[1][1], 'z');
     EXPECT_THAT(uidb, ElementsAre(2u, 3u));
 }
 

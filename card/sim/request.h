@@ -1,0 +1,44 @@
+// What requests of several families have in common: owner, reserved bytes, reservations.
+#ifndef CARD_SIM_REQUEST_H
+#define CARD_SIM_REQUEST_H
+
+#include <cstring>
+
+#include "card/sim/codes.h"
+#include "prm_buddy_reserve.h"
+
+namespace sim {
+
+enum : u32 { kMaxLabel = 0xFFFFF };
+
+// Records carry up to two thousand reserved bytes: every byte equal to the next, and the first 0.
+template <size_t N>
+bool all_zero(const u8 (&bytes)[N]) {
+    return bytes[0] == 0 && std::memcmp(bytes, bytes + 1, N - 1) == 0;
+}
+
+// The bytes that every reservation sends as 0.
+inline bool reserved_bytes_clear(const prm_buddy_reserve &request) {
+    return all_zero(request.reserved8) && all_zero(request.reserved20) && all_zero(request.reserved40) &&
+           all_zero(request.reserved297);
+}
+
+// A reservation of a pool that takes nothing but an owner and a count.
+inline prm_status_t check_plain_reservation(const prm_buddy_reserve &request) {
+    if (request.owner != PRM_OWNER) return CARD_ERROR_BAD_OWNER;
+    return success_if(reserved_bytes_clear(request) && request.word36 == 0 && request.byte296 == 0,
+                      CARD_ERROR_RESERVED_BYTES);
+}
+
+// Reserves from any pool; the first index goes into the request, which stays as it is on a failure.
+template <typename Pool>
+prm_status_t reserve_into(Pool &pool, prm_buddy_reserve *request) {
+    u32 index = 0;
+    const prm_status_t status = pool.reserve(request->count, &index);
+    if (status == CERR_SUCCESS) request->index = index;
+    return status;
+}
+
+}  // namespace sim
+
+#endif

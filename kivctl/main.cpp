@@ -1,0 +1,23 @@
+// The companion command: results of runs, and sites.
+#include "kivctl/commands.h"
+
+int main(int argc, char **argv) {
+    CLI::App app("Works on the results of prm_kiv and on the sites that it runs with.", "kivctl");
+    app.set_version_flag("--version", KIV_VERSION);
+    app.require_subcommand(1);
+    app.fallthrough(false);
+    int status = kivctl::kUnusable;
+    kivctl::add_gate(app, &status);
+    kivctl::add_rerun(app, &status);
+    kivctl::add_merge(app, &status);
+    kivctl::add_compare(app, &status);
+    kivctl::add_report(app, &status);
+    kivctl::add_site(app, &status);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError &error) {
+        // Help and version end well; anything else on the command line is as unusable as a broken file.
+        return app.exit(error) == 0 ? kivctl::kGood : kivctl::kUnusable;
+    }
+    return status;
+}

@@ -1,0 +1,287 @@
+// Whole runs from the command line: selection, site, input, reports, test environments, terminals.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "process.h"
+
+namespace {
+
+using kiv_test::Finished;
+using kiv_test::Process;
+using kiv_test::read_text;
+using kiv_test::TemporaryDirectory;
+using testing::HasSubstr;
+using testing::Not;
+
+bool exists(const std::string &path) {
+    return access(path.c_str(), F_OK) == 0;
+}
+
+class RunTest : public testing::Test {
+  protected:
+    Finished run(const std::vector<std::string> &arguments,
+                 const std::map<std::string, std::string> &environment = {}, const std::string &input = "") {
+        return Process("mixed", arguments, directory_.path(), environment, input).finish();
+    }
+    TemporaryDirectory directory_;
+};
+
+TEST_F(RunTest, HelpAndVersionRunNothing) {
+    const Finished help = run({"--help"});
+    EXPECT_THAT(help.out, HasSubstr("SELECTOR names what runs"));
+    EXPECT_THAT(help.out, HasSubstr("Which cases:"));
+    EXPECT_THAT(help.out, HasSubstr("Examples:"));
+    EXPECT_THAT(help.out, Not(HasSubstr("PASSED")));
+    EXPECT_THAT(run({"--version"}).out, testing::MatchesRegex("kiv_sample_mixed [0-9.]+\n"));
+}
+
+TEST_F(RunTest, HelpFitsEightyColumns) {
+    std::string line;
+    for (const char c : run({"-h"}).out) {
+        if (c == '\n') {
+            EXPECT_LE(line.size(), 80u) << line;
+            line.clear();
+        } else {
+            line += c;
+        }
+    }
+}
+
+TEST_F(RunTest, MistakesRunNothingAndLeaveNothing) {
+    EXPECT_EQ(
+        run({"first", "frist"}).out,
+        "kiv_sample_mixed: no folder or case is called \"frist\"; did you mean first?\nNothing was run.\n");
+    EXPECT_EQ(run({"--fial-fast"}).out,
+              "kiv_sample_mixed: unknown option --fial-fast; did you mean --fail-fast?\n");
+    EXPECT_THAT(run({"--shard", "3/2"}).out, HasSubstr("is not I/N"));
+    EXPECT_THAT(run({"--repeat", "0"}).out, HasSubstr("--repeat"));
+    EXPECT_THAT(run({"--site", "nowhere"}).out, HasSubstr("--site: nowhere is not a directory"));
+    EXPECT_THAT(run({"first", "-first"}).out, HasSubstr("the selection leaves no case to run"));
+    EXPECT_THAT(run({"--junit", "no/such/directory/x.xml"}).out, Not(HasSubstr("PASSED")));
+    EXPECT_FALSE(exists(directory_.file("kiv-out")));
+}
+
+TEST_F(RunTest, ExcludesAreToldFromOptions) {
+    EXPECT_THAT(run({"-second", "-q", "-first/f*"}).out, HasSubstr("PASSED: 2 cases, 2 passed"));
+    EXPECT_THAT(run({"-q", "--", "first/passes", "-second"}).out, HasSubstr("PASSED: 1 case, 1 passed"));
+    EXPECT_THAT(run({"--exclude", "second", "--exclude=first/fails"}).out,
+                HasSubstr("PASSED: 2 cases, 2 passed"));
+}
+
+TEST_F(RunTest, PlanIsReadAndItsMistakesHaveALine) {
+    const std::string plan = directory_.write("p.plan", "# manual too\nfirst/manual\nfirst/passes#2\n");
+    const Finished good = run({"--plan", plan});
+    EXPECT_THAT(good.out, HasSubstr("PASSED: 2 cases, 2 passed"));
+    EXPECT_LT(good.out.find("manual"), good.out.find("passes#2"));
+    directory_.write("p.plan", "first\n\nfirst/pases\n");
+    EXPECT_THAT(run({"--plan", plan}).out,
+                HasSubstr(plan + ":3: no folder or case is called \"first/pases\""));
+}
+
+TEST_F(RunTest, ListIsAPlan) {
+    const std::string list = run({"--list"}).out;
+    EXPECT_THAT(list, HasSubstr("first/manual                                # manual: Wants an operator\n"));
+    const std::string plan = directory_.write("all.plan", list);
+    EXPECT_EQ(run({"--list", "--plan", plan}).out, list);
+    EXPECT_EQ(run({"--list-folders"}).out, "first\nsecond\nsecond/below\n");
+    EXPECT_THAT(
+        run({"--list-json", "first/manual"}).out,
+        HasSubstr(
+            "{\"folder\":\"first\",\"name\":\"manual\",\"selector\":\"first/manual\",\"description\":\"Wants "
+            "an operator\",\"mode\":4,\"manual\":true}"));
+}
+
+TEST_F(RunTest, FixtureWrapsEachRunOfItsFolder) {
+    const std::string out = run({"-v", "first/passes", "second/says_nothing", "first/passes#2"}).out;
+    size_t set_ups = 0, tear_downs = 0;
+    for (size_t at = 0; (at = out.find("| set-up\n", at)) != std::string::npos; ++at) ++set_ups;
+    for (size_t at = 0; (at = out.find("| tear-down\n", at)) != std::string::npos; ++at) ++tear_downs;
+    EXPECT_EQ(set_ups, 2u);
+    EXPECT_EQ(tear_downs, 2u);
+}
+
+TEST_F(RunTest, OutputKeepsItsTrueOrder) {
+    EXPECT_THAT(run({"-v", "second/prints_everywhere"}).out, HasSubstr("    | one two three four\n  passed"));
+}
+
+TEST_F(RunTest, SiteStagesFilesAndFeedsInputPerCase) {
+    directory_.write("site/plan", "second/reads_a_line\nsecond/reads_the_flash\nfirst/passes\n");
+    directory_.write("site/disk0/kiv_input_file", "for all\n");
+    directory_.write("site/cases/second/reads_the_flash/kiv_input_file", "A:1\n");
+    directory_.write("site/cases/second/reads_a_line/stdin", "one\ntwo");
+    const Finished run1 = run({"--site", "site", "-v"}, {}, "typed\n");
+    EXPECT_THAT(run1.out, HasSubstr("second/reads_a_line reads standard input: 2 lines from "));
+    EXPECT_THAT(run1.out, HasSubstr("| read one\n    | read two"));
+    EXPECT_THAT(run1.out, HasSubstr("| flash A:1\n"));
+    EXPECT_THAT(run1.out, HasSubstr("PASSED: 3 cases, 3 passed"));
+    EXPECT_EQ(read_text(directory_.file("kiv-out/disk0/kiv_input_file")), "for all\n");
+    // The same in place, and with a flash of the user's own.
+    const Finished run2 = run({"--site", "site", "-v", "--no-fork", "--disk0", "flash"}, {}, "typed\n");
+    EXPECT_THAT(run2.out, HasSubstr("| read one\n    | read two"));
+    EXPECT_THAT(run2.out, HasSubstr("PASSED: 3 cases, 3 passed"));
+    EXPECT_EQ(read_text(directory_.file("flash/kiv_input_file")), "for all\n");
+}
+
+TEST_F(RunTest, ScriptIsReadFromItsBeginInEveryRepetition) {
+    directory_.write("site/cases/second/stdin", "again\n");
+    const Finished finished = run({"--site", "site", "-v", "--repeat", "3", "second/reads_a_line"});
+    size_t count = 0;
+    for (size_t at = 0; (at = finished.out.find("| read again\n", at)) != std::string::npos; ++at) ++count;
+    EXPECT_EQ(count, 3u);
+}
+
+TEST_F(RunTest, SiteWithoutScriptMeansEndOfInput) {
+    directory_.write("site/disk0/kiv_input_file", "");
+    const Finished finished = run({"--site", "site", "second/reads_a_line", "-v"}, {}, "typed\n");
+    EXPECT_THAT(finished.out, HasSubstr("reads standard input: end of input, the site has no stdin for it"));
+    EXPECT_THAT(finished.out, Not(HasSubstr("typed")));
+}
+
+TEST_F(RunTest, WithoutASiteInputIsTheRunsOwn) {
+    EXPECT_THAT(run({"-v", "second/reads_a_line"}, {}, "from the pipe\n").out,
+                HasSubstr("| read from the pipe\n"));
+}
+
+TEST_F(RunTest, BrokenPlanOfTheSiteIsNamedWithItsLine) {
+    directory_.write("site/plan", "# a plan\nfirst/passs\n");
+    const Finished finished = run({"--site", "site"});
+    EXPECT_THAT(finished.out, HasSubstr("site/plan:2: no folder or case is called \"first/passs\""));
+    EXPECT_THAT(finished.out, Not(HasSubstr("Running")));
+}
+
+TEST_F(RunTest, ReportsAreWrittenAndFailedCasesRunAgain) {
+    const Finished first = run({"--json", "run.json", "--junit", "run.xml", "--tap", "run.tap", "--html",
+                                "run.html", "-second/below"});
+    EXPECT_THAT(first.out, HasSubstr("FAILED: 8 cases"));
+    for (const char *name : {"run.json", "run.xml", "run.tap", "run.html"})
+        EXPECT_TRUE(exists(directory_.file(name)));
+    EXPECT_THAT(read_text(directory_.file("run.xml")), HasSubstr("reports_an_error"));
+    const Finished again = run({"--rerun-failed", "run.json"});
+    EXPECT_THAT(again.out, HasSubstr("FAILED: 2 cases, 1 failed, 1 reported an error"));
+    run({"--json", "good.json", "first/passes"});
+    EXPECT_THAT(run({"--rerun-failed", "good.json"}).out, HasSubstr("PASSED: 0 cases"));
+}
+
+TEST_F(RunTest, RepeatAndShuffleTellTheirSeed) {
+    EXPECT_THAT(run({"-q", "--repeat", "3", "first/passes"}).out, HasSubstr("PASSED: 3 cases, 3 passed"));
+    const Finished shuffled = run({"--shuffle", "-q"});
+    EXPECT_THAT(shuffled.out, HasSubstr("shuffled with --seed "));
+    const Finished one = run({"--seed", "5", "-second/below"}), two = run({"--seed", "5", "-second/below"});
+    const auto names = [](const std::string &out) {
+        std::string names;
+        for (size_t at = 0; (at = out.find("s  ", at)) != std::string::npos; ++at)
+            names += out.substr(at, out.find('\n', at) - at) + "\n";
+        return names.substr(0, names.find("Slowest"));
+    };
+    EXPECT_EQ(names(one.out), names(two.out));
+}
+
+TEST_F(RunTest, BazelShardsFilterReportAndMark) {
+    const std::map<std::string, std::string> environment = {
+        {"TEST_TOTAL_SHARDS", "2"},
+        {"TEST_SHARD_INDEX", "0"},
+        {"TEST_SHARD_STATUS_FILE", directory_.file("status")},
+        {"XML_OUTPUT_FILE", directory_.file("test.xml")},
+        {"TEST_PREMATURE_EXIT_FILE", directory_.file("premature")},
+        {"TEST_TMPDIR", directory_.file("tmp")},
+        {"TESTBRIDGE_TEST_ONLY", "first/passes:second/says_nothing"}};
+    const Finished finished = run({}, environment);
+    EXPECT_THAT(finished.out, HasSubstr("shard 1 of 2"));
+    EXPECT_THAT(finished.out, HasSubstr("PASSED: 1 case"));
+    EXPECT_TRUE(exists(directory_.file("status")));
+    EXPECT_TRUE(exists(directory_.file("test.xml")));
+    EXPECT_FALSE(exists(directory_.file("premature")));
+    EXPECT_FALSE(exists(directory_.file("kiv-out")));
+}
+
+TEST_F(RunTest, BazelSeesARunThatFailedByTheMarkItLeaves) {
+    run({"first/fails"}, {{"TEST_PREMATURE_EXIT_FILE", directory_.file("premature")}});
+    EXPECT_TRUE(exists(directory_.file("premature")));
+}
+
+TEST_F(RunTest, BazelShardThatMakesNoSenseRunsNothing) {
+    const Finished finished = run({}, {{"TEST_TOTAL_SHARDS", "2"}, {"TEST_SHARD_INDEX", "2"}});
+    EXPECT_THAT(finished.out, HasSubstr("TEST_SHARD_INDEX=2 of TEST_TOTAL_SHARDS=2 is no shard"));
+    EXPECT_THAT(finished.out, Not(HasSubstr("Running")));
+}
+
+TEST_F(RunTest, ColorIsForTerminalsAndWhoAsks) {
+    EXPECT_THAT(run({"first"}).out, Not(HasSubstr("\033[")));
+    EXPECT_THAT(run({"first", "--color", "always"}).out, HasSubstr("\033["));
+}
+
+// A terminal: what a person sees and types.
+class TerminalTest : public RunTest {
+  protected:
+    // Runs a sample on a terminal of its own; `type` is typed when `prompt` has appeared.
+    std::string on_terminal(const std::string &sample, std::vector<std::string> arguments,
+                            const std::string &prompt = "", const std::string &type = "",
+                            bool no_color = true) {
+        const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+        if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0) return "no terminal";
+        const std::string name = ptsname(terminal);
+        const pid_t child = fork();
+        if (child == 0) {
+            setsid();
+            const int side = open(name.c_str(), O_RDWR);
+            dup2(side, 0);
+            dup2(side, 1);
+            dup2(side, 2);
+            close(terminal);
+            setenv("KIV_SITE", "", 1);
+            setenv("TERM", "xterm", 1);
+            if (no_color)
+                setenv("NO_COLOR", "1", 1);
+            else
+                unsetenv("NO_COLOR");
+            if (chdir(directory_.path().c_str()) != 0) _exit(126);
+            const std::string program = std::string(SAMPLES) + "/kiv_sample_" + sample;
+            std::vector<char *> argv = {const_cast<char *>(program.c_str())};
+            for (const std::string &argument : arguments)
+                argv.push_back(const_cast<char *>(argument.c_str()));
+            argv.push_back(nullptr);
+            execv(program.c_str(), argv.data());
+            _exit(127);
+        }
+        std::string out;
+        char buffer[4096];
+        bool typed = type.empty();
+        while (true) {
+            const ssize_t got = read(terminal, buffer, sizeof buffer);
+            if (got <= 0) break;
+            out.append(buffer, static_cast<size_t>(got));
+            if (!typed && out.find(prompt) != std::string::npos) {
+                typed = write(terminal, type.data(), type.size()) > 0;
+            }
+        }
+        waitpid(child, nullptr, 0);
+        close(terminal);
+        return out;
+    }
+};
+
+TEST_F(TerminalTest, CaseThatReadsIsAnnouncedAndCanBeTypedAt) {
+    const std::string out =
+        on_terminal("mixed", {"second/reads_a_line"}, "type its lines", "an answer\n\x04");
+    EXPECT_THAT(out, HasSubstr("second/reads_a_line reads standard input: type its lines, Ctrl-D ends them"));
+    EXPECT_THAT(out, HasSubstr("    | read an answer"));
+    EXPECT_THAT(out, HasSubstr("PASSED: 1 case"));
+}
+
+TEST_F(TerminalTest, SlowCaseShowsProgressAndCtrlCEndsIt) {
+    const std::string out = on_terminal("faulty", {"hangs/fault"}, "[1/1] hangs/fault", "\x03");
+    EXPECT_THAT(out, HasSubstr("Stopped: interrupted (SIGINT)"));
+    EXPECT_THAT(out, HasSubstr("FAILED: 1 case, 1 crashed"));
+}
+
+TEST_F(TerminalTest, ColorUnlessToldOtherwise) {
+    EXPECT_THAT(on_terminal("mixed", {"first/passes"}, "", "", false), HasSubstr("\033[32mpassed\033[0m"));
+    EXPECT_THAT(on_terminal("mixed", {"first/passes"}), Not(HasSubstr("\033[32m")));
+}
+
+}  // namespace

@@ -1,0 +1,2 @@
+// Man pages and shell completion.
+#include <gtest/gtest.h>

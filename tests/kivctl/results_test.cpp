@@ -1,0 +1,185 @@
+// Reading an event stream back: nothing is lost, and what is broken is said with its place.
+#include "kivctl/results.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "kiv/reports/results_reader.h"
+#include "report_test.h"
+#include "run.h"
+
+namespace kivctl::test {
+namespace {
+
+using testing::HasSubstr;
+
+std::string rewritten(const Results &results) {
+    std::string content;
+    auto reporter = kiv::make_json_reporter(std::make_unique<kiv::test::MemorySink>(&content));
+    results.replay(*reporter);
+    return content;
+}
+
+std::string error_of(const std::string &text) {
+    Results results;
+    std::string error;
+    return parse(text, "R", &results, &error) ? "" : error;
+}
+
+// The sample with one field of one line changed; null takes it away.
+std::string with_field(const std::string &action, const std::string &field, const nlohmann::json &value) {
+    std::string changed;
+    std::istringstream lines(sample_results());
+    bool done = false;
+    for (std::string line; std::getline(lines, line);) {
+        nlohmann::json event = nlohmann::json::parse(line);
+        if (!done && event["Action"] == action) {
+            done = true;
+            if (value.is_null())
+                event.erase(field);
+            else
+                event[field] = value;
+        }
+        changed += event.dump() + "\n";
+    }
+    EXPECT_TRUE(done) << action;
+    return changed;
+}
+
+TEST(Results, WrittenAgainTheyAreTheSameBytes) {
+    Results results;
+    std::string error;
+    const std::string text = sample_results();
+    ASSERT_TRUE(parse(text, "R", &results, &error)) << error;
+    EXPECT_TRUE(results.complete);
+    EXPECT_EQ(rewritten(results), text);
+}
+
+TEST(Results, EveryFieldComesBack) {
+    Results results;
+    std::string error;
+    ASSERT_TRUE(parse(sample_results(), "R", &results, &error)) << error;
+    const auto cases = results.cases();
+    ASSERT_EQ(cases.size(), 12u);
+    const kiv::CaseResult &failed = *cases[1];
+    EXPECT_EQ(failed.selector(), "prm-kiv/tc_prm_v4_leaf_delete");
+    EXPECT_EQ(failed.description, "Checks Delete leaf entry");
+    EXPECT_EQ(failed.verdict, kiv::Verdict::failed);
+    EXPECT_EQ(failed.checks, 4u);
+    EXPECT_EQ(failed.failed_checks, 3u);
+    EXPECT_EQ(failed.duration.count(), 1234567);
+    EXPECT_EQ(failed.started.count(), 4234567);
+    ASSERT_EQ(failed.failures.size(), 2u);
+    EXPECT_EQ(failed.failures[1].line, 127);
+    EXPECT_EQ(failed.failures[1].status, 0x457C2A00u);
+    EXPECT_EQ(failed.failures[1].status_text, "'prm' invalid argument");
+    EXPECT_FALSE(failed.failures[1].is_condition);
+    EXPECT_EQ(failed.output, "ERROR: <leaf> \"delete\" & co\r\n\ttab, bell \a, byte \xFF, end\n");
+    const kiv::CaseResult &late = *cases[4];
+    EXPECT_EQ(late.mode, 4);
+    EXPECT_EQ(late.signal, 9);
+    EXPECT_EQ(late.output_size, 3000000000u);
+    EXPECT_EQ(late.output_file, "/tmp/run/output/prm-kiv/tc_kiv_tx_adj_add_punt");
+    EXPECT_TRUE(cases[7]->failures[0].is_condition);
+    EXPECT_EQ(cases[7]->failures[0].message, "session 5 is not busy, rc = 0\n");
+    EXPECT_EQ(cases[10]->exit_code, 3);
+    EXPECT_EQ(results.fixtures().size(), 6u);
+    EXPECT_EQ(results.info.arguments, kiv::test::sample_info().arguments);
+    EXPECT_EQ(results.summary.notes, std::vector<std::string>{"fault rule 1 fired 3 times"});
+}
+
+TEST(Results, LongOutputAndLongLinesComeBack) {
+    for (const size_t length : {2000u, 5000u, 70000u}) {
+        std::string text, output;
+        for (size_t i = 0; i < length; ++i) output += "\xE2\x82\xAC\n\xFF\x01z\""[i * 31 % 8];
+        auto reporter = kiv::make_json_reporter(std::make_unique<kiv::test::MemorySink>(&text));
+        kiv::RunInfo info = kiv::test::sample_info();
+        info.arguments = {output};
+        reporter->run_begins(info);
+        kiv::CaseResult result = kiv::test::passing_case("prm-kiv", "tc_kiv_update_mainif_mtu");
+        result.output = output;
+        result.output_size = output.size();
+        result.reason = output;
+        result.error_lines = {output};
+        reporter->case_ended(result);
+        Results results;
+        std::string error;
+        ASSERT_TRUE(parse(text, "R", &results, &error)) << error;
+        EXPECT_EQ(results.cases()[0]->output, output);
+        EXPECT_EQ(results.cases()[0]->reason, output);
+        EXPECT_EQ(results.cases()[0]->error_lines[0], output);
+        EXPECT_EQ(results.info.arguments[0], output);
+    }
+}
+
+// Cut anywhere, the stream is usable once its first line is whole.
+TEST(Results, CutAnywhereTheyAreUsable) {
+    const std::string text = sample_results();
+    const size_t first = text.find('\n');
+    size_t most = 0;
+    for (size_t size = 1; size < text.size(); ++size) {
+        Results results;
+        std::string error;
+        const bool usable = parse(text.substr(0, size), "R", &results, &error);
+        ASSERT_EQ(usable, size >= first) << "cut to " << size << ": " << error;
+        if (!usable) continue;
+        ASSERT_GE(results.cases().size(), most);
+        most = results.cases().size();
+        const std::string last = text.substr(0, size).substr(text.rfind('\n', size - 1) + 1);
+        ASSERT_EQ(results.torn, text[size] != '\n' && last.find_first_not_of(" \n") != std::string::npos) << size;
+    }
+    EXPECT_EQ(most, 12u);
+}
+
+TEST(Results, WhatWasNotReachedIsKnown) {
+    const std::string text = sample_results();
+    const size_t cut = text.find("\"tc_kiv_tx_adj_add_punt\",\"Elapsed\"");
+    Results results;
+    std::string error;
+    ASSERT_TRUE(parse(text.substr(0, text.rfind('\n', cut) + 1), "R", &results, &error)) << error;
+    EXPECT_FALSE(results.complete);
+    EXPECT_FALSE(results.torn);
+    EXPECT_EQ(results.cases().size(), 4u);
+    EXPECT_EQ(results.unreached().size(), 8u);
+    results.finish("the run ended before it");
+    EXPECT_EQ(results.cases().size(), 12u);
+    EXPECT_EQ(results.summary.counts[static_cast<size_t>(kiv::Verdict::not_run)], 8u);
+    EXPECT_EQ(results.cases()[4]->description, "Checks TX adj add punt ");
+}
+
+TEST(Results, ABrokenLineIsNamedWithItsField) {
+    EXPECT_EQ(error_of(""), "R:0: no results: the file is empty");
+    EXPECT_EQ(error_of("hello\n"), "R:1: these are not results of a run");
+    EXPECT_EQ(error_of("{}\n"), "R:1: Action: missing");
+    EXPECT_EQ(error_of("[1]\n"), "R:1: not an event object");
+    EXPECT_THAT(error_of("{\"Action\":\"pass\"}\n"),
+                HasSubstr("R:1: Action: the first event is not \"start\""));
+    EXPECT_EQ(error_of(with_field("start", "Format", 2)), "R:1: Format: written by a later release");
+    EXPECT_EQ(error_of(with_field("start", "Selected", 3)), "R:1: Selected: not a list");
+    EXPECT_EQ(error_of(with_field("start", "Program", nullptr)), "R:1: Program: missing");
+    EXPECT_THAT(error_of(with_field("pass", "Elapsed", "soon")), HasSubstr(": Elapsed: not a number"));
+    EXPECT_THAT(error_of(with_field("pass", "Elapsed", 1e300)), HasSubstr(": Elapsed: out of range"));
+    EXPECT_THAT(error_of(with_field("pass", "Verdict", "fine")),
+                HasSubstr(": Verdict: unknown verdict \"fine\""));
+    EXPECT_THAT(error_of(with_field("pass", "Verdict", "failed")),
+                HasSubstr(": Verdict: \"failed\" does not go with \"pass\""));
+    EXPECT_THAT(error_of(with_field("pass", "Checks", -1)), HasSubstr(": Checks: too small"));
+    EXPECT_THAT(error_of(with_field("pass", "Test", "other")),
+                HasSubstr(": Test: \"other\" is not the case that runs"));
+    EXPECT_THAT(error_of(with_field("check", "Line", 1.5)), HasSubstr(": Line: not a whole number"));
+    EXPECT_THAT(error_of(with_field("check", "Status", 1ull << 40)), HasSubstr(": Status: too large"));
+    EXPECT_THAT(error_of(with_field("output", "OutputBase64", "?")), HasSubstr(": OutputBase64: not base64"));
+    EXPECT_THAT(error_of(with_field("run", "Time", "noon")), HasSubstr(": Time: not a time in UTC"));
+    EXPECT_THAT(error_of(with_field("fixture", "Fixture", "middle")), HasSubstr("neither \"set-up\" nor"));
+    EXPECT_THAT(error_of(with_field("folder", "Action", "dance")),
+                HasSubstr(": Action: unknown action \"dance\""));
+    EXPECT_THAT(error_of(sample_results() + sample_results()), HasSubstr(": Action: a second \"start\""));
+    std::string middle = sample_results();
+    middle[middle.find('\n') + 1] = '!';
+    EXPECT_EQ(error_of(middle), "R:2: not an event object");
+}
+
+}  // namespace
+}  // namespace kivctl::test
