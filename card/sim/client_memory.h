@@ -13,11 +13,12 @@ class ClientMemory {
   public:
     // Whether `size` bytes can be read.
     bool readable(const void *start, size_t size);
-    // Whether `size` bytes, at least 8, can be written; they may be rewritten with what they hold.
+    // Whether `size` bytes can be read and written; asking changes none.
     bool writable(void *start, size_t size);
 
   private:
-    uintptr_t good_page_ = 0;
+    static constexpr uintptr_t kNoPage = 1;
+    uintptr_t readable_page_ = kNoPage, writable_page_ = kNoPage;
 };
 
 }  // namespace sim

@@ -7,7 +7,16 @@
 namespace sim {
 namespace {
 
-// ---- Multi-path groups. Next hops are taken as names: they need not come from the card's pool.
+// ---- Multi-path groups. Next hops are names: they need not come from the card's pool, which hands out none
+// that an entry uses.
+
+void use_next_hops(Card &card, const Vplag &vplag) {
+    for (const Vplag::Path &path : vplag.paths) card.adjacency.next_hops.use(path.next_hop);
+}
+
+void unuse_next_hops(Card &card, const Vplag &vplag) {
+    for (const Vplag::Path &path : vplag.paths) card.adjacency.next_hops.unuse(path.next_hop);
+}
 
 prm_status_t check_vplag(const Card &card, prm_handle_t client, const prm_l2_ecmp_request *request) {
     if (const prm_status_t status = require(card, client, request)) return status;
@@ -43,6 +52,7 @@ prm_status_t vplag_add(Card &card, prm_handle_t client, prm_l2_ecmp_request *req
     Vplag *vplag;
     if (const prm_status_t status = card.evpn.vplags.add(request->info.vplag_id, &vplag)) return status;
     *vplag = std::move(described);
+    use_next_hops(card, *vplag);
     card.evpn.vplag_ids.take(request->info.vplag_id);  // reserved already, or named
     return CERR_SUCCESS;
 }
@@ -53,16 +63,20 @@ prm_status_t vplag_mod(Card &card, prm_handle_t client, prm_l2_ecmp_request *req
     if (const prm_status_t status = read_vplag(request->info, &described)) return status;
     Vplag *const vplag = card.evpn.vplags.find(request->info.vplag_id);
     if (vplag == nullptr) return CARD_ERROR_UNKNOWN_VPLAG;
+    use_next_hops(card, described);
+    unuse_next_hops(card, *vplag);
     *vplag = std::move(described);
     return CERR_SUCCESS;
 }
 
 prm_status_t vplag_del(Card &card, prm_handle_t client, prm_l2_ecmp_request *request) {
     if (const prm_status_t status = check_vplag(card, client, request)) return status;
-    const prm_status_t status = card.evpn.vplags.remove(request->info.vplag_id);
-    if (status == CARD_ERROR_NOT_FOUND) return CARD_ERROR_UNKNOWN_VPLAG;
-    if (status == CERR_SUCCESS) card.evpn.vplag_ids.release(request->info.vplag_id);
-    return status;
+    const u32 id = request->info.vplag_id;
+    const Vplag *const vplag = card.evpn.vplags.find(id);
+    if (vplag == nullptr) return CARD_ERROR_UNKNOWN_VPLAG;
+    unuse_next_hops(card, *vplag);
+    card.evpn.vplag_ids.release(id);
+    return card.evpn.vplags.remove(id);
 }
 
 // ---- EVPN MACs.
@@ -144,6 +158,7 @@ prm_status_t overlay_add(Card &card, prm_handle_t client, prm_vxlan_ole_request 
         card.evpn.overlays.add(overlay_key(request->bd_id, request->remote_vtep), &overlay);
     if (status != CERR_SUCCESS) return status;
     overlay->next_hop = request->nh_id;
+    card.adjacency.next_hops.use(overlay->next_hop);
     card.l2.bridge_domains.hold(request->bd_id);
     return CERR_SUCCESS;
 }
@@ -152,15 +167,20 @@ prm_status_t overlay_mod(Card &card, prm_handle_t client, prm_vxlan_ole_request 
     if (const prm_status_t status = check_overlay(card, client, request)) return status;
     Overlay *const overlay = card.evpn.overlays.find(overlay_key(request->bd_id, request->remote_vtep));
     if (overlay == nullptr) return CARD_ERROR_NOT_FOUND;
+    card.adjacency.next_hops.use(request->nh_id);
+    card.adjacency.next_hops.unuse(overlay->next_hop);
     overlay->next_hop = request->nh_id;
     return CERR_SUCCESS;
 }
 
 prm_status_t overlay_del(Card &card, prm_handle_t client, prm_vxlan_ole_request *request) {
     if (const prm_status_t status = check_overlay(card, client, request)) return status;
-    const prm_status_t status = card.evpn.overlays.remove(overlay_key(request->bd_id, request->remote_vtep));
-    if (status == CERR_SUCCESS) card.l2.bridge_domains.release(request->bd_id);
-    return status;
+    const u64 key = overlay_key(request->bd_id, request->remote_vtep);
+    const Overlay *const overlay = card.evpn.overlays.find(key);
+    if (overlay == nullptr) return CARD_ERROR_NOT_FOUND;
+    card.adjacency.next_hops.unuse(overlay->next_hop);
+    card.l2.bridge_domains.release(request->bd_id);
+    return card.evpn.overlays.remove(key);
 }
 
 }  // namespace

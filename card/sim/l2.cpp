@@ -167,9 +167,11 @@ prm_status_t unswitch(Card &card, const prm_xid_request &request) {
 
 // ---- A circuit and a pseudowire.
 
+// A pseudowire goes out over an adjacency, with its tunnel; the adjacency stays while a pseudowire uses it.
 prm_status_t join_pseudowire(Card &card, const prm_xid_request &request) {
     if (request.xid == 0 || request.xid > 0xFFFFFFFF) return CARD_ERROR_BAD_VALUE;
-    if (request.nh_id == 0) return CARD_ERROR_UNKNOWN_REFERENCE;
+    const Adjacency *const adjacency = card.adjacency.table.find(request.nh_id);
+    if (adjacency == nullptr || adjacency->tunnel != request.tunnel_id) return CARD_ERROR_UNKNOWN_REFERENCE;
     if (const prm_status_t status = check_switched(card, request.segment1_key)) return status;
     const u32 xid = static_cast<u32>(request.xid);
     const u16 uidb = static_cast<u16>(request.segment1_key);
@@ -179,6 +181,7 @@ prm_status_t join_pseudowire(Card &card, const prm_xid_request &request) {
     Pseudowire *pseudowire;
     bool created;
     if (const prm_status_t status = card.l2.pseudowires.put(xid, &pseudowire, &created)) return status;
+    if (!created) card.adjacency.table.release(pseudowire->next_hop);
     if (!created && pseudowire->uidb != 0 && pseudowire->uidb != uidb) {
         remove_circuit(card, circuit_on(pseudowire->uidb));
     }
@@ -187,6 +190,7 @@ prm_status_t join_pseudowire(Card &card, const prm_xid_request &request) {
     circuit.service_id = xid;
     circuit.uidb = uidb;
     if (const prm_status_t status = put_circuit(card, circuit_on(uidb), circuit)) return status;
+    card.adjacency.table.hold(request.nh_id);
     *pseudowire = {uidb, request.segment2_key, request.segment2_word, request.nh_id, request.tunnel_id};
     return CERR_SUCCESS;
 }
@@ -202,6 +206,7 @@ prm_status_t leave_pseudowire(Card &card, const prm_xid_request &request) {
         if (key != uidb && key != card.interfaces.handle_of_uidb(uidb)) return CARD_ERROR_NO_CROSS_CONNECT;
         remove_circuit(card, circuit_on(uidb));
     }
+    card.adjacency.table.release(pseudowire->next_hop);
     return card.l2.pseudowires.remove(static_cast<u32>(request.xid));
 }
 

@@ -7,43 +7,52 @@
 
 #include <array>
 #include <bitset>
-#include <cstdint>
 #include <memory>
 #include <optional>
 #include <vector>
 
+#include "prm_types.h"
+
 namespace sim {
 
-constexpr uint32_t kTcamEntries = 2048;  // of one TCAM
-constexpr uint32_t kTcamKeyBytes = 92;
-constexpr uint32_t kTcamResultBytes = 55;
+constexpr u32 kTcamEntries = 2048;  // of one TCAM
+constexpr u32 kTcamKeyBytes = 92;
+constexpr u32 kTcamResultBytes = 55;
 
 // One entry, as programmed.
 struct TcamEntry {
-    uint8_t value[kTcamKeyBytes];
-    uint8_t mask[kTcamKeyBytes];  // a set bit cares about the value's bit
-    uint8_t result[kTcamResultBytes];
+    u8 value[kTcamKeyBytes];
+    u8 mask[kTcamKeyBytes];  // a set bit cares about the value's bit
+    u8 result[kTcamResultBytes];
 };
 
-// Finds the first of 512 entries that matches a key: for every half byte of the key that an entry cares
+// Narrows 512 entries down to those that match a key: for every half byte of the key that an entry cares
 // about, a row of 512 bits for each of its 16 values tells the entries that this value satisfies. A look-up
-// is the AND of one row per half byte.
+// is the AND of one row per half byte, the most telling half bytes first.
 class TcamBlockIndex {
   public:
-    static constexpr uint32_t kEntries = 512;
+    static constexpr u32 kEntries = 512;
 
     // Enters an entry in place of whatever stood there.
-    void set(uint32_t entry, const TcamEntry &keys);
-    void erase(uint32_t entry);
-    std::optional<uint32_t> first_match(const uint8_t *key) const;
+    void set(u32 entry, const TcamEntry &keys);
+    void erase(u32 entry);
+    // Orders the half bytes by how few of its entries one leaves for a key like the entries.
+    void order();
+    // The first entry that matches, or none. Unless `certain`, the entry is the only one left before every
+    // half byte was looked at, and matches if its own keys say so.
+    struct Found {
+        u32 entry;
+        bool certain;
+    };
+    std::optional<Found> first_match(const u8 *key) const;
 
   private:
-    static constexpr uint32_t kWords = kEntries / 64;
-    static constexpr uint32_t kHalfBytes = 2 * kTcamKeyBytes;
-    using Row = std::array<uint64_t, kWords>;
+    static constexpr u32 kWords = kEntries / 64;
+    static constexpr u32 kHalfBytes = 2 * kTcamKeyBytes;
+    using Row = std::array<u64, kWords>;
     struct Position {
-        uint8_t half_byte;  // 2 * byte + (1 for the upper half)
         std::array<Row, 16> rows;
+        u32 half_byte;  // 2 * byte + (1 for the upper half)
     };
 
     Row valid_{};
@@ -55,31 +64,31 @@ class TcamTable {
   public:
     // Puts an entry at an index below kTcamEntries, in place of whatever stood there. Tells whether the place
     // was free.
-    bool set(uint32_t index, const uint8_t *value, const uint8_t *mask, const uint8_t *result);
+    bool set(u32 index, const u8 *value, const u8 *mask, const u8 *result);
     // Tells whether there was an entry.
-    bool erase(uint32_t index);
+    bool erase(u32 index);
     // The entry at an index of any size, or null.
-    const TcamEntry *at(uint32_t index) const;
-    uint32_t size() const { return size_; }
+    const TcamEntry *at(u32 index) const;
+    u32 size() const { return size_; }
     // Index of the first entry whose value equals the key in every bit its mask cares about. The key is 92
     // bytes laid out as a programmed value key.
-    std::optional<uint32_t> first_match(const uint8_t *key) const;
+    std::optional<u32> first_match(const u8 *key) const;
 
   private:
-    static constexpr uint32_t kChunkEntries = 32;
-    static constexpr uint32_t kBlocks = kTcamEntries / TcamBlockIndex::kEntries;
+    static constexpr u32 kChunkEntries = 32;
+    static constexpr u32 kBlocks = kTcamEntries / TcamBlockIndex::kEntries;
     struct Chunk {
-        uint32_t used = 0;  // a bit an entry
+        u32 used = 0;  // a bit an entry
         TcamEntry entries[kChunkEntries];
     };
 
-    uint32_t size_ = 0;
+    u32 size_ = 0;
     std::array<std::unique_ptr<Chunk>, kTcamEntries / kChunkEntries> chunks_;
     // Built lazily, so that a TCAM that nobody looks up in carries none.
     mutable std::array<std::unique_ptr<TcamBlockIndex>, kBlocks> index_;
 
-    TcamBlockIndex *build_index(uint32_t block) const;
-    std::array<uint32_t, kBlocks> block_size_{};
+    TcamBlockIndex *build_index(u32 block) const;
+    std::array<u32, kBlocks> block_size_{};
 };
 
 }  // namespace sim

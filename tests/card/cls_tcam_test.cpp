@@ -364,13 +364,14 @@ TEST_P(TcamRefusalTest, PortNumberOfEntriesKeySizesAndIndexAreBoundedWhereEntrie
 
 TEST_P(TcamRefusalTest, MissingAndStrayBuffersAreRefusedWhereKeysAreTaken) {
     const auto stray = reinterpret_cast<u8 *>(uintptr_t{0x1000});
+    const auto low = reinterpret_cast<u8 *>(uintptr_t{0x46});
     const auto wild = reinterpret_cast<u8 *>(uintptr_t{0xDEADBEEFDEADBEEF});
     const auto last = reinterpret_cast<u8 *>(~uintptr_t{0} - 10);
     if (!GetParam().takes_keys) {
         EXPECT_EQ(status_of([=](prm_info &info) { info.value = info.mask = info.result = wild; }), 0u);
         return;
     }
-    for (u8 *const pointer : {static_cast<u8 *>(nullptr), stray, wild, last}) {
+    for (u8 *const pointer : {static_cast<u8 *>(nullptr), low, stray, wild, last}) {
         EXPECT_EQ(status_of([=](prm_info &info) { info.value = pointer; }), PRM_ERROR_INVALID_ARG);
         EXPECT_EQ(status_of([=](prm_info &info) { info.mask = pointer; }), PRM_ERROR_INVALID_ARG);
         EXPECT_EQ(status_of([=](prm_info &info) { info.result = pointer; }), PRM_ERROR_INVALID_ARG);
