@@ -15,8 +15,8 @@ enum class Outcome { none, success, failure };
 // "Success in", "Success while" a success. "name: Failure in" and "name:ERROR:" count as well.
 Outcome outcome_of(std::string_view text);
 
-// Whether a success line speaks of a failure, as a negative case does that saw what it expected: "SUCCESS: Reading
-// invalid entry failed. Error 22". Right after a failing line it takes that line back.
+// Whether a success line speaks of a failure, as a negative case does that saw what it expected: "SUCCESS:
+// Reading invalid entry failed. Error 22". Right after a failing line it takes that line back.
 bool tells_expected_failure(std::string_view text);
 
 // Follows the prints of one case. A marker counts where a line begins and where a print begins: several
@@ -45,9 +45,9 @@ class OutcomeScanner {
 
     uint64_t failures_ = 0, successes_ = 0;
     std::vector<std::string> lines_;
-    std::string partial_;     // begin of a line that came in pieces
-    bool judging_ = true;     // the line that a piece goes on with has not been judged
-    bool line_open_ = false;  // the last kept line goes on with the next print
+    std::string partial_;           // begin of a line that came in pieces
+    bool judging_ = true;           // the line that a piece goes on with has not been judged
+    bool line_open_ = false;        // the last kept line goes on with the next print
     Outcome last_ = Outcome::none;  // of the last line that told one
 };
 
