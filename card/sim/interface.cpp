@@ -50,7 +50,7 @@ prm_status_t check_create(Card &card, const uidb_create_msg &request) {
         case UIDB_IFTYPE_BVI:
             if (request.parent_ifh != 0) return CARD_ERROR_BAD_PARENT;
             if (card.interfaces.bvi_uidb == 0) return CARD_ERROR_NO_BVI;
-            return success_if(!(card.interfaces.by_uidb.contains(card.interfaces.bvi_uidb)),
+            return success_if(card.interfaces.handle_of_uidb(card.interfaces.bvi_uidb) == 0,
                               CARD_ERROR_IN_USE);
         default:
             return CARD_ERROR_BAD_INTERFACE_TYPE;
