@@ -1,7 +1,6 @@
 // One run, from the command line to the summary.
 #include "kiv/run.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -23,17 +22,6 @@
 namespace kiv {
 
 namespace {
-
-// The flash of a run's own output directory starts empty, as a new card's does.
-void clear_directory(const std::string &path) {
-    DIR *listing = opendir(path.c_str());
-    if (listing == nullptr) return;
-    while (const dirent *entry = readdir(listing)) {
-        const std::string file = path + "/" + entry->d_name;
-        if (is_file(file)) unlink(file.c_str());
-    }
-    closedir(listing);
-}
 
 uint32_t fresh_seed() {
     return static_cast<uint32_t>(now_ns() / 1000 ^ getpid()) % 999'999 + 1;
@@ -71,7 +59,6 @@ bool Run::prepare_flash(std::string *error) {
     if (options_.disk0.empty() && !site_) return true;
     flash_ = options_.disk0.empty() ? out_ + "/disk0" : absolute_path(options_.disk0);
     if (!make_directories(flash_, error)) return false;
-    if (options_.disk0.empty()) clear_directory(flash_);
     map_flash(flash_);
     return true;
 }

@@ -44,7 +44,7 @@ void add_site(CLI::App &app, int *status) {
     check_command->footer(
         "Each file is read as the readers of the suite read it; every problem names file, line and field.\n"
         "Exit status: 0 when there is none, 1 when there are some, 2 when the directory is no site.");
-    check_command->add_option("DIR", *directory, "The site (--site of prm_kiv)")->required();
+    check_command->add_option("DIR", *directory, "Directory of the site")->required();
     check_command->callback([=] { *status = check(*directory); });
     CLI::App *const new_command =
         site->add_subcommand("new", "Write a site with example values to start from");

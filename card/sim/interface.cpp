@@ -74,7 +74,7 @@ prm_status_t create_one(Card &card, uidb_create_msg &request) {
     interface->uidb = static_cast<u16>(uidb);
     interface->np_port = static_cast<u8>(request.channel_map & kChannelMapPort);
     interface->parent = request.parent_ifh;
-    state.by_uidb[interface->uidb] = request.if_handle;
+    state.set_handle_of_uidb(interface->uidb, request.if_handle);
     if (Interface *const parent = state.table.find(request.parent_ifh)) ++parent->sub_interfaces;
     request.uidb_index = interface->uidb;
     return CERR_SUCCESS;
@@ -92,7 +92,7 @@ prm_status_t delete_one(Card &card, u32 if_handle) {
 
     release_features(card, if_handle);
     if (Interface *const parent = state.table.find(interface->parent)) --parent->sub_interfaces;
-    state.by_uidb.erase(interface->uidb);
+    state.set_handle_of_uidb(interface->uidb, 0);
     if (interface->uidb != state.bvi_uidb) state.uidb_pool.release(interface->uidb);
     return state.table.remove(if_handle);
 }
@@ -308,7 +308,7 @@ void provide(InterfaceState &state, const InventoryInterface &described) {
     interface->uidb = static_cast<u16>(uidb);
     interface->np_port = described.np_port;
     interface->parent = described.parent;
-    state.by_uidb[interface->uidb] = described.handle;
+    state.set_handle_of_uidb(interface->uidb, described.handle);
     provide_features(state, described, interface);
     if (Interface *const parent = state.table.find(described.parent)) ++parent->sub_interfaces;
 }
@@ -326,12 +326,6 @@ InterfaceState::InterfaceState(Accounts &accounts, const Inventory &inventory)
     // Indices that the inventory names are out of the pool before it picks any.
     for (const InventoryInterface &described : inventory.interfaces) uidb_pool.take(described.uidb);
     for (const InventoryInterface &described : inventory.interfaces) provide(*this, described);
-}
-
-u32 InterfaceState::handle_of_uidb(u32 uidb) const {
-    if (uidb > 0xFFFF) return 0;
-    const auto found = by_uidb.find(static_cast<u16>(uidb));
-    return found != by_uidb.end() ? found->second : 0;
 }
 
 bool is_l3_sub_interface(const Interface &interface) {

@@ -6,6 +6,7 @@
 #include <absl/container/flat_hash_map.h>
 
 #include <bitset>
+#include <vector>
 
 #include "card/sim/index_pool.h"
 #include "card/sim/inventory.h"
@@ -65,7 +66,11 @@ struct InterfaceState {
     InterfaceState(Accounts &accounts, const Inventory &inventory);
 
     // Handle of the interface with that interface-database index, 0 for none.
-    u32 handle_of_uidb(u32 uidb) const;
+    u32 handle_of_uidb(u32 uidb) const { return uidb < by_uidb.size() ? by_uidb[uidb] : 0; }
+    void set_handle_of_uidb(u16 uidb, u32 if_handle) {
+        if (uidb >= by_uidb.size()) by_uidb.resize(uidb + 1);
+        by_uidb[uidb] = if_handle;
+    }
     Interface *find_by_uidb(u32 uidb) { return table.find(handle_of_uidb(uidb)); }
 
     Table<u32, Interface> table;  // by handle; held by circuits, mirror sources and what else uses one
@@ -73,8 +78,8 @@ struct InterfaceState {
     absl::flat_hash_map<u8, u32> bundle_interfaces;          // bundle id -> handle of its main interface
     absl::flat_hash_map<u8, u8> configured_members;          // port -> bundle id it is configured for
     absl::flat_hash_map<u32, std::bitset<256>> subif_ports;  // bundle sub-interface -> member ports
-    absl::flat_hash_map<u16, u32> by_uidb;
-    Account uidb_account;  // indices, not a resource of its own: bounded by the width of the field
+    std::vector<u32> by_uidb;  // index -> handle, 0 for none; as long as the highest index needs
+    Account uidb_account;      // indices, not a resource of its own: bounded by the width of the field
     IndexPool uidb_pool;
     Account &feature_account;
     u16 bvi_uidb;  // index of the card's bridged virtual interface; 0: the card type has none

@@ -13,6 +13,9 @@ namespace {
 
 using nlohmann::json;
 
+// Seconds, 46 days: up to twice that, a double holds every nanosecond.
+constexpr double kLongest = 4e6;
+
 // What is wrong with the line at hand.
 struct Broken {
     std::string field, problem;
@@ -64,7 +67,7 @@ class Event {
         const json &value = require(name, "missing");
         if (!value.is_number()) throw Broken{name, "not a number"};
         const double seconds = value.get<double>();
-        if (!(std::fabs(seconds) < 9e9)) throw Broken{name, "out of range"};
+        if (!(std::fabs(seconds) < kLongest)) throw Broken{name, "out of range"};
         return std::chrono::nanoseconds(std::llround(seconds * 1e9));
     }
 
@@ -155,8 +158,10 @@ class Reader {
         if (action == "folder") return reporter_.folder_begins(folder(event));
         if (action == "folder-end") return reporter_.folder_ended(folder(event));
         if (action == "run") {
-            pending_ = {event.text("Package"),     "Test", event.text("Test"), "", {},
-                        event.time() - start_time_};
+            const int64_t begun = event.time() - start_time_;
+            if (!(std::fabs(static_cast<double>(begun)) < kLongest * 1e9))
+                throw Broken{"Time", "too far from the start of the run"};
+            pending_ = {event.text("Package"), "Test", event.text("Test"), "", {}, begun};
             return reporter_.case_begins(pending_.folder, pending_.name);
         }
         if (action == "output") {
@@ -192,7 +197,8 @@ class Reader {
         if (event.number<int>("Format") != 1) throw Broken{"Format", "written by a later release"};
         RunInfo info;
         info.started_at = event.text("Time");
-        if (!parse_time(info.started_at, &start_time_)) start_time_ = 0;
+        if (!parse_time(info.started_at, &start_time_) && !info.started_at.empty())
+            throw Broken{"Time", "not a time in UTC"};
         info.program = event.text("Program");
         info.arguments = event.texts("Arguments");
         info.site = event.optional_text("Site");

@@ -22,3 +22,14 @@ expect_in_output("(PASSED|FAILED): 1 case")
 
 run(${PROGRAM} --help)
 expect_in_output("--card")
+
+# The whole default site: every case passes or reports success by its lines, twice over the same flash, and the results
+# say so too.
+foreach(pass first second)
+  run(${PROGRAM} --quiet --json ${pass}.json)
+  expect_in_output("PASSED: 240 cases")
+  run(${KIVCTL} gate ${pass}.json)
+  expect_status(0)
+endforeach()
+run(${KIVCTL} site check ${SOURCES}/site/sim)
+expect_status(0)

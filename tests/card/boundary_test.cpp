@@ -35,6 +35,7 @@ class NoBackend : public ::testing::Test {
 };
 
 TEST_F(NoBackend, EveryOperationAnswersNotSupported) {
+    ::testing::internal::CaptureStderr();
     EXPECT_EQ(prm_srh_bd_add(nullptr, nullptr), CARD_ERROR_NOT_SUPPORTED);
     EXPECT_EQ(uidb_delete_interface(0, 1), CARD_ERROR_NOT_SUPPORTED);
     EXPECT_EQ(wyk_hal_wrapper_get_stats(nullptr, nullptr), CARD_ERROR_NOT_SUPPORTED);
@@ -44,6 +45,8 @@ TEST_F(NoBackend, EveryOperationAnswersNotSupported) {
     EXPECT_EQ(platform_get_my_card_type(), 0u);
     EXPECT_EQ(is_veltora_family(), 0);
     EXPECT_EQ(wyk_np_info_num_local_ports(0), 0);
+    EXPECT_THAT(::testing::internal::GetCapturedStderr(),
+                ::testing::HasSubstr("card: is_veltora_family is not supported\n"));
 }
 
 TEST_F(NoBackend, SaysSoOncePerOperation) {

@@ -103,6 +103,13 @@ struct Buffers {
     static size_t bytes(u32 entries, u32 size) { return std::min<size_t>(size_t{entries} * size, 1u << 20); }
 };
 
+// Any pointer but one into the memory of this process, which a read-back would rightly write to.
+u8 *stray(u8 *pointer) {
+    constexpr uintptr_t kLowest = 0x10000, kNobodys = uintptr_t{1} << 63;
+    const auto address = reinterpret_cast<uintptr_t>(pointer);
+    return address < kLowest ? pointer : reinterpret_cast<u8 *>(address | kNobodys);
+}
+
 // --- HAL ---------------------------------------------------------------------------------------------------
 
 // A block of `size` bytes, at least that of its head, filled from the input over `begin`.
@@ -198,6 +205,9 @@ void feed_tcam(const uint8_t *data, size_t size) {
         for (size_t i = 0; i < sizeof info; ++i) record[i] ^= bytes[i];
         if ((use & kLatestHandle) != 0) info.vmr_id = latest;
         Buffers buffers(info);
+        info.value = stray(info.value);
+        info.mask = stray(info.mask);
+        info.result = stray(info.result);
         if ((use & kBuffers) != 0) {
             info.value = buffers.value.data();
             info.mask = buffers.mask.data();

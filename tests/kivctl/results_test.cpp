@@ -5,10 +5,14 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
+#include <random>
+#include <sstream>
 
 #include "kiv/reports/results_reader.h"
 #include "report_test.h"
 #include "run.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
 namespace kivctl::test {
 namespace {
@@ -129,7 +133,8 @@ TEST(Results, CutAnywhereTheyAreUsable) {
         most = results.cases().size();
         const size_t begin = text.rfind('\n', size - 1) + 1;
         const std::string last = text.substr(begin, size - begin);
-        ASSERT_EQ(results.torn, text[size] != '\n' && last.find_first_not_of(' ') != std::string::npos) << size;
+        ASSERT_EQ(results.torn, text[size] != '\n' && last.find_first_not_of(' ') != std::string::npos)
+            << size;
     }
     EXPECT_EQ(most, 12u);
 }
@@ -180,6 +185,39 @@ TEST(Results, ABrokenLineIsNamedWithItsField) {
     std::string middle = sample_results();
     middle[middle.find('\n') + 1] = '!';
     EXPECT_EQ(error_of(middle), "R:2: not an event object");
+}
+
+// Whatever is changed in a stream, it is read or refused, and what was read can be written and read again.
+TEST(Results, RandomChangesAreReadOrRefused) {
+    std::mt19937 random(20261121);
+    const std::string text = sample_results();
+    const size_t first = text.find('\n') + 1;
+    const auto below = [&](size_t limit) {
+        return std::uniform_int_distribution<size_t>(0, limit - 1)(random);
+    };
+    for (int round = 0; round < 500; ++round) {
+        std::string changed =
+            text.substr(0, round % 2 == 0 ? text.size() : first + below(text.size() - first));
+        for (size_t i = below(4); i > 0; --i) {
+            const size_t at =
+                round % 3 == 0 ? below(changed.size()) : first - 1 + below(changed.size() - first + 1);
+            switch (below(4)) {
+                case 0:
+                    changed[at] = static_cast<char>(below(256));
+                    break;
+                case 1:
+                    changed.erase(at, below(40));
+                    break;
+                case 2:
+                    changed.insert(at, changed.substr(below(changed.size()), below(300)));
+                    break;
+                case 3:
+                    changed[at] = "0123456789{}[]:,\"\\-."[below(20)];
+                    break;
+            }
+        }
+        LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t *>(changed.data()), changed.size());
+    }
 }
 
 }  // namespace

@@ -1,0 +1,61 @@
+# Completion of prm_kiv for bash: options, and the folders and cases that the program lists.
+
+# Answers with the words that can follow, by the program's own help and lists: nothing to keep up to date here.
+_prm_kiv() {
+    local program=$1 word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
+    COMPREPLY=()
+    case $before in
+        --plan | --rerun-failed | --junit | --tap | --json | --html | --trace)
+            mapfile -t COMPREPLY < <(compgen -f -- "$word")
+            compopt -o filenames 2>/dev/null
+            return
+            ;;
+        --site | --disk0 | --out)
+            mapfile -t COMPREPLY < <(compgen -d -- "$word")
+            compopt -o filenames 2>/dev/null
+            return
+            ;;
+        --on-crash)
+            mapfile -t COMPREPLY < <(compgen -W "next-folder next-case stop" -- "$word")
+            return
+            ;;
+        --color)
+            mapfile -t COMPREPLY < <(compgen -W "auto always never" -- "$word")
+            return
+            ;;
+        --card)
+            mapfile -t COMPREPLY < <(compgen -W "sim replay: lib:" -- "$word")
+            compopt -o nospace 2>/dev/null
+            return
+            ;;
+        --shard | --repeat | --seed | --timeout | --grace | --output-limit | --fault)
+            return
+            ;;
+    esac
+    if [[ $word == --* ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "$("$program" --help 2>/dev/null |
+            grep -oE '(^|[ ,])--[a-z0-9][a-z0-9-]*' | tr -d ' ,' | sort -u)" -- "$word")
+        return
+    fi
+    # A selector, perhaps one that leaves out.
+    local dash=
+    if [[ $word == -* || $before == --exclude ]]; then
+        dash=${word%%[!-]*}
+        word=${word#"$dash"}
+    fi
+    local known folders
+    folders=$("$program" --list-folders 2>/dev/null | sed 's/[[:blank:]].*//')
+    if [[ $word == */* ]]; then
+        known=$("$program" --all --list 2>/dev/null | sed 's/[[:blank:]].*//; /^$/d')
+        mapfile -t COMPREPLY < <(compgen -P "$dash" -W "$folders"$'\n'"$known" -- "$word")
+    else
+        mapfile -t COMPREPLY < <(compgen -P "$dash" -W "$folders" -- "$word")
+        # One folder left: its cases may follow.
+        if [[ ${#COMPREPLY[@]} == 1 ]]; then
+            COMPREPLY+=("${COMPREPLY[0]}/")
+            compopt -o nospace 2>/dev/null
+        fi
+    fi
+}
+
+complete -F _prm_kiv prm_kiv
