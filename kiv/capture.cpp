@@ -39,7 +39,12 @@ class PrintBuffer : public std::streambuf {
     }
 };
 
-PrintBuffer print_buffer;
+// Never destroyed: std::cout is flushed after the static objects are gone when a case calls exit.
+PrintBuffer *print_buffer() {
+    static PrintBuffer *const buffer = new PrintBuffer;
+    return buffer;
+}
+
 std::streambuf *saved_cout, *saved_cerr, *saved_clog;
 
 void replace_descriptor(int fd, int target) {
@@ -73,9 +78,9 @@ Capture::Capture(Journal &journal, const Settings &settings)
             if (nothing > STDERR_FILENO) close(nothing);
         }
     }
-    saved_cout = std::cout.rdbuf(&print_buffer);
-    saved_cerr = std::cerr.rdbuf(&print_buffer);
-    saved_clog = std::clog.rdbuf(&print_buffer);
+    saved_cout = std::cout.rdbuf(print_buffer());
+    saved_cerr = std::cerr.rdbuf(print_buffer());
+    saved_clog = std::clog.rdbuf(print_buffer());
     open_streams();
 }
 

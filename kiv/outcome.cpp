@@ -19,8 +19,8 @@ constexpr Marker kMarkers[] = {
     {"SUCCESS: ", Outcome::success}, {"Success in", Outcome::success}, {"Success while", Outcome::success},
 };
 
-// "tc_kiv_tcam_verify: Failure in ...", "tc_kiv_xconnect_add_l2p_x_pw:ERROR:...": a function says its own name
-// first.
+// "tc_kiv_tcam_verify: Failure in ...", "tc_kiv_xconnect_add_l2p_x_pw:ERROR:...": a function says its own
+// name first.
 std::string_view after_name(std::string_view text) {
     size_t at = 0;
     while (at < text.size() && (isalnum(static_cast<unsigned char>(text[at])) || text[at] == '_')) ++at;

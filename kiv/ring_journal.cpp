@@ -103,7 +103,7 @@ void RingJournal::put_text(uint16_t type, uint16_t detail, uint32_t number, std:
     const TextRecord fixed{static_cast<uint32_t>(text.size()), number};
     memcpy(at, &header, sizeof header);
     memcpy(at + sizeof header, &fixed, sizeof fixed);
-    memcpy(at + sizeof header + sizeof fixed, text.data(), text.size());
+    std::copy(text.begin(), text.end(), at + sizeof header + sizeof fixed);
     ring_.publish(size);
 }
 
@@ -150,8 +150,7 @@ void RingJournal::failed_check(const FailedCheck &check) {
     memcpy(at, &fixed, sizeof fixed);
     at += sizeof fixed;
     for (size_t i = 0; i < 5; ++i) {
-        memcpy(at, texts[i].data(), fixed.sizes[i]);
-        at += fixed.sizes[i];
+        at = std::copy_n(texts[i].begin(), fixed.sizes[i], at);
     }
     ring_.publish(size);
 }

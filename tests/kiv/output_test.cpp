@@ -52,10 +52,12 @@ TEST_F(OutputKeeperTest, LongOutputIsWholeInAFileAndItsEndsInMemory) {
 
 TEST_F(OutputKeeperTest, OutputJustOverTheLimitIsKeptWhole) {
     keeper_.restart("f", "c");
-    keeper_.add(std::string(999, 'a'));
-    keeper_.add("bcd");
+    std::string whole(1002, 'a');
+    whole.replace(999, 3, "bcd");
+    keeper_.add(whole.substr(0, 999));
+    keeper_.add(whole.substr(999));
     finish();
-    EXPECT_EQ(text_, std::string(999, 'a') + "bcd");
+    EXPECT_EQ(text_, whole);
     EXPECT_EQ(kiv_test::read_text(file_), text_);
 }
 
