@@ -234,6 +234,7 @@ std::vector<Row> rows() {
          "per case",
          {{"floor", {"floor_240", {"--list"}, {}}, 240, "case_239"},
           {"kiv", kiv("kiv_240", {"--list"}, {}), 240, "case_239"},
+          {"kiv, shared C++ library", kiv("kiv_shared_240", {"--list"}, {}), 240, "case_239"},
           {"GoogleTest", {"gtest_240", {"--gtest_list_tests"}, {}}, 240, "case_239"},
           {"doctest", {"doctest_240", {"-ltc"}, {}}, 240, "case_239"},
           {"Catch2", {"catch2_240", {"-l"}, {}}, 240, "case_239"},
