@@ -12,7 +12,8 @@ namespace kiv {
 
 struct ReportRequest {
     std::string junit, tap, json, html;  // files, empty when not asked for
-    bool any() const { return !(junit.empty() && tap.empty() && json.empty() && html.empty()); }
+    // Whether one foretells the cases, and so needs them all by name.
+    bool list_cases() const { return !(tap.empty() && json.empty() && html.empty()); }
 };
 
 // The formats, as option names ("junit").

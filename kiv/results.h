@@ -96,7 +96,7 @@ struct RunInfo {
     size_t selected_cases = 0;          // in all passes
     std::vector<FolderInfo> folders;    // in run order, those with selected cases
     std::vector<std::string> selected;  // selectors of every selected case, in run order
-    // Both lists are filled only when a report is written: a run may have a hundred thousand cases.
+    // Both lists are filled only for a report that needs them: a run may have a hundred thousand cases.
     // Descriptions of the selected cases, in the same order (reports list what was not reached).
     std::vector<std::string> descriptions;
 };

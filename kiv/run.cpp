@@ -78,7 +78,11 @@ RunInfo Run::describe(const std::vector<uint32_t> &selected) const {
     info.shard_count = options_.shard_count;
     info.selected_cases = schedule_->size();
     std::vector<size_t> place(context_.folders.size());  // in info.folders, plus one
-    const bool listed = options_.reports.any();
+    const bool listed = options_.reports.list_cases();
+    if (listed) {
+        info.selected.reserve(schedule_->size());
+        info.descriptions.reserve(schedule_->size());
+    }
     for (uint64_t at = 0; at < (listed ? schedule_->size() : selected.size()); ++at) {
         const Case &test = schedule_->case_at(at);
         if (place[test.folder->id] == 0) {

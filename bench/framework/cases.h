@@ -63,11 +63,13 @@ inline Load load() {
 
 // M(000) to M(239).
 #define BENCH_TEN(M, n) M(n##0) M(n##1) M(n##2) M(n##3) M(n##4) M(n##5) M(n##6) M(n##7) M(n##8) M(n##9)
-#define BENCH_HUNDRED(M, n)                                                                        \
-    BENCH_TEN(M, n##0)                                                                             \
-    BENCH_TEN(M, n##1)                                                                             \
-    BENCH_TEN(M, n##2) BENCH_TEN(M, n##3) BENCH_TEN(M, n##4) BENCH_TEN(M, n##5) BENCH_TEN(M, n##6) \
-        BENCH_TEN(M, n##7) BENCH_TEN(M, n##8) BENCH_TEN(M, n##9)
+#define BENCH_HUNDRED(M, n) \
+    BENCH_TEN(M, n##0)      \
+    BENCH_TEN(M, n##1)      \
+    BENCH_TEN(M, n##2)      \
+    BENCH_TEN(M, n##3)      \
+    BENCH_TEN(M, n##4)      \
+    BENCH_TEN(M, n##5) BENCH_TEN(M, n##6) BENCH_TEN(M, n##7) BENCH_TEN(M, n##8) BENCH_TEN(M, n##9)
 #define BENCH_EACH_OF_240(M) \
     BENCH_HUNDRED(M, 0)      \
     BENCH_HUNDRED(M, 1) BENCH_TEN(M, 20) BENCH_TEN(M, 21) BENCH_TEN(M, 22) BENCH_TEN(M, 23)

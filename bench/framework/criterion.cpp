@@ -20,17 +20,22 @@ Test(failing, failing) {
 }
 
 // Twenty cases, the tenth of which is another.
-#define CASES_AROUND(suite, tenth)                                                                 \
-    CASE_OF(suite, 0)                                                                              \
-    CASE_OF(suite, 1)                                                                              \
-    CASE_OF(suite, 2) CASE_OF(suite, 3) CASE_OF(suite, 4) CASE_OF(suite, 5) CASE_OF(suite, 6)      \
-        CASE_OF(suite, 7) CASE_OF(suite, 8) Test(suite, case_9, .timeout = 1) {                    \
-        tenth();                                                                                   \
-    }                                                                                              \
-    CASE_OF(suite, 10)                                                                             \
-    CASE_OF(suite, 11)                                                                             \
-    CASE_OF(suite, 12) CASE_OF(suite, 13) CASE_OF(suite, 14) CASE_OF(suite, 15) CASE_OF(suite, 16) \
-        CASE_OF(suite, 17) CASE_OF(suite, 18) CASE_OF(suite, 19)
+#define CASES_AROUND(suite, tenth)                                                            \
+    CASE_OF(suite, 0)                                                                         \
+    CASE_OF(suite, 1)                                                                         \
+    CASE_OF(suite, 2)                                                                         \
+    CASE_OF(suite, 3)                                                                         \
+    CASE_OF(suite, 4)                                                                         \
+    CASE_OF(suite, 5)                                                                         \
+    CASE_OF(suite, 6) CASE_OF(suite, 7) CASE_OF(suite, 8) Test(suite, case_9, .timeout = 1) { \
+        tenth();                                                                              \
+    }                                                                                         \
+    CASE_OF(suite, 10)                                                                        \
+    CASE_OF(suite, 11)                                                                        \
+    CASE_OF(suite, 12)                                                                        \
+    CASE_OF(suite, 13)                                                                        \
+    CASE_OF(suite, 14)                                                                        \
+    CASE_OF(suite, 15) CASE_OF(suite, 16) CASE_OF(suite, 17) CASE_OF(suite, 18) CASE_OF(suite, 19)
 #define CASE_OF(suite, n)   \
     Test(suite, case_##n) { \
         bench::trivial();   \

@@ -120,6 +120,10 @@ void EventReporter::run_begins(const RunInfo &info) {
     }
     line_ += ']';
     line_ += ",\"Selected\":[";
+    size_t length = line_.size() + 64;
+    for (const std::string &selector : info.selected) length += selector.size() + 48;
+    for (const std::string &description : info.descriptions) length += description.size();
+    line_.reserve(length);  // this line may be megabytes: it is not to be there twice while it grows
     for (size_t i = 0; i < info.selected.size(); ++i) {
         line_ += i != 0 ? ",{\"Selector\":" : "{\"Selector\":";
         string_item(info.selected[i]);
@@ -128,6 +132,7 @@ void EventReporter::run_begins(const RunInfo &info) {
     }
     line_ += "]}\n";
     first(line_);
+    line_ = {};
 }
 
 void EventReporter::folder_begins(const FolderInfo &folder) {
