@@ -145,13 +145,17 @@ void ClosedDocument::begin(std::string_view head, std::string_view tail) {
     tail_ = tail;
     scratch_ = head;
     if (sink_->seekable()) {
-        // The closing text and an `open` behind it never cross a page.
-        while (!fits_in_page(scratch_.size(), tail.size() + open_.size() + close_.size())) scratch_ += ' ';
+        // The closing text and the marks of a room behind it never cross a page.
+        while (!fits_in_page(scratch_.size(), tail.size() + marks())) scratch_ += ' ';
         end_ = scratch_.size();
         scratch_ += tail;
+        scratch_ += open_;
+        while ((scratch_.size() + close_.size()) % kPage != 0) scratch_ += ' ';
+        scratch_ += close_;
     } else {
         end_ = scratch_.size();
     }
+    size_ = scratch_.size();
     broken_ = !sink_->begin(scratch_);
 }
 
@@ -163,68 +167,60 @@ uint64_t ClosedDocument::append(std::string_view body, std::string_view tail, ui
                                 uint64_t length) {
     if (broken_) return end_;
     uint64_t at = end_;
+    const uint64_t needed = body.size() + tail.size() + marks();
     if (!sink_->seekable()) {
         broken_ = !sink_->write(end_, body);
         end_ += body.size();
-    } else if (fits_in_page(end_, body.size() + tail.size() + open_.size() + close_.size()) &&
+    } else if (fits_in_page(end_, needed) && end_ + needed <= size_ &&
                body.size() + tail.size() >= tail_.size()) {
         scratch_ = body;
         scratch_ += tail;
+        scratch_ += open_;
         broken_ = !sink_->write(end_, scratch_);
-        end_ += body.size();
+        if (!broken_) end_ += body.size();
     } else {
         at = append_hidden(body, tail, whole, length);
     }
-    tail_ = tail;
+    if (!broken_) tail_ = tail;
     return at;
 }
 
-// Puts a hidden region of blanks over [from, to), a page at a time: each page is hidden on its own before the
-// mark that ends the region before it is blanked.
-bool ClosedDocument::make_room(uint64_t from, uint64_t to) {
-    for (uint64_t begin = from; begin < to;) {
-        const uint64_t end = std::min(to, (begin / kPage + 1) * kPage);
+bool ClosedDocument::make_room(uint64_t to) {
+    while (size_ < to) {
+        const uint64_t end = size_ + kPage;
         scratch_ = open_;
-        scratch_.resize(end - begin - close_.size(), ' ');
+        scratch_.resize(end - size_ - close_.size(), ' ');
         scratch_ += close_;
-        if (!sink_->write(begin, scratch_)) return false;
-        if (begin != from &&
-            !sink_->write(begin - close_.size(), std::string_view("      ").substr(0, close_.size())))
-            return false;
-        begin = end;
+        if (!sink_->write(size_, scratch_)) return false;
+        scratch_.assign(close_.size(), ' ');
+        if (!sink_->write(size_ - close_.size(), scratch_)) return false;
+        size_ = end;
     }
     return true;
 }
 
 uint64_t ClosedDocument::append_hidden(std::string_view body, std::string_view tail, uint64_t whole,
                                        uint64_t length) {
-    const uint64_t old_size = end_ + tail_.size();
-    uint64_t at = old_size + open_.size();
+    const uint64_t start = end_ + tail_.size() + open_.size();
+    uint64_t at = start;
     if (!fits_in_page(at + whole, length)) at += kPage - (at + whole) % kPage;
-    const uint64_t marks = open_.size() + close_.size();
     uint64_t new_end = at + body.size();
-    if (!fits_in_page(new_end, tail.size() + marks)) new_end += kPage - new_end % kPage;
+    if (!fits_in_page(new_end, tail.size() + marks())) new_end += kPage - new_end % kPage;
 
-    bool ok = make_room(old_size, new_end + tail.size() + marks);
-    if (ok) {
-        scratch_ = body;
-        scratch_.insert(0, at - (old_size + open_.size()), ' ');
-        scratch_.append(new_end - (at + body.size()), ' ');
-        scratch_ += tail;
-        scratch_ += open_;
-        ok = sink_->write(old_size + open_.size(), scratch_);
-    }
-    if (ok) {
-        scratch_.assign(tail_.size() + open_.size(), ' ');
-        ok = sink_->write(end_, scratch_);
-    }
-    if (!ok) {  // what was hidden goes away again; the document keeps what it had
-        sink_->truncate(old_size);
-        broken_ = true;
-        return end_;
-    }
+    // What fails here stays hidden: the document keeps what it had.
+    broken_ = !make_room(new_end + tail.size() + marks());
+    if (broken_) return end_;
+    scratch_.assign(at - start, ' ');
+    scratch_ += body;
+    scratch_.append(new_end - (at + body.size()), ' ');
+    scratch_ += tail;
+    scratch_ += open_;
+    broken_ = !sink_->write(start, scratch_);
+    if (broken_) return end_;
+    scratch_.assign(start - end_, ' ');
+    broken_ = !sink_->write(end_, scratch_);
+    if (broken_) return end_;
     end_ = new_end;
-    sink_->truncate(end_ + tail.size());
     return at;
 }
 
@@ -233,7 +229,12 @@ void ClosedDocument::patch(uint64_t offset, std::string_view text) {
 }
 
 void ClosedDocument::finish() {
-    if (!broken_ && !sink_->seekable()) broken_ = !sink_->write(end_, tail_);
+    if (!sink_->seekable()) {
+        if (!broken_) broken_ = !sink_->write(end_, tail_);
+    } else if (size_ != end_ + tail_.size() && sink_->truncate(end_ + tail_.size())) {
+        size_ = end_ + tail_.size();
+        broken_ = true;  // nothing follows
+    }
 }
 
 }  // namespace kiv::reports

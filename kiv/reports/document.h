@@ -57,18 +57,18 @@ class LineFile {
 
 // A document whose closing text always stands at its end.
 //
-// `body` and a new closing text take the place of the old one in a single write where all of it lies in one
-// page. Otherwise the new text is first written behind the end, hidden in an instruction or comment
-// (`open`...`close`) that is built up a page at a time, and one write inside a page then blanks the old
-// closing text together with the `open` that follows it:
+// Behind the end there is room, hidden in an instruction or comment (`open`...`close`). New text takes the
+// place of the old closing text in a single write where all of it lies in one page. Otherwise it is first
+// written into the room, still hidden, and one write inside a page then blanks the old closing text together
+// with the `open` that follows it:
 //
-//   body|</end>                                      each following page is hidden before it is joined
-//   body|</end><?kiv ............. ?>                 room behind the end
-//   body|</end><?kiv new</end><?kiv ?>                the text, still hidden
-//   body|            new</end><?kiv ?>                the flip
-//   body|            new</end>                        cut
+//   body|</end><?kiv               ?>     the room behind the end
+//   body|</end><?kiv new</end><?kiv ?>    the text, still hidden
+//   body|            new</end><?kiv ?>    the flip
 //
-// The text handed in never holds `close`, and blanks may stand before each body.
+// Room is added a page at a time: each page is hidden on its own before the mark that ends the room before it
+// is blanked. When the document is finished the room is cut off. The text handed in never holds `close`, and
+// blanks may stand before each body.
 class ClosedDocument {
   public:
     ClosedDocument(std::unique_ptr<Sink> sink, std::string_view open, std::string_view close)
@@ -80,19 +80,21 @@ class ClosedDocument {
     uint64_t append(std::string_view body, std::string_view tail, uint64_t whole = 0, uint64_t length = 0);
     // Overwrites a range that was kept in one page. Does nothing on a stream.
     void patch(uint64_t offset, std::string_view text);
-    // On a stream, writes the closing text.
+    // Cuts off the room; on a stream, writes the closing text. Nothing can be added then.
     void finish();
 
   private:
     bool fits_in_page(uint64_t offset, uint64_t length) const;
     uint64_t append_hidden(std::string_view body, std::string_view tail, uint64_t whole, uint64_t length);
-    bool make_room(uint64_t from, uint64_t to);
+    bool make_room(uint64_t to);
+    uint64_t marks() const { return open_.size() + close_.size(); }
 
     std::unique_ptr<Sink> sink_;
     const std::string_view open_, close_;
     std::string tail_;
     std::string scratch_;
-    uint64_t end_ = 0;  // where the closing text begins
+    uint64_t end_ = 0;   // where the closing text begins
+    uint64_t size_ = 0;  // of the file, where the room ends: whole pages until it is finished
     bool broken_ = false;
 };
 

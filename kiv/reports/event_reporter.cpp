@@ -25,6 +25,11 @@ void EventReporter::text(const char *name, std::string_view value) {
     line_ += ",\"";
     line_ += name;
     line_ += "\":\"";
+    if (is_plain_json(value)) {
+        line_ += value;
+        line_ += '"';
+        return;
+    }
     append_json(line_, value, in_page_);
     line_ += '"';
     if (is_utf8(value)) return;
@@ -79,10 +84,6 @@ void EventReporter::seconds(const char *name, std::chrono::nanoseconds value) {
     line_ += name;
     line_ += "\":";
     append_seconds(line_, value);
-}
-
-void EventReporter::subject(const char *kind, std::string_view name) {
-    text(kind, name);
 }
 
 void EventReporter::folder_fields(const FolderInfo &folder) {
@@ -164,7 +165,7 @@ void EventReporter::output(std::string_view folder, const char *kind, std::strin
         }
         if (length < output.size() && after_newline != 0) length = after_newline;
         open("output", folder);
-        subject(kind, name);
+        text(kind, name);
         text("Output", output.substr(0, length));
         close();
         output.remove_prefix(length);
@@ -174,7 +175,7 @@ void EventReporter::output(std::string_view folder, const char *kind, std::strin
 void EventReporter::check(std::string_view folder, const char *kind, std::string_view name,
                           const Check &check) {
     open("check", folder);
-    subject(kind, name);
+    text(kind, name);
     flag("Passed", check.passed);
     if (check.is_condition) {
         text("Condition", check.expected_name);
@@ -199,7 +200,7 @@ void EventReporter::fixture_ended(const FixtureResult &fixture) {
     for (const Check &failure : fixture.failures) check(fixture.folder, "Fixture", name, failure);
     now_ += fixture.duration;
     open("fixture", fixture.folder);
-    subject("Fixture", name);
+    text("Fixture", name);
     seconds("Elapsed", fixture.duration);
     flag("Ran", fixture.ran);
     text("Verdict", verdict_text(fixture.verdict));
@@ -210,18 +211,22 @@ void EventReporter::fixture_ended(const FixtureResult &fixture) {
 }
 
 void EventReporter::case_ended(const CaseResult &result) {
-    now_ = result.started;
-    open("run", result.folder);
-    subject("Test", result.name);
-    close();
-    now_ += result.duration;
+    // A case that did not run never began.
+    if (result.verdict != Verdict::not_run || result.started.count() != 0 || !result.output.empty() ||
+        !result.failures.empty()) {
+        now_ = result.started;
+        open("run", result.folder);
+        text("Test", result.name);
+        close();
+        now_ += result.duration;
+    }
     output(result.folder, "Test", result.name, result.output);
     for (const Check &failure : result.failures) check(result.folder, "Test", result.name, failure);
     open(result.verdict == Verdict::not_run ? "skip"
          : verdict_is_good(result.verdict)  ? "pass"
                                             : "fail",
          result.folder);
-    subject("Test", result.name);
+    text("Test", result.name);
     seconds("Elapsed", result.duration);
     text("Verdict", verdict_text(result.verdict));
     optional_text("Description", result.description);

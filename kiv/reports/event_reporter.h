@@ -42,7 +42,6 @@ class EventReporter : public Reporter {
     void number(const char *name, Number value);
     void flag(const char *name, bool value);
     void seconds(const char *name, std::chrono::nanoseconds value);
-    void subject(const char *kind, std::string_view name);
     void output(std::string_view folder, const char *kind, std::string_view name, std::string_view output);
     void check(std::string_view folder, const char *kind, std::string_view name, const Check &check);
     void folder_fields(const FolderInfo &folder);

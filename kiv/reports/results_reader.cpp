@@ -280,6 +280,8 @@ class Reader {
     }
 
     void case_ended(const Event &event, const std::string &action) {
+        if (action == "skip" && (pending_.kind != "Test" || pending_.name != event.text("Test")))
+            pending_ = {event.text("Package"), "Test", event.text("Test"), "", {}, {}};
         enter(event);
         CaseResult result;
         result.folder = pending_.folder;

@@ -23,6 +23,9 @@ void append_xml_attribute(std::string &to, std::string_view text);
 // Inside a JSON string. Bytes that are not UTF-8 become U+FFFD. In a page, "<", ">" and "&" are escaped too.
 void append_json(std::string &to, std::string_view text, bool in_page = false);
 
+// Whether a text stands in JSON as it is: printable ASCII without anything to escape.
+bool is_plain_json(std::string_view text);
+
 void append_number(std::string &to, uint64_t number);
 void append_number(std::string &to, int number);
 

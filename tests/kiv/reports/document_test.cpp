@@ -106,11 +106,12 @@ TEST(ClosedDocument, ChangesItsEndToALongerAndAShorterOne) {
     document.append("<b>", "</b></a>\n");
     document.append("<c/>", "</b></a>\n");
     document.append("</b>", "</a>\n");
-    EXPECT_EQ(content, "<a><b><c/></b></a>\n");
     document.append("<d>", "</d></a>\n");
     document.append("", "</d></a>");
-    EXPECT_EQ(std::string_view(content).substr(0, 22), "<a><b><c/></b><d>     ");
-    EXPECT_TRUE(content.ends_with("</d></a>"));
+    document.finish();
+    std::string without_blanks = content;
+    std::erase(without_blanks, ' ');
+    EXPECT_EQ(without_blanks, "<a><b><c/></b><d></d></a>");
 }
 
 TEST(ClosedDocument, OnAPipeIsWrittenFromBeginningToEnd) {
