@@ -23,7 +23,7 @@ struct Framework {
     std::multiset<std::string> selectors;
     kiv_context_t *context_address = nullptr;
     int argc = 0;
-    char **argv = nullptr;
+    std::vector<std::string> arguments;
     bool bad_context = false;
     int result = 0;
 };
@@ -78,7 +78,7 @@ void kiv_create_test_case(kiv_context_t context, kiv_folder_t folder, const char
 int kiv_run(int argc, char **argv, kiv_context_t context) {
     framework->bad_context |= context != the_context();
     framework->argc = argc;
-    framework->argv = argv;
+    for (int i = 0; i < argc; ++i) framework->arguments.push_back(argv[i]);
     note("kiv_run");
     return framework->result;
 }
@@ -128,7 +128,7 @@ TEST_F(RegistryTest, EveryCallGetsTheContextThatWasCreated) {
 
 TEST_F(RegistryTest, TheCommandLineIsHandedOverWhole) {
     EXPECT_EQ(framework_.argc, 1);
-    EXPECT_EQ(framework_.argv[0], program_);
+    EXPECT_EQ(framework_.arguments, std::vector<std::string>{program_});
 }
 
 TEST_F(RegistryTest, MainReturnsZeroWhateverTheRunProduced) {
