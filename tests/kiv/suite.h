@@ -9,7 +9,9 @@
 
 namespace kiv_test {
 
-inline int does_nothing() { return 0; }
+inline int does_nothing() {
+    return 0;
+}
 
 class Suite {
   public:
