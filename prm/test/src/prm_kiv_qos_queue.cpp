@@ -354,7 +354,8 @@ prm_status_t tc_kiv_qos_sp_queue_delete(u32 port) {
     request.head.word12 = WYK_HAL_SP_WORD2;
     request.head.count = WYK_HAL_CLASSES;
     for (wyk_hal_node &node : request.nodes) {
-        node.type = WYK_HAL_NODE_TYPE_VALUE | WYK_HAL_NODE_QUEUE;
+        node.type = WYK_HAL_NODE_TYPE_VALUE;
+        node.type |= WYK_HAL_NODE_QUEUE;
         node.word4 = 1;
         node.byte8 |= WYK_HAL_NODE_FLAG8;
         node.port = port;

@@ -100,18 +100,18 @@ void tc_kiv_tcam_verify(prm_info *programmed) {
 struct field {
     u32 programmed;  // 0: the entry does not match on the field
     u32 in, out;     // as compared and printed
-    const char *success, *mismatch;
-    bool masked;
     u32 in_mask, out_mask;
+    bool masked;
+    const char *success, *mismatch;
 };
 
 // A programmed value that compares as it is.
 static field plain(u32 in, u32 out, const char *success, const char *mismatch) {
-    return {in, in, out, success, mismatch, false, 0, 0};
+    return {in, in, out, 0, 0, false, success, mismatch};
 }
 
 static field masked(u32 in, u32 in_mask, u32 out, u32 out_mask, const char *success, const char *mismatch) {
-    return {in, in, out, success, mismatch, true, in_mask, out_mask};
+    return {in, in, out, in_mask, out_mask, true, success, mismatch};
 }
 
 static bool compare(const field *fields, size_t count) {
