@@ -65,7 +65,6 @@ class Console : public Reporter {
     bool broken_ = false;  // nobody reads any more
     std::string program_;
     uint64_t total_ = 0, done_ = 0, bad_ = 0;
-    const FolderInfo *folder_ = nullptr;
     FolderInfo heading_;
     bool heading_pending_ = false;
     std::string running_;

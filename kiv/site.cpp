@@ -34,7 +34,7 @@ bool find_site(const std::string &option, bool no_site, std::string *directory, 
     const char *variable = getenv("KIV_SITE");
     const bool from_variable = option.empty() && variable != nullptr;
     if (!option.empty() || from_variable) {
-        *directory = option.empty() ? variable : option;
+        *directory = from_variable ? variable : option;
         if (directory->empty() || is_directory(*directory)) return true;
         *error = (from_variable ? "KIV_SITE: " : "--site: ") + *directory + " is not a directory";
         return false;
