@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "kiv/site.h"
+#include "kiv/site/site.h"
 
 namespace {
 

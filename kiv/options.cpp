@@ -4,9 +4,9 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 
-#include "kiv/live.h"
-#include "kiv/nearest.h"
 #include "kiv/observer.h"
+#include "kiv/select/nearest.h"
+#include "kiv/worker/live.h"
 
 namespace kiv {
 

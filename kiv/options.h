@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "kiv/plan.h"
-#include "kiv/report_factory.h"
+#include "kiv/reports/report_list.h"
+#include "kiv/select/plan.h"
 
 namespace CLI {
 class App;

@@ -8,16 +8,16 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "kiv/capture.h"
-#include "kiv/case_runner.h"
 #include "kiv/environment.h"
 #include "kiv/files.h"
-#include "kiv/flash.h"
 #include "kiv/listing.h"
-#include "kiv/live.h"
-#include "kiv/rerun.h"
-#include "kiv/selection.h"
-#include "kiv/supervisor.h"
+#include "kiv/select/rerun.h"
+#include "kiv/select/selection.h"
+#include "kiv/site/flash.h"
+#include "kiv/supervise/supervisor.h"
+#include "kiv/worker/capture.h"
+#include "kiv/worker/case_runner.h"
+#include "kiv/worker/live.h"
 
 namespace kiv {
 

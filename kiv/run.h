@@ -7,10 +7,10 @@
 #include <string>
 
 #include "kiv/options.h"
-#include "kiv/recorder.h"
 #include "kiv/registry.h"
-#include "kiv/schedule.h"
-#include "kiv/site.h"
+#include "kiv/select/schedule.h"
+#include "kiv/site/site.h"
+#include "kiv/supervise/recorder.h"
 
 namespace kiv {
 

@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "kiv/console.h"
-#include "kiv/output_keeper.h"
-#include "process.h"
+#include "kiv/reports/console.h"
+#include "kiv/supervise/output_keeper.h"
+#include "tests/kiv/process.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Runs a sample suite from outside.
-#include "process.h"
+#include "tests/kiv/process.h"
 
 #include <fcntl.h>
 #include <sys/prctl.h>

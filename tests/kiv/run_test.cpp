@@ -7,7 +7,7 @@
 
 #include <cstdlib>
 
-#include "process.h"
+#include "tests/kiv/process.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "kivctl/results.h"
-#include "report_test.h"
-#include "run.h"
+#include "tests/kiv/reports/report_test.h"
+#include "tests/kivctl/run.h"
 
 namespace kivctl::test {
 namespace {

@@ -7,8 +7,8 @@
 #include <set>
 #include <sstream>
 
-#include "report_test.h"
-#include "run.h"
+#include "tests/kiv/reports/report_test.h"
+#include "tests/kivctl/run.h"
 
 namespace kivctl::test {
 namespace {

@@ -9,8 +9,8 @@
 #include <sstream>
 
 #include "kiv/reports/results_reader.h"
-#include "report_test.h"
-#include "run.h"
+#include "tests/kiv/reports/report_test.h"
+#include "tests/kivctl/run.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 

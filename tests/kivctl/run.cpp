@@ -1,12 +1,12 @@
 // Runs programs and keeps files.
-#include "run.h"
+#include "tests/kivctl/run.h"
 
 #include <stdlib.h>
 #include <sys/wait.h>
 
 #include <fstream>
 
-#include "report_test.h"
+#include "tests/kiv/reports/report_test.h"
 
 namespace kivctl::test {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "suite_test.h"
+#include "tests/standin/suite_test.h"
 
 inline constexpr uint32_t kScriptFailure = 0x1234;
 

@@ -1,5 +1,5 @@
 // The recording stand-in: see standin.h.
-#include "standin.h"
+#include "tests/standin/standin.h"
 
 #include <algorithm>
 #include <cstdarg>
@@ -713,7 +713,7 @@ const char *cerr_strerror(u32 code) {
 #define OPERATION_tcam DEFINE_OPERATION
 #define OPERATION_interface DEFINE_OPERATION
 #define OPERATION_traffic_manager DEFINE_OPERATION
-#include "../../card/operations.def"
+#include "card/operations.def"
 
 void *__wrap_malloc(size_t size) {
     if (!running) return __real_malloc(size);

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "prm_kiv_main.h"
-#include "standin.h"
+#include "tests/standin/standin.h"
 
 // Each test starts with a fresh stand-in and the connection's handles as a set-up leaves them.
 class SuiteTest : public testing::Test {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "suite_test.h"
+#include "tests/standin/suite_test.h"
 #include "zor_vop_prm_tcam.h"
 
 // Keeps the first entry of the last create and answers a read with it: addresses and ports swapped, addresses

@@ -13,7 +13,7 @@
 #include <random>
 #include <sstream>
 
-#include "report_test.h"
+#include "tests/kiv/reports/report_test.h"
 
 extern char **environ;
 

@@ -9,7 +9,7 @@
 #include <sstream>
 
 #include "kiv/reports/page.h"
-#include "report_test.h"
+#include "tests/kiv/reports/report_test.h"
 
 namespace kiv::test {
 namespace {

@@ -6,7 +6,7 @@
 #include <sstream>
 
 #include "kiv/reports/text.h"
-#include "report_test.h"
+#include "tests/kiv/reports/report_test.h"
 
 namespace kiv::test {
 namespace {

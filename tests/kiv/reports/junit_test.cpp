@@ -7,7 +7,7 @@
 #include <fstream>
 #include <pugixml.hpp>
 
-#include "report_test.h"
+#include "tests/kiv/reports/report_test.h"
 
 namespace kiv::test {
 namespace {

@@ -1,5 +1,5 @@
 // What the report tests share.
-#include "report_test.h"
+#include "tests/kiv/reports/report_test.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 
 #include <sstream>
 
-#include "report_test.h"
+#include "tests/kiv/reports/report_test.h"
 
 namespace kiv::test {
 namespace {

@@ -2,7 +2,7 @@
 // and every request that is wrong on purpose.
 #include "prm_kiv_acl.h"
 
-#include "../tcam_hardware.h"
+#include "tests/suite/tcam_hardware.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include "prm_kiv_input.h"
 #include "prm_kiv_tx_adj.h"
 #include "prm_kiv_vpls.h"
-#include "suite_test.h"
+#include "tests/standin/suite_test.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include <string.h>
 
 #include "prm_kiv_input.h"
-#include "suite_test.h"
+#include "tests/standin/suite_test.h"
 
 namespace {
 

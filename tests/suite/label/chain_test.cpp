@@ -5,7 +5,7 @@
 #include <cstdio>
 
 #include "prm_kiv_label.h"
-#include "suite_test.h"
+#include "tests/standin/suite_test.h"
 
 namespace {
 

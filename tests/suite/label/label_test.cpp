@@ -2,7 +2,7 @@
 #include "prm_kiv_label.h"
 
 #include "prm_kiv_stats_alloc_read.h"
-#include "suite_test.h"
+#include "tests/standin/suite_test.h"
 
 namespace {
 

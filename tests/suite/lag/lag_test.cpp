@@ -4,8 +4,8 @@
 
 #include <string.h>
 
-#include "../subif/subif_script.h"
 #include "prm_kiv_input.h"
+#include "tests/suite/subif/subif_script.h"
 
 namespace {
 

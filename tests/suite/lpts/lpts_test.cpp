@@ -1,7 +1,7 @@
 // LPTS entries: programming, reading back, comparing and deleting, on success and on failure.
 #include "prm_kiv_lpts.h"
 
-#include "suite_test.h"
+#include "tests/standin/suite_test.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // The connection fixture: what set-up and tear-down ask of the resource manager, whatever fails.
-#include "suite_test.h"
+#include "tests/standin/suite_test.h"
 
 namespace {
 

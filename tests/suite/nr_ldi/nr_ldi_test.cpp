@@ -1,7 +1,7 @@
 // Load-distribution entries: requests, prints and checks of the cases, on success and on failure.
 #include "prm_kiv_nr_ldi.h"
 
-#include "suite_test.h"
+#include "tests/standin/suite_test.h"
 
 namespace {
 

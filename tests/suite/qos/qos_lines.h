@@ -4,7 +4,7 @@
 
 #include "prm_kiv_qos.h"
 
-#include "../tcam_hardware.h"
+#include "tests/suite/tcam_hardware.h"
 
 namespace qos_test {
 

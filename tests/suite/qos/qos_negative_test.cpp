@@ -1,5 +1,5 @@
 // QoS cases whose TCAM request is wrong on purpose.
-#include "qos_lines.h"
+#include "tests/suite/qos/qos_lines.h"
 
 namespace {
 

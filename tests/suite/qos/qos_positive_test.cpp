@@ -1,5 +1,5 @@
 // QoS cases that program a TCAM entry: keys, policies, read-back and clean-up.
-#include "qos_lines.h"
+#include "tests/suite/qos/qos_lines.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // QoS, traffic manager: policies and the release of their nodes.
-#include "qos_lines.h"
+#include "tests/suite/qos/qos_lines.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // Egress traffic manager: the cases of the strict-priority queues, of the engine's other operations and of
 // the configurations that must be refused.
-#include "queue_lines.h"
+#include "tests/suite/queue/queue_lines.h"
 
 namespace {
 

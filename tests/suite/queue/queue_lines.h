@@ -2,8 +2,8 @@
 #ifndef TESTS_SUITE_QUEUE_QUEUE_LINES_H
 #define TESTS_SUITE_QUEUE_QUEUE_LINES_H
 
-#include "../tcam_hardware.h"
 #include "prm_kiv_qos.h"
+#include "tests/suite/tcam_hardware.h"
 
 namespace queue_test {
 

@@ -1,5 +1,5 @@
 // Egress traffic manager: the steps of the strict-priority queues, one by one and as a chain.
-#include "queue_lines.h"
+#include "tests/suite/queue/queue_lines.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <set>
 
 #include "prm_kiv_span.h"
-#include "suite_test.h"
+#include "tests/standin/suite_test.h"
 
 int prm_kiv_main(int argc, char **argv);
 

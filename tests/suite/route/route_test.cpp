@@ -2,7 +2,7 @@
 #include "prm_kiv_route.h"
 
 #include "prm_kiv_nr_ldi.h"
-#include "suite_test.h"
+#include "tests/standin/suite_test.h"
 
 namespace {
 

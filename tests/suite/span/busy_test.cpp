@@ -4,7 +4,7 @@
 #include <map>
 #include <memory>
 
-#include "span_script.h"
+#include "tests/suite/span/span_script.h"
 
 namespace {
 

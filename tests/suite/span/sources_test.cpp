@@ -1,5 +1,5 @@
 // SPAN sources on sessions that exist, and the cases whose sources must be refused.
-#include "span_script.h"
+#include "tests/suite/span/span_script.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #define TESTS_SUITE_SPAN_SPAN_SCRIPT_H
 
 #include "prm_kiv_span.h"
-#include "script.h"
+#include "tests/standin/script.h"
 
 inline constexpr char kSpanFile[] = "prm/test/src/prm_kiv_span";
 inline constexpr uint32_t kBusy = 0xA8B89200, kBadId = 0xA8B89800, kPortError = 0xA8B8A200;

@@ -2,7 +2,7 @@
 // call failing, without memory and with odd input.
 #include <string.h>
 
-#include "span_script.h"
+#include "tests/suite/span/span_script.h"
 
 namespace {
 

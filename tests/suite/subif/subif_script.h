@@ -2,7 +2,7 @@
 #ifndef TESTS_SUITE_SUBIF_SUBIF_SCRIPT_H
 #define TESTS_SUITE_SUBIF_SUBIF_SCRIPT_H
 
-#include "script.h"
+#include "tests/standin/script.h"
 
 inline constexpr char kSubifFile[] = "prm/test/src/prm_kiv_subif";
 

@@ -5,7 +5,7 @@
 #include <string.h>
 
 #include "prm_kiv_input.h"
-#include "subif_script.h"
+#include "tests/suite/subif/subif_script.h"
 
 namespace {
 

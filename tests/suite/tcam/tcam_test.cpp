@@ -2,7 +2,7 @@
 // comparison.
 #include "prm_kiv_tcam.h"
 
-#include "../tcam_hardware.h"
+#include "tests/suite/tcam_hardware.h"
 
 namespace {
 

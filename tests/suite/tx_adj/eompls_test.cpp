@@ -1,6 +1,6 @@
 // Ethernet-over-MPLS adjacency steps: what the pseudowire cases call.
 #include "prm_kiv_tx_adj.h"
-#include "suite_test.h"
+#include "tests/standin/suite_test.h"
 
 namespace {
 

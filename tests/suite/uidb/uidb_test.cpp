@@ -3,7 +3,7 @@
 
 #include <string.h>
 
-#include "suite_test.h"
+#include "tests/standin/suite_test.h"
 
 namespace {
 

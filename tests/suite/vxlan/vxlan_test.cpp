@@ -4,7 +4,7 @@
 
 #include <string.h>
 
-#include "suite_test.h"
+#include "tests/standin/suite_test.h"
 
 namespace {
 

@@ -4,11 +4,11 @@
 
 #include <string.h>
 
-#include "../subif/subif_script.h"
 #include "prm_kiv_input.h"
 #include "prm_kiv_tx_adj.h"
 #include "prm_kiv_uidb.h"
-#include "rewrite_matrix.h"
+#include "tests/suite/subif/subif_script.h"
+#include "tests/suite/xconnect/rewrite_matrix.h"
 
 namespace {
 

@@ -1,0 +1,57 @@
+// The events of a run as the process that runs the cases tells them, in order.
+#ifndef KIV_JOURNAL_JOURNAL_H
+#define KIV_JOURNAL_JOURNAL_H
+
+#include <cstdint>
+#include <string_view>
+
+namespace kiv {
+
+// Checks of the running case or fixture. In memory that outlives the worker.
+struct Counters {
+    uint64_t checks;
+    uint64_t failed;
+};
+
+// A failed check on its way: nothing is copied until it is kept.
+struct FailedCheck {
+    bool is_condition;
+    uint32_t status, expected;
+    int line;
+    std::string_view expected_name, status_text, message, file, function;
+};
+
+enum class Printed : uint8_t {
+    print,   // one print, whole
+    direct,  // what came past the streams: write(2), children
+};
+
+// Times are nanoseconds of the monotonic clock.
+class Journal {
+  public:
+    // Failed checks kept of one case or fixture; the others are counted.
+    static constexpr uint64_t kKeptFailures = 100;
+
+    virtual ~Journal() = default;
+    // Before something is timed: waits for whoever reads, so that the wait is not in the time.
+    virtual void make_room() {}
+    virtual void group_begins(uint64_t position, uint32_t count) = 0;
+    virtual void group_ended() = 0;
+    virtual void fixture_begins(uint32_t folder, bool set_up, int64_t time) = 0;
+    virtual void fixture_ended(int64_t time, const Counters &counters) = 0;
+    virtual void case_begins(uint64_t position, int64_t time) = 0;
+    virtual void case_ended(int64_t time, const Counters &counters) = 0;
+    virtual void failed_check(const FailedCheck &check) = 0;
+    virtual void text(Printed kind, std::string_view text) = 0;
+    // The case reads standard input for the first time: from `source`, `lines` lines; from whoever is there
+    // when empty.
+    virtual void reads_input(std::string_view source, uint32_t lines) = 0;
+    virtual void note(std::string_view text) = 0;
+    virtual void done() = 0;
+    // With --fail-fast: whether the run goes on after the case that just ended. Waits for whoever decides.
+    virtual bool go_on() = 0;
+};
+
+}  // namespace kiv
+
+#endif

@@ -1,0 +1,50 @@
+// The journal as records in a ring: the worker's end writes them, the supervising end reads them to another
+// journal.
+#ifndef KIV_JOURNAL_RING_JOURNAL_H
+#define KIV_JOURNAL_RING_JOURNAL_H
+
+#include <atomic>
+#include <cstddef>
+
+#include "kiv/journal/journal.h"
+#include "kiv/journal/ring.h"
+
+namespace kiv {
+
+class RingJournal : public Journal {
+  public:
+    explicit RingJournal(Ring &ring) : ring_(ring) {}
+
+    void make_room() override { ring_.reserve(Ring::kSize / 4); }
+    void group_begins(uint64_t position, uint32_t count) override;
+    void group_ended() override;
+    void fixture_begins(uint32_t folder, bool set_up, int64_t time) override;
+    void fixture_ended(int64_t time, const Counters &counters) override;
+    void case_begins(uint64_t position, int64_t time) override;
+    void case_ended(int64_t time, const Counters &counters) override;
+    void failed_check(const FailedCheck &check) override;
+    void text(Printed kind, std::string_view text) override;
+    void reads_input(std::string_view source, uint32_t lines) override;
+    void note(std::string_view text) override;
+    void done() override;
+    bool go_on() override;
+
+  private:
+    class Guard;
+    template <typename Fixed>
+    void put(uint16_t type, uint16_t detail, const Fixed &fixed);
+    void put_text(uint16_t type, uint16_t detail, uint32_t number, std::string_view text);
+
+    Ring &ring_;
+    uint64_t questions_ = 0;
+    std::atomic<const void *> writing_{nullptr};  // the thread that is at it
+};
+
+// Reads records from the ring into `journal` until it is empty, or for `limit` bytes. Returns the number of
+// bytes. A question (go_on) is answered by `journal`. What a case may have written over the records by
+// accident is found: *damaged is set, and nothing more can be read.
+size_t replay_ring(Ring &ring, Journal &journal, size_t limit, bool *damaged);
+
+}  // namespace kiv
+
+#endif

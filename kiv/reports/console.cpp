@@ -1,0 +1,374 @@
+// The run as a person reads it.
+#include "kiv/reports/console.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdio>
+
+#include "kiv/files.h"
+
+namespace kiv {
+
+namespace {
+
+constexpr const char *kGreen = "\033[32m";
+constexpr const char *kRed = "\033[31m";
+constexpr const char *kYellow = "\033[33m";
+constexpr const char *kBold = "\033[1m";
+constexpr const char *kDim = "\033[2m";
+
+constexpr size_t kSlowest = 5;
+constexpr size_t kListed = 50;         // names in the summary's lists
+constexpr size_t kShownOutput = 8192;  // of a case that did not pass; the rest is in the reports
+constexpr size_t kShownLines = 40;
+constexpr size_t kColumns = 80;
+
+const char *color_of(Verdict verdict) {
+    if (verdict == Verdict::passed) return kGreen;
+    return verdict == Verdict::unchecked || verdict == Verdict::not_run ? kYellow : kRed;
+}
+
+std::string in_capitals(std::string text) {
+    for (char &c : text)
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+    return text;
+}
+
+// Good verdicts in small letters, the others stand out without colour too.
+std::string shown_verdict(Verdict verdict) {
+    const char *text = verdict_text(verdict);
+    return verdict_is_good(verdict) || verdict == Verdict::not_run ? text : in_capitals(text);
+}
+
+std::string counted(uint64_t count, const char *one, const char *many) {
+    return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+std::string hex(uint32_t code) {
+    char text[16];
+    snprintf(text, sizeof text, "0x%08" PRIx32, code);
+    return text;
+}
+
+std::string shell_word(const std::string &word) {
+    if (word.find_first_of(" \t\"'\\$&;|<>*?[](){}#~`!") == std::string::npos) return word;
+    std::string quoted = "'";
+    for (const char c : word) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return quoted + "'";
+}
+
+}  // namespace
+
+std::string duration_text(std::chrono::nanoseconds duration) {
+    const double ns = static_cast<double>(duration.count());
+    struct Unit {
+        double size;
+        const char *name;
+    };
+    static constexpr Unit kUnits[] = {{1e9, "s"}, {1e6, "ms"}, {1e3, "us"}, {1, "ns"}};
+    char text[48];
+    if (ns >= 100e9) {
+        const long seconds = static_cast<long>(ns / 1e9 + 0.5);
+        if (seconds < 3600)
+            snprintf(text, sizeof text, "%ld min %ld s", seconds / 60, seconds % 60);
+        else
+            snprintf(text, sizeof text, "%ld h %ld min", seconds / 3600, seconds / 60 % 60);
+        return text;
+    }
+    for (const Unit &unit : kUnits) {
+        const double value = ns / unit.size;
+        if (value < 0.9995 && unit.size > 1) continue;
+        snprintf(text, sizeof text, value < 9.95 && unit.size > 1 ? "%.1f %s" : "%.0f %s", value, unit.name);
+        break;
+    }
+    return text;
+}
+
+void Console::flush() {
+    if (!broken_ && !out_.empty()) broken_ = !write_all(fd_, out_);
+    out_.clear();
+}
+
+void Console::paint(const char *color, std::string_view text) {
+    if (style_.color) out_ += color;
+    out_ += text;
+    if (style_.color) out_ += "\033[0m";
+}
+
+void Console::clear_progress() {
+    if (progress_shown_) out_ += "\r\033[K";
+    progress_shown_ = false;
+}
+
+void Console::run_begins(const RunInfo &info) {
+    program_ = info.program;
+    total_ = info.selected_cases;
+    std::string line = counted(total_, "case", "cases");
+    if (info.repeat > 1) line += ", " + std::to_string(info.repeat) + " passes";
+    if (info.shard_count > 1)
+        line += ", shard " + std::to_string(info.shard_index + 1) + " of " + std::to_string(info.shard_count);
+    if (info.seed != 0) line += ", shuffled with --seed " + std::to_string(info.seed);
+    if (!info.card.empty()) line += ", card " + info.card;
+    paint(kBold, "Running " + line);
+    out_ += '\n';
+    if (!info.site.empty()) out_ += "Site " + info.site + "\n";
+    if (!info.disk0.empty()) out_ += "Flash " + info.disk0 + "\n";
+}
+
+void Console::folder_begins(const FolderInfo &folder) {
+    heading_ = folder;
+    heading_pending_ = true;
+    if (!style_.quiet) folder_heading();
+}
+
+void Console::folder_heading() {
+    if (!heading_pending_) return;
+    heading_pending_ = false;
+    clear_progress();
+    out_ += '\n';
+    paint(kBold, heading_.path);
+    if (!heading_.title.empty() && heading_.title != heading_.path) out_ += "  " + heading_.title;
+    out_ += '\n';
+}
+
+void Console::case_begins(const std::string &folder, const std::string &name) {
+    live_ = live_line_open_ = false;
+    if (!style_.progress) return;
+    running_.assign(folder).append("/").append(name);
+    running_since_ = 0;
+}
+
+void Console::tick(int64_t now) {
+    if (!style_.progress || running_.empty() || live_) return;
+    if (running_since_ == 0) {
+        running_since_ = now;
+        next_tick_ = now + 100'000'000;
+    }
+    if (now < next_tick_) return;
+    next_tick_ = now + 500'000'000;
+    std::string line = "[";
+    line += std::to_string(done_ + 1) + "/" + std::to_string(total_) + "] ";
+    if (bad_ > 0) line += std::to_string(bad_) + " not good, ";
+    line += running_;
+    const int64_t seconds = (now - running_since_) / 1'000'000'000;
+    if (seconds > 0) line += "  " + std::to_string(seconds) + " s";
+    if (line.size() > kColumns - 1) line.resize(kColumns - 1);
+    out_ += "\r\033[K";
+    paint(kDim, line);
+    progress_shown_ = true;
+    flush();
+}
+
+void Console::announce(std::string_view line) {
+    clear_progress();
+    end_live_line();
+    out_ += "  ";
+    paint(kYellow, line);
+    out_ += '\n';
+    flush();
+}
+
+void Console::quoted(std::string_view text) {
+    for (const char c : text) {
+        if (!live_line_open_) {
+            paint(kDim, "    | ");
+            live_line_open_ = true;
+        }
+        const unsigned char byte = static_cast<unsigned char>(c);
+        if (c == '\n') {
+            live_line_open_ = false;
+            out_ += '\n';
+        } else if ((byte < 0x20 && c != '\t') || byte == 0x7f) {
+            char escaped[8];
+            snprintf(escaped, sizeof escaped, "\\x%02x", byte);
+            out_ += escaped;
+        } else {
+            out_ += c;
+        }
+        if (out_.size() > 65536) flush();
+    }
+}
+
+void Console::end_live_line() {
+    if (live_line_open_) out_ += '\n';
+    live_line_open_ = false;
+}
+
+void Console::live_output(std::string_view text) {
+    folder_heading();
+    clear_progress();
+    live_ = true;
+    quoted(text);
+}
+
+void Console::quote(std::string_view output) {
+    // The end tells more than the begin.
+    size_t from = output.size() > kShownOutput ? output.size() - kShownOutput : 0;
+    size_t lines = 0;
+    for (size_t at = output.size(); at-- > from;) {
+        if (output[at] != '\n' || at + 1 == output.size()) continue;
+        if (++lines == kShownLines) from = at + 1;
+    }
+    if (from > 0) {
+        const size_t next_line = output.find('\n', from - 1);
+        if (next_line != std::string_view::npos && next_line + 1 < output.size()) from = next_line + 1;
+        out_ += "    [" + counted(from, "byte", "bytes") + " before this: see -v or a report]\n";
+        output.remove_prefix(from);
+    }
+    quoted(output);
+    end_live_line();
+}
+
+void Console::checks(const std::vector<Check> &failures, uint64_t failed) {
+    for (const Check &check : failures) {
+        out_ += "      " + check.file + ", " + check.function + ", line " + std::to_string(check.line) + "\n";
+        if (check.is_condition) {
+            out_ += "        not true: " + check.expected_name + "\n";
+            std::string message = check.message;
+            while (!message.empty() && message.back() == '\n') message.pop_back();
+            if (!message.empty()) out_ += "        " + message + "\n";
+            continue;
+        }
+        out_ += "        expected " + hex(check.expected) + " " + check.expected_name + "\n";
+        out_ += "        got      " + hex(check.status);
+        if (!check.status_text.empty()) out_ += " " + check.status_text;
+        out_ += '\n';
+    }
+    if (failed > failures.size())
+        out_ += "      and " + counted(failed - failures.size(), "more failed check", "more failed checks") +
+                "\n";
+}
+
+void Console::verdict_line(const CaseResult &result) {
+    out_ += "  ";
+    const std::string verdict = shown_verdict(result.verdict);
+    paint(color_of(result.verdict), verdict);
+    const std::string time = result.verdict == Verdict::not_run ? "" : duration_text(result.duration);
+    out_.append(18 - std::min<size_t>(verdict.size(), 17), ' ');
+    out_.append(9 - std::min<size_t>(time.size(), 9), ' ');
+    out_.append(time).append("  ").append(result.name).append("\n");
+}
+
+void Console::case_ended(const CaseResult &result) {
+    running_.clear();
+    ++done_;
+    const bool good = verdict_is_good(result.verdict);
+    if (result.verdict != Verdict::not_run &&
+        (slowest_.size() < kSlowest || result.duration > slowest_.back().duration)) {
+        const auto at =
+            std::upper_bound(slowest_.begin(), slowest_.end(), result.duration,
+                             [](std::chrono::nanoseconds d, const Slow &slow) { return d > slow.duration; });
+        slowest_.insert(at, {result.duration, result.selector()});
+        if (slowest_.size() > kSlowest) slowest_.pop_back();
+    }
+    if (!good) {
+        ++bad_;
+        // A repeated run names a case once. Beyond what the summary lists, only the number matters.
+        if (bad_selectors_.size() <= kListed) {
+            const std::string selector = result.selector();
+            if (std::find(bad_selectors_.begin(), bad_selectors_.end(), selector) == bad_selectors_.end())
+                bad_selectors_.push_back(selector);
+        }
+    }
+    clear_progress();
+    end_live_line();
+    if (style_.quiet && good) return;
+    folder_heading();
+    verdict_line(result);
+    if (!result.reason.empty() && !good) out_ += "      " + result.reason + "\n";
+    if (!good) checks(result.failures, result.failed_checks);
+    if (!good && !live_ && !result.output.empty()) quote(result.output);
+    if (!result.output_file.empty())
+        out_ += "      output: " + counted(result.output_size, "byte", "bytes") + ", whole in " +
+                result.output_file + "\n";
+    live_ = false;
+    if (out_.size() > 32768) flush();
+}
+
+void Console::fixture_ended(const FixtureResult &fixture) {
+    end_live_line();
+    live_ = false;
+    if (fixture.ran && fixture.verdict == Verdict::passed) return;
+    clear_progress();
+    folder_heading();
+    const std::string name = std::string(fixture.set_up ? "set-up" : "tear-down") + " of " + fixture.folder;
+    out_ += "  ";
+    if (!fixture.ran) {
+        paint(kYellow, "not run");
+        out_.append(22, ' ');
+        out_ += name + "\n";
+    } else {
+        const std::string verdict = shown_verdict(fixture.verdict);
+        paint(color_of(fixture.verdict), verdict);
+        const std::string time = duration_text(fixture.duration);
+        out_.append(18 - std::min<size_t>(verdict.size(), 17), ' ');
+        out_.append(9 - std::min<size_t>(time.size(), 9), ' ');
+        out_ += time + "  " + name + "\n";
+        bad_fixtures_.push_back(name);
+    }
+    if (!fixture.reason.empty()) out_ += "      " + fixture.reason + "\n";
+    checks(fixture.failures, fixture.failures.size());
+    if (!fixture.output.empty() && !style_.verbose) quote(fixture.output);
+}
+
+void Console::list_names(std::string_view title, const std::vector<std::string> &names) {
+    if (names.empty()) return;
+    out_ += '\n';
+    paint(kBold, title);
+    out_ += '\n';
+    for (size_t i = 0; i < names.size() && i < kListed; ++i) out_ += "  " + names[i] + "\n";
+    if (names.size() > kListed) out_ += "  and more\n";
+}
+
+void Console::run_ended(const Summary &summary) {
+    clear_progress();
+    end_live_line();
+    if (slowest_.size() > 1 && slowest_.front().duration >= std::chrono::milliseconds(1)) {
+        out_ += '\n';
+        paint(kBold, "Slowest");
+        out_ += '\n';
+        for (const Slow &slow : slowest_) {
+            const std::string time = duration_text(slow.duration);
+            out_.append(11 - std::min<size_t>(time.size(), 11), ' ');
+            out_ += time + "  " + slow.selector + "\n";
+        }
+    }
+    list_names("Not good", bad_selectors_);
+    list_names("Fixtures that failed", bad_fixtures_);
+    list_names("Notes", summary.notes);
+    if (!bad_selectors_.empty()) {
+        out_ += '\n';
+        paint(kBold, "Again");
+        std::string line = "\n  " + shell_word(program_);
+        size_t column = line.size() - 1;
+        for (size_t i = 0; i < bad_selectors_.size() && i < kListed; ++i) {
+            const std::string word = shell_word(bad_selectors_[i]);
+            if (column + word.size() + 3 > kColumns) {
+                line += " \\\n     ";
+                column = 5;
+            }
+            line += " " + word;
+            column += word.size() + 1;
+        }
+        if (bad_selectors_.size() > kListed) line += " ...";
+        out_ += line + "\n";
+    }
+    out_ += '\n';
+    if (!summary.stopped_because.empty()) out_ += "Stopped: " + summary.stopped_because + "\n";
+    const bool good = summary.good();
+    paint(good ? kGreen : kRed, good ? "PASSED" : "FAILED");
+    out_ += ": " + counted(summary.selected, "case", "cases");
+    for (const Verdict verdict :
+         {Verdict::passed, Verdict::failed, Verdict::aborted, Verdict::crashed, Verdict::timed_out,
+          Verdict::reported_error, Verdict::unchecked, Verdict::not_run}) {
+        const size_t count = summary.counts[static_cast<size_t>(verdict)];
+        if (count > 0) out_ += ", " + std::to_string(count) + " " + verdict_text(verdict);
+    }
+    if (summary.failed_fixtures > 0)
+        out_ += ", " + counted(summary.failed_fixtures, "failed fixture", "failed fixtures");
+    out_ += "\n        " + counted(summary.checks, "check", "checks") + ", " +
+            std::to_string(summary.failed_checks) + " failed, in " + duration_text(summary.duration) + "\n";
+    flush();
+}
+
+}  // namespace kiv

@@ -1,0 +1,62 @@
+// The card's flash off the card: sits under fopen at link time, so that the suite's paths stay as they are.
+#include "kiv/site/flash.h"
+
+#include <cerrno>
+#include <cstdio>
+
+namespace kiv {
+
+namespace {
+
+constexpr std::string_view kFlash = "/disk0:/";
+
+std::string &flash_directory() {
+    static std::string directory;
+    return directory;
+}
+
+}  // namespace
+
+void map_flash(const std::string &directory) {
+    flash_directory() = directory;
+}
+
+std::string flash_path(std::string_view path, bool *good) {
+    *good = true;
+    const std::string &directory = flash_directory();
+    if (directory.empty() || !path.starts_with(kFlash)) return std::string(path);
+    std::string_view rest = path.substr(kFlash.size());
+    // ".." may lead back to the flash, but not out of it.
+    int depth = 0;
+    for (size_t at = 0; at <= rest.size();) {
+        const size_t end = std::min(rest.find('/', at), rest.size());
+        const std::string_view part = rest.substr(at, end - at);
+        if (part == "..")
+            --depth;
+        else if (!part.empty() && part != ".")
+            ++depth;
+        if (depth < 0) *good = false;
+        at = end + 1;
+    }
+    return directory + "/" + std::string(rest);
+}
+
+}  // namespace kiv
+
+extern "C" {
+
+FILE *__real_fopen(const char *path, const char *mode);
+FILE *__wrap_fopen(const char *path, const char *mode);
+
+FILE *__wrap_fopen(const char *path, const char *mode) {
+    // Anything else goes straight on.
+    if (path == nullptr || path[0] != '/' || path[1] != 'd') return __real_fopen(path, mode);
+    bool good;
+    const std::string mapped = kiv::flash_path(path, &good);
+    if (!good) {
+        errno = EACCES;
+        return nullptr;
+    }
+    return __real_fopen(mapped.c_str(), mode);
+}
+}

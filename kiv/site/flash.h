@@ -1,0 +1,19 @@
+// The card's flash off the card: where "/disk0:/" is.
+#ifndef KIV_SITE_FLASH_H
+#define KIV_SITE_FLASH_H
+
+#include <string>
+#include <string_view>
+
+namespace kiv {
+
+// From now on fopen finds "/disk0:/..." in `directory`; with an empty one paths are taken as they are.
+// Programs that link the framework do so with -Wl,--wrap=fopen.
+void map_flash(const std::string &directory);
+
+// The mapped path; *good is false for one that would leave the directory. Paths elsewhere stay as they are.
+std::string flash_path(std::string_view path, bool *good);
+
+}  // namespace kiv
+
+#endif

@@ -1,0 +1,352 @@
+// Turns the events of a run into results.
+#include "kiv/supervise/recorder.h"
+
+#include <csignal>
+#include <cstring>
+
+#include "kiv/files.h"
+
+namespace kiv {
+
+namespace {
+
+std::string signal_text(int signal) {
+    const char *name = sigabbrev_np(signal);
+    const char *what = sigdescr_np(signal);
+    std::string text = name ? std::string("SIG") + name : "signal " + std::to_string(signal);
+    if (what) text += std::string(" (") + what + ")";
+    return text;
+}
+
+Verdict verdict_of(const WorkerEnd &end) {
+    if (end.timed_out) return Verdict::timed_out;
+    return end.signal == SIGABRT ? Verdict::aborted : Verdict::crashed;
+}
+
+std::string reason_of(const WorkerEnd &end) {
+    std::string reason;
+    if (end.interrupted)
+        reason = "interrupted";
+    else if (end.timed_out)
+        reason = end.how;
+    else if (end.signal == SIGABRT)
+        reason = "called abort";
+    else if (end.signal != 0)
+        reason = "ended by " + signal_text(end.signal);
+    else
+        reason = "left the worker with exit code " + std::to_string(end.exit_code);
+    return reason;
+}
+
+}  // namespace
+
+Recorder::Recorder(const Schedule &schedule, Console *console, std::vector<std::unique_ptr<Reporter>> reports,
+                   Settings settings)
+    : schedule_(schedule),
+      console_(console),
+      reports_(std::move(reports)),
+      settings_(std::move(settings)),
+      output_(settings_.output_directory, settings_.output_limit) {}
+
+void Recorder::run_begins(const RunInfo &info) {
+    run_started_ = now_ns();
+    summary_.selected = schedule_.size();
+    tell([&](Reporter &reporter) { reporter.run_begins(info); });
+}
+
+void Recorder::open_group(uint64_t position, uint32_t count) {
+    const kiv_folder *folder = schedule_.case_at(position).folder;
+    group_.path = folder->path;
+    group_.title = folder->title;
+    group_.selected_cases = count;
+    group_end_ = position + count;
+    group_open_ = true;
+    tell([&](Reporter &reporter) { reporter.folder_begins(group_); });
+}
+
+void Recorder::close_group() {
+    if (!group_open_) return;
+    group_open_ = false;
+    tell([&](Reporter &reporter) { reporter.folder_ended(group_); });
+}
+
+void Recorder::group_begins(uint64_t position, uint32_t count) {
+    close_group();
+    open_group(position, count);
+}
+
+void Recorder::group_ended() {
+    close_group();
+}
+
+void Recorder::start_item(Item item, int64_t time) {
+    item_ = item;
+    started_ = time;
+    if (!failures_.empty()) failures_.clear();
+    outcome_.restart();
+    operator_types_ = false;
+}
+
+void Recorder::fixture_begins(uint32_t folder, bool set_up, int64_t time) {
+    fixture_folder_ = &schedule_.context().folders[folder];
+    start_item(set_up ? Item::set_up : Item::tear_down, time);
+    output_.restart(fixture_folder_->path, set_up ? "set-up" : "tear-down");
+    if (set_up)
+        open_.push_back(fixture_folder_);
+    else
+        std::erase(open_, fixture_folder_);
+}
+
+Check Recorder::kept(const FailedCheck &check) {
+    Check kept;
+    kept.is_condition = check.is_condition;
+    kept.status = check.status;
+    kept.expected = check.expected;
+    kept.expected_name = check.expected_name;
+    kept.status_text = check.status_text;
+    kept.message = check.message;
+    kept.file = check.file;
+    kept.function = check.function;
+    kept.line = check.line;
+    return kept;
+}
+
+void Recorder::report_fixture(FixtureResult &fixture) {
+    if (fixture.ran && fixture.verdict != Verdict::passed) {
+        ++summary_.failed_fixtures;
+        bad_seen_ = true;
+    }
+    tell([&](Reporter &reporter) { reporter.fixture_ended(fixture); });
+}
+
+void Recorder::fixture_ended(int64_t time, const Counters &counters) {
+    FixtureResult fixture;
+    fixture.folder = fixture_folder_->path;
+    fixture.set_up = item_ == Item::set_up;
+    fixture.ran = true;
+    outcome_.finish();
+    fixture.verdict = judge(counters);
+    if (fixture.verdict == Verdict::unchecked) fixture.verdict = Verdict::passed;
+    if (fixture.verdict == Verdict::reported_error && !outcome_.failing_lines().empty())
+        fixture.reason = "printed \"" + outcome_.failing_lines().front() + "\"";
+    fixture.failures = std::move(failures_);
+    failures_.clear();
+    uint64_t size;
+    std::string file;
+    output_.finish(&fixture.output, &size, &file);
+    fixture.duration = std::chrono::nanoseconds(time - started_);
+    item_ = Item::none;
+    summary_.checks += counters.checks;
+    summary_.failed_checks += counters.failed;
+    report_fixture(fixture);
+}
+
+void Recorder::prepare_result(uint64_t position) {
+    const Case &test = schedule_.case_at(position);
+    if (result_.folder != test.folder->path) result_.folder = test.folder->path;
+    result_.name.clear();
+    test.append_name(result_.name);
+    result_.description = test.description();
+    result_.mode = test.mode;
+    result_.signal = 0;
+    result_.exit_code = -1;
+    result_.reason.clear();
+    result_.output_size = 0;
+    result_.output.clear();
+    result_.output_file.clear();
+    result_.failures.clear();
+    result_.error_lines.clear();
+    result_.checks = result_.failed_checks = 0;
+    result_.duration = result_.started = std::chrono::nanoseconds(0);
+}
+
+void Recorder::case_begins(uint64_t position, int64_t time) {
+    position_ = position;
+    next_ = position + 1;
+    start_item(Item::test, time);
+    prepare_result(position);
+    output_.restart(result_.folder, result_.name);
+    tell([&](Reporter &reporter) { reporter.case_begins(result_.folder, result_.name); });
+}
+
+Verdict Recorder::judge(const Counters &counters) {
+    if (counters.failed > 0) return Verdict::failed;
+    // A failing line is believed even beside checks that passed: what a case says of itself is never dropped.
+    if (outcome_.failures() > 0) return Verdict::reported_error;
+    return counters.checks == 0 ? Verdict::unchecked : Verdict::passed;
+}
+
+void Recorder::emit_case() {
+    result_.failures.swap(failures_);
+    if (!outcome_.failing_lines().empty()) result_.error_lines = outcome_.failing_lines();
+    if (output_.size() > 0) output_.finish(&result_.output, &result_.output_size, &result_.output_file);
+    ++summary_.counts[static_cast<size_t>(result_.verdict)];
+    summary_.checks += result_.checks;
+    summary_.failed_checks += result_.failed_checks;
+    if (!verdict_is_good(result_.verdict)) bad_seen_ = true;
+    item_ = Item::none;
+    tell([&](Reporter &reporter) { reporter.case_ended(result_); });
+}
+
+void Recorder::case_ended(int64_t time, const Counters &counters) {
+    outcome_.finish();
+    result_.verdict = judge(counters);
+    if (result_.verdict == Verdict::reported_error && !outcome_.failing_lines().empty())
+        result_.reason = "printed \"" + outcome_.failing_lines().front() + "\"";
+    result_.checks = counters.checks;
+    result_.failed_checks = counters.failed;
+    result_.duration = std::chrono::nanoseconds(time - started_);
+    result_.started = std::chrono::nanoseconds(started_ - run_started_);
+    emit_case();
+}
+
+void Recorder::failed_check(const FailedCheck &check) {
+    if (item_ != Item::none && failures_.size() < kKeptFailures) failures_.push_back(kept(check));
+}
+
+void Recorder::text(Printed kind, std::string_view text) {
+    if (item_ == Item::none) {
+        // Between a set-up and a case nothing of the suite runs: this came from a child or at the worker's
+        // exit.
+        if (stray_.size() < 4096) stray_ += text.substr(0, 4096 - stray_.size());
+        return;
+    }
+    output_.add(text);
+    if (kind == Printed::print)
+        outcome_.print(text);
+    else
+        outcome_.piece(text);
+    if (console_->shows_output() || operator_types_) console_->live_output(text);
+}
+
+void Recorder::reads_input(std::string_view source, uint32_t lines) {
+    if (!source.empty()) {
+        // Scripted: worth a line for who watches.
+        if (!console_->is_watched()) return;
+        std::string what =
+            std::to_string(lines) + (lines == 1 ? " line" : " lines") + " from " + std::string(source);
+        if (lines == 0) what = "end of input, " + std::string(source);
+        console_->announce(item_name() + " reads standard input: " + what);
+        return;
+    }
+    operator_types_ = true;
+    console_->announce(item_name() + " reads standard input: type its lines, Ctrl-D ends them");
+    if (!console_->shows_output()) console_->live_output(output_.head());
+    console_->flush();
+}
+
+void Recorder::note(std::string_view text) {
+    if (summary_.notes.size() < 1000) summary_.notes.emplace_back(text);
+}
+
+std::string Recorder::item_name() const {
+    switch (item_) {
+        case Item::none:
+            return "";
+        case Item::set_up:
+            return "set-up of " + fixture_folder_->path;
+        case Item::tear_down:
+            return "tear-down of " + fixture_folder_->path;
+        case Item::test:
+            break;
+    }
+    return result_.selector();
+}
+
+void Recorder::worker_died(const WorkerEnd &end, int64_t time, const Counters &counters) {
+    dead_set_up_ = nullptr;
+    const std::string reason = reason_of(end);
+    const std::string what = item_name();
+    outcome_.finish();
+    if (item_ == Item::test) {
+        result_.verdict = verdict_of(end);
+        result_.signal = end.signal;
+        result_.exit_code = end.exit_code;
+        result_.reason = reason;
+        result_.checks = counters.checks;
+        result_.failed_checks = counters.failed;
+        result_.duration = std::chrono::nanoseconds(time - started_);
+        result_.started = std::chrono::nanoseconds(started_ - run_started_);
+        emit_case();
+    } else if (item_ != Item::none) {
+        FixtureResult fixture;
+        fixture.folder = fixture_folder_->path;
+        fixture.set_up = item_ == Item::set_up;
+        fixture.ran = true;
+        fixture.verdict = verdict_of(end);
+        fixture.signal = end.signal;
+        fixture.reason = reason;
+        fixture.failures = std::move(failures_);
+        failures_.clear();
+        uint64_t size;
+        std::string file;
+        output_.finish(&fixture.output, &size, &file);
+        fixture.duration = std::chrono::nanoseconds(time - started_);
+        summary_.checks += counters.checks;
+        summary_.failed_checks += counters.failed;
+        if (fixture.set_up) {
+            dead_set_up_ = fixture_folder_;
+            std::erase(open_, fixture_folder_);
+        }
+        item_ = Item::none;
+        report_fixture(fixture);
+    } else if (!end.interrupted) {
+        worker_failed_at_exit("the worker " + reason + " between cases");
+    }
+    while (!open_.empty()) {
+        const kiv_folder *folder = open_.back();
+        open_.pop_back();
+        if (folder->fixtures.empty()) continue;
+        FixtureResult fixture;
+        fixture.folder = folder->path;
+        fixture.ran = false;
+        fixture.verdict = Verdict::not_run;
+        fixture.reason = what.empty() ? "its worker ended" : "its worker ended in " + what;
+        report_fixture(fixture);
+    }
+}
+
+void Recorder::skip_to(uint64_t end, const std::string &reason) {
+    while (next_ < end) {
+        if (!group_open_ || next_ >= group_end_) {
+            close_group();
+            open_group(next_, schedule_.group_at(next_).count);
+        }
+        prepare_result(next_);
+        outcome_.restart();
+        failures_.clear();
+        output_.restart(result_.folder, result_.name);
+        result_.verdict = Verdict::not_run;
+        result_.reason = reason;
+        ++next_;
+        const bool bad_before = bad_seen_;
+        emit_case();
+        bad_seen_ = bad_before;
+    }
+    close_group();
+}
+
+void Recorder::stopped(const std::string &reason, bool interrupted) {
+    if (summary_.stopped_because.empty()) summary_.stopped_because = reason;
+    summary_.interrupted = summary_.interrupted || interrupted;
+}
+
+void Recorder::worker_failed_at_exit(const std::string &what) {
+    ++summary_.failed_fixtures;
+    note(what);
+}
+
+const Summary &Recorder::finish(int64_t time) {
+    close_group();
+    if (!stray_.empty()) {
+        note("output outside of cases: " + stray_);
+        stray_.clear();
+    }
+    summary_.duration = std::chrono::nanoseconds(time - run_started_);
+    // The console last: when nobody reads it any more, the reports are complete all the same.
+    for (const auto &report : reports_) report->run_ended(summary_);
+    console_->run_ended(summary_);
+    return summary_;
+}
+
+}  // namespace kiv

@@ -1,0 +1,128 @@
+// Turns the events of a run into results and hands them to the console and the reports.
+#ifndef KIV_SUPERVISE_RECORDER_H
+#define KIV_SUPERVISE_RECORDER_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "kiv/journal/journal.h"
+#include "kiv/reports/console.h"
+#include "kiv/results.h"
+#include "kiv/select/schedule.h"
+#include "kiv/supervise/outcome.h"
+#include "kiv/supervise/output_keeper.h"
+
+namespace kiv {
+
+// How a worker ended that did not finish its work.
+struct WorkerEnd {
+    int signal = 0;
+    int exit_code = -1;
+    bool timed_out = false;
+    bool interrupted = false;
+    std::string how;  // "", or what the supervision knows besides
+};
+
+class Recorder : public Journal {
+  public:
+    struct Settings {
+        std::string output_directory;  // for output too long to keep
+        size_t output_limit = 1 << 20;
+        bool fail_fast = false;
+    };
+
+    Recorder(const Schedule &schedule, Console *console, std::vector<std::unique_ptr<Reporter>> reports,
+             Settings settings);
+
+    void run_begins(const RunInfo &info);
+
+    void group_begins(uint64_t position, uint32_t count) override;
+    void group_ended() override;
+    void fixture_begins(uint32_t folder, bool set_up, int64_t time) override;
+    void fixture_ended(int64_t time, const Counters &counters) override;
+    void case_begins(uint64_t position, int64_t time) override;
+    void case_ended(int64_t time, const Counters &counters) override;
+    void failed_check(const FailedCheck &check) override;
+    void text(Printed kind, std::string_view text) override;
+    void reads_input(std::string_view source, uint32_t lines) override;
+    void note(std::string_view text) override;
+    void done() override { done_ = true; }
+    bool go_on() override { return !(settings_.fail_fast && bad_seen_); }
+
+    // What the supervision asks and tells.
+    bool is_done() const { return done_; }
+    bool item_runs() const { return item_ != Item::none; }  // a case or a fixture
+    bool case_runs() const { return item_ == Item::test; }
+    int64_t item_started() const { return started_; }
+    std::string item_name() const;  // "folder/case", "set-up of folder"
+    uint64_t position() const { return position_; }
+    // Whether the running case reads what a person types.
+    bool operator_types() const { return operator_types_; }
+    // The worker is gone: ends what it was at, and reports what it leaves behind. Returns whether that was a
+    // set-up, whose folder's cases cannot run.
+    void worker_died(const WorkerEnd &end, int64_t time, const Counters &counters);
+    // The folder whose set-up brought the last worker down, or null.
+    const kiv_folder *dead_set_up() const { return dead_set_up_; }
+    // First position after the group that the last worker was in.
+    uint64_t group_end() const { return group_end_; }
+    // Position of the next case to run.
+    uint64_t next_position() const { return next_; }
+    // Reports every case from the next one up to `end` as not run.
+    void skip_to(uint64_t end, const std::string &reason);
+    void stopped(const std::string &reason, bool interrupted);
+    // Something went wrong outside of cases and fixtures.
+    void worker_failed_at_exit(const std::string &what);
+
+    const Summary &summary() const { return summary_; }
+    const Summary &finish(int64_t time);
+    int64_t run_started() const { return run_started_; }
+    Console *console() { return console_; }
+
+  private:
+    enum class Item { none, set_up, tear_down, test };
+
+    void start_item(Item item, int64_t time);
+    void close_group();
+    void open_group(uint64_t position, uint32_t count);
+    void report_fixture(FixtureResult &fixture);
+    Verdict judge(const Counters &counters);
+    void emit_case();
+    void prepare_result(uint64_t position);
+    static Check kept(const FailedCheck &check);
+
+    template <typename Tell>
+    void tell(Tell tell) {
+        tell(static_cast<Reporter &>(*console_));
+        for (const auto &report : reports_) tell(*report);
+    }
+
+    const Schedule &schedule_;
+    Console *console_;
+    std::vector<std::unique_ptr<Reporter>> reports_;
+    Settings settings_;
+    Summary summary_;
+    OutputKeeper output_;
+    OutcomeScanner outcome_;
+
+    Item item_ = Item::none;
+    int64_t run_started_ = 0, started_ = 0;
+    uint64_t position_ = 0;  // of the running or last case
+    uint64_t next_ = 0;
+    CaseResult result_;
+    std::vector<Check> failures_;
+    const kiv_folder *fixture_folder_ = nullptr;
+    std::vector<const kiv_folder *> open_;  // folders whose set-up ran, outermost first
+    bool group_open_ = false;
+    uint64_t group_end_ = 0;
+    FolderInfo group_;
+    const kiv_folder *dead_set_up_ = nullptr;
+    bool bad_seen_ = false;
+    bool done_ = false;
+    bool operator_types_ = false;
+    std::string stray_;  // output between the items, kept for the next one
+};
+
+}  // namespace kiv
+
+#endif

@@ -1,0 +1,205 @@
+// The calls of a running case: prints and checks. A passed check costs a comparison and a count.
+#include <pthread.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdarg>
+#include <cstdio>
+#include <string>
+
+#include "kiv.h"
+#include "kiv/files.h"
+#include "kiv/worker/live.h"
+
+namespace kiv {
+
+namespace {
+
+Journal *note_taker = nullptr;
+Counters nobody;  // counts what no run counts
+
+std::vector<Observer *> &observer_list() {
+    static std::vector<Observer *> list;
+    return list;
+}
+
+// A child that a case forks shares no journal with its parent: two processes would write one. It prints to
+// the descriptors, which the run collects, and dies with the worker.
+void forked_child() {
+    if (live.journal == nullptr) return;
+    live.journal = nullptr;
+    live.counters = &nobody;
+    live.in_child = true;
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+}
+
+std::string formatted(const char *format, va_list arguments) {
+    va_list again;
+    va_copy(again, arguments);
+    const int size = vsnprintf(nullptr, 0, format, again);
+    va_end(again);
+    std::string text(size > 0 ? static_cast<size_t>(size) : 0, '\0');
+    if (size > 0) vsnprintf(text.data(), text.size() + 1, format, arguments);
+    return text;
+}
+
+std::string_view view(const char *text) {
+    return text ? std::string_view(text) : std::string_view();
+}
+
+Check check_of(const FailedCheck &event, bool passed) {
+    Check check;
+    check.passed = passed;
+    check.is_condition = event.is_condition;
+    check.status = event.status;
+    check.expected = event.expected;
+    check.expected_name = event.expected_name;
+    check.status_text = event.status_text;
+    check.message = event.message;
+    check.file = event.file;
+    check.function = event.function;
+    check.line = event.line;
+    return check;
+}
+
+// The way of a check that failed, or that somebody watches.
+void record(FailedCheck &check, bool passed) {
+    if (live.in_child) {
+        if (passed) return;
+        const std::string text = "FAIL: a check failed in a child process: " + std::string(check.file) +
+                                 ", " + std::string(check.function) + ", line " + std::to_string(check.line) +
+                                 "\n";
+        write_all(STDERR_FILENO, text);
+        return;
+    }
+    if (live.journal == nullptr) return;
+    if (!passed) ++live.counters->failed;
+    const bool kept = !passed && live.counters->failed <= Journal::kKeptFailures;
+    if (!kept && !live.watched_checks) return;
+    if (!check.is_condition && !passed) {
+        for (Observer *observer : observer_list()) {
+            if (const char *text = observer->status_text(check.status)) {
+                check.status_text = text;
+                break;
+            }
+        }
+    }
+    if (kept) live.journal->failed_check(check);
+    if (!live.watched_checks) return;
+    const Check whole = check_of(check, passed);
+    for (Observer *observer : observer_list())
+        if (observer->interests() & Observer::kChecks) observer->check(whole);
+}
+
+}  // namespace
+
+Live live{nullptr, &nobody, false, false, false};
+
+void go_live(Journal *journal, Counters *counters) {
+    static const int registered = pthread_atfork(nullptr, nullptr, forked_child);
+    (void)registered;
+    unsigned interests = 0;
+    if (journal != nullptr)
+        for (Observer *observer : observer_list()) interests |= observer->interests();
+    live.journal = journal;
+    live.counters = counters ? counters : &nobody;
+    live.watched_checks = interests & Observer::kChecks;
+    live.watched_prints = interests & Observer::kPrints;
+}
+
+void live_print(std::string_view text) {
+    if (text.empty()) return;
+    if (live.journal == nullptr) {
+        write_all(STDOUT_FILENO, text);
+        return;
+    }
+    live.journal->text(Printed::print, text);
+    if (!live.watched_prints) return;
+    for (Observer *observer : observer_list())
+        if (observer->interests() & Observer::kPrints) observer->print(text);
+}
+
+void take_notes(Journal *journal) {
+    note_taker = journal;
+}
+
+void add_note(std::string_view text) {
+    if (note_taker != nullptr && !live.in_child) note_taker->note(text);
+}
+
+const std::vector<Observer *> &observers() {
+    return observer_list();
+}
+
+void subscribe(Observer *observer) {
+    observer_list().push_back(observer);
+}
+
+}  // namespace kiv
+
+using kiv::live;
+
+extern "C" {
+
+int kiv_printf(const char *format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    int size;
+    if (live.journal == nullptr && !live.in_child) {
+        size = vprintf(format, arguments);
+    } else {
+        char buffer[1024];
+        va_list again;
+        va_copy(again, arguments);
+        size = vsnprintf(buffer, sizeof buffer, format, again);
+        va_end(again);
+        if (size >= static_cast<int>(sizeof buffer))
+            kiv::live_print(kiv::formatted(format, arguments));
+        else if (size > 0)
+            kiv::live_print({buffer, static_cast<size_t>(size)});
+    }
+    va_end(arguments);
+    return size;
+}
+
+int kiv_jyx_check_cerrno_(u32 status, u32 expected, const char *expected_name, const char *file,
+                          const char *function, int line) {
+    const bool passed = status == expected;
+    ++live.counters->checks;
+    if (passed && !live.watched_checks) return 1;
+    kiv::FailedCheck check{};
+    check.status = status;
+    check.expected = expected;
+    check.line = line;
+    check.expected_name = kiv::view(expected_name);
+    check.file = kiv::view(file);
+    check.function = kiv::view(function);
+    kiv::record(check, passed);
+    return passed;
+}
+
+int kiv_check__(int, int condition, const char *text, const char *file, const char *function, int line,
+                const char *format, ...) {
+    ++live.counters->checks;
+    if (condition && !live.watched_checks) return condition;
+    kiv::FailedCheck check{};
+    check.is_condition = true;
+    check.line = line;
+    check.expected_name = kiv::view(text);
+    check.file = kiv::view(file);
+    check.function = kiv::view(function);
+    if (format != nullptr && static_cast<unsigned char>(*format) == 0xff)
+        ++format;  // marks the format, not text
+    std::string message;
+    if (format != nullptr) {
+        va_list arguments;
+        va_start(arguments, format);
+        message = kiv::formatted(format, arguments);
+        va_end(arguments);
+    }
+    check.message = message;
+    kiv::record(check, condition != 0);
+    return condition;
+}
+}

@@ -1,0 +1,36 @@
+// The running case as the framework's print and check calls see it.
+#ifndef KIV_WORKER_LIVE_H
+#define KIV_WORKER_LIVE_H
+
+#include <string_view>
+
+#include "kiv/journal/journal.h"
+#include "kiv/observer.h"
+
+namespace kiv {
+
+struct Live {
+    Journal *journal = nullptr;    // null: no run, or a child that a case forked
+    Counters *counters = nullptr;  // never null
+    bool watched_checks = false;   // an observer wants every check
+    bool watched_prints = false;
+    bool in_child = false;
+};
+
+extern Live live;
+
+// From now on prints and checks go to `journal`; to nobody when it is null.
+void go_live(Journal *journal, Counters *counters);
+
+// Where add_note goes in this process.
+void take_notes(Journal *journal);
+
+// One print of the running case.
+void live_print(std::string_view text);
+
+// What every observer is told, in the order they subscribed.
+const std::vector<Observer *> &observers();
+
+}  // namespace kiv
+
+#endif

@@ -1,0 +1,231 @@
+// A starting point for a site: every file that the suite reads, with values that fit each other.
+#include "kivctl/site/new.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <set>
+
+#include "kivctl/site/formats.h"
+
+namespace kivctl {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char kCard[] =
+    R"(# The simulated card of this site: what is there before a case runs. A site for a real card needs no such file.
+
+[card]
+# type = 0x55d          # as platform_get_my_card_type answers
+# veltora_family = true # as is_veltora_family answers
+ports = 64              # NP ports 0 to 63
+np_local_ports = [48]   # local ports, one number for each network processor
+
+# How many of each resource there are; what is not listed has the card's usual number.
+# [limits]
+# interface = 4096
+
+# Interfaces that exist from the start. Input files name them by their handles (there without the 0x).
+[[interface]]
+handle = 0x8000088
+kind = "main"
+np_port = 1
+
+[[interface]]
+handle = 0x80000c8
+kind = "main"
+np_port = 2
+
+[[interface]]
+handle = 0x800f210
+kind = "sub"
+parent = 0x8000088
+uidb = 20
+outer_vlan = 310
+
+[[interface]]
+handle = 0x800f220
+kind = "sub"
+parent = 0x80000c8
+uidb = 21
+outer_vlan = 320
+inner_vlan = 420
+)";
+
+constexpr const char kPlan[] =
+    R"(# What a run without selectors runs here: one selector a line.
+#   folder, folder/sub, folder/case, folder/sub/case, with * and ? as in a shell
+#   -selector leaves out; a folder named here runs with its manual cases
+# They run in this order, the cases of a folder in the order they were registered in.
+
+prm-kiv
+prm-kiv-l2-bdl
+prm-kiv-l3-bdl
+prm-kiv-subif
+prm-kiv-l2subif
+prm-lpts
+prm-kiv-l2
+prm-kiv-l2-vpls
+prm-kiv-vxlan
+prm-kiv-bvi
+span/session
+span/port
+span/misc
+acl
+qos
+
+# SPAN by hand: enables and disables mirroring itself.
+# span/manual
+)";
+
+constexpr const char kReadme[] =
+    R"(A site: what the suite reads when it runs here.
+
+  card.toml               the simulated card's inventory
+  plan                    what a run without selectors runs
+  disk0/                  the input files as they lie in the card's flash
+  cases/FOLDER/           the same files for the cases of one folder
+  cases/FOLDER/CASE/      for one case; "stdin" is what it reads on standard input
+
+Before a case the most specific kiv_input_file and kiv_tcs_input_file are put into the flash.
+
+Input files have no comments. A line is a list of NAME:VALUE fields with "," between them and no blanks, 199
+characters at most with its newline. Handles and tag protocol ids (..._IFH, IFH, OTPID, ROTPID) are hexadecimal,
+everything else is decimal. A reader takes a fixed number of fields from the start of a fixed number of lines:
+the order of the fields in these files lets every reader of a folder find its own.
+
+"kivctl site check DIR" explains what is wrong with a site.
+)";
+
+// Example values for line `i` (from 0).
+std::string example(std::string_view name, int i) {
+    static const std::map<std::string_view, std::vector<std::string>> values{
+        {"NP_PORT", {"1", "2"}},
+        {"INTF_NAME", {"GigabitEthernet0/0/0/1", "GigabitEthernet0/0/0/2"}},
+        {"MAIN_IFH", {"8000088", "80000c8"}},
+        {"BDL_IFH", {"800c000"}},
+        {"LAG_ID", {"31"}},
+        {"SUB_IFH", {"800c110", "800c120", "800c130", "800c140"}},
+        {"OVLAN", {"310", "320", "330", "340"}},
+        {"IVLAN", {"0", "420", "0", "440"}},
+        {"OTPID", {"8100", "88a8"}},
+        {"IFH", {"800f210", "800f220"}},
+        {"UIDB", {"20", "21"}},
+        {"ROVLAN", {"1310", "1320"}},
+        {"RIVLAN", {"1410", "1420"}},
+        {"ROTPID", {"88a8"}},
+        {"BD-ID", {"500"}},
+        {"MAC_MOVE_SEC_ACTION", {"2"}},
+        {"MAC_MOVE_SEC_ENABLED", {"1"}},
+        {"MAC_LEARN_ENABLE", {"1"}},
+        {"bridge domain", {"500", "501"}},
+        {"VNI", {"10500", "70501"}},
+        {"source VTEP", {"c0a80101"}},
+        {"uidb index", {"20", "21"}},
+        {"circuit xid", {"8001f4"}},
+        {"remote VTEP", {"c0a80202", "c0a80303"}},
+        {"next hop", {"100500", "100501"}},
+        {"address or VNI", {"c0a80202"}},
+        {"interface handle", {"8000088"}},
+        {"is-SHG", {"1"}},
+    };
+    const auto found = values.find(name);
+    if (found == values.end()) return "0";
+    return found->second[static_cast<size_t>(i) % found->second.size()];
+}
+
+// One file for all readers of a folder: the fields of the reader that takes fewest come first.
+std::string input_file(std::vector<const Reader *> readers) {
+    std::sort(readers.begin(), readers.end(),
+              [](const Reader *a, const Reader *b) { return a->fields < b->fields; });
+    std::vector<std::string_view> names;
+    int lines = 0;
+    for (const Reader *const reader : readers) {
+        lines = std::max(lines, reader->lines);
+        for (const Token &token : reader->tokens)
+            if (std::find(names.begin(), names.end(), token.name) == names.end()) names.push_back(token.name);
+    }
+    std::string text;
+    for (int i = 0; i < lines; ++i)
+        for (size_t k = 0; k < names.size(); ++k)
+            text += fmt::format("{}{}:{}{}", k == 0 ? "" : ",", names[k], example(names[k], i),
+                                k + 1 == names.size() ? "\n" : "");
+    return text;
+}
+
+std::string script(const Input &input) {
+    static constexpr const char *kHandles[] = {"8000088", "80000c8"};
+    std::string text;
+    switch (input.script) {
+        case Script::none:
+            break;
+        case Script::records:
+            for (size_t k = 0; k < input.fields.size(); ++k)
+                text += (k == 0 ? "" : ",") + example(input.fields[k].name, 0);
+            text += '\n';
+            break;
+        case Script::vplags:
+            text = "c0a80101;1;2;100500,100501;c0a80202,c0a80303\n";
+            break;
+        case Script::macs:
+            text = "00:1b:2c:3d:4e:01,500,0,100500\n";
+            break;
+        case Script::handles:
+            for (int i = 0; i < input.count; ++i) text += fmt::format("{}\n", kHandles[i % 2]);
+            break;
+        case Script::counted_handles:
+            text = fmt::format("2\n{}\n{}\n", kHandles[0], kHandles[1]);
+            break;
+        case Script::counted_sources:
+            text = fmt::format("2\n{}\n0\n1\n{}\n1\n2\n", kHandles[0], kHandles[1]);
+            break;
+    }
+    return text;
+}
+
+}  // namespace
+
+bool new_site(const std::string &directory, std::vector<std::string> *written, std::string *error) {
+    std::error_code code;
+    if (fs::exists(directory, code) &&
+        !(fs::is_directory(directory, code) && fs::is_empty(directory, code))) {
+        *error = directory + ": is there already and not an empty directory";
+        return false;
+    }
+    std::map<std::string, std::string> files{{"card.toml", kCard}, {"plan", kPlan}, {"README", kReadme}};
+    std::map<std::string, std::vector<const Reader *>> readers;
+    for (const CaseFormat &format : case_formats()) {
+        for (const Reader *const reader : format.readers) {
+            // Main interfaces are the same for every folder.
+            const bool shared = reader->file == "kiv_input_file";
+            auto &list = readers[fmt::format(
+                "{}/{}", shared ? "disk0" : fmt::format("cases/{}", format.folder), reader->file)];
+            if (std::find(list.begin(), list.end(), reader) == list.end()) list.push_back(reader);
+        }
+        if (format.input.script != Script::none)
+            files[fmt::format("cases/{}/{}/stdin", format.folder, format.name)] = script(format.input);
+    }
+    for (const auto &[path, list] : readers) files[path] = input_file(list);
+
+    for (const auto &[name, text] : files) {
+        const fs::path path = fs::path(directory) / name;
+        fs::create_directories(path.parent_path(), code);
+        std::ofstream file(path, std::ios::binary);
+        file << text;
+        file.close();
+        if (!file) {
+            *error = path.string() + ": " + std::strerror(errno);
+            return false;
+        }
+        written->push_back(path.string());
+    }
+    return true;
+}
+
+}  // namespace kivctl

@@ -1,0 +1,187 @@
+// Adjacencies, next hops and tunnels: what is accepted, modified, freed and refused.
+#include "tests/card/sim/forwarding_requests.h"
+
+namespace sim {
+namespace {
+
+using AdjacencyTest = L3Test;
+
+TEST_F(AdjacencyTest, AReservedNextHopIsProgrammedAndFreedByItsDelete) {
+    const u32 nh = next_hop();
+    ASSERT_NE(nh, 0u);
+    EXPECT_EQ(add(adjacency(nh)), 0u);
+    EXPECT_EQ(used(Resource::next_hop), 1u);
+    EXPECT_EQ(used(Resource::adjacency), 1u);
+    EXPECT_EQ(del(adjacency_delete(nh)), 0u);
+    EXPECT_EQ(used(Resource::next_hop), 0u);
+    EXPECT_EQ(used(Resource::adjacency), 0u);
+    EXPECT_EQ(del(adjacency_delete(nh)), CARD_ERROR_NOT_FOUND);
+}
+
+TEST_F(AdjacencyTest, OneNextHopIsReservedAtATime) {
+    prm_buddy_reserve request = reservation(0, 2);
+    EXPECT_EQ(prm_srh_tx_adj_buddy_reserve(nullptr, &request), CARD_ERROR_BAD_COUNT);
+    EXPECT_EQ(request.index, 0u);
+    request.count = 0;
+    EXPECT_EQ(prm_srh_tx_adj_buddy_reserve(nullptr, &request), CARD_ERROR_BAD_COUNT);
+    EXPECT_EQ(used(Resource::next_hop), 0u);
+    request.count = 1;
+    EXPECT_EQ(prm_srh_tx_adj_buddy_reserve(nullptr, &request), 0u);
+    EXPECT_EQ(prm_srh_tx_adj_buddy_reserve(stranger(), &request), CARD_ERROR_BAD_HANDLE);
+}
+
+TEST_F(AdjacencyTest, AModifyNeedsItsAdjacency) {
+    const u32 nh = next_hop();
+    EXPECT_EQ(mod(adjacency(nh)), CARD_ERROR_NOT_FOUND);
+    prm_tx_adj punt = adjacency(nh);
+    punt.adj_flags0 = 0;
+    EXPECT_EQ(add(punt), 0u);
+    EXPECT_EQ(mod(adjacency(nh)), 0u);
+    EXPECT_EQ(card.adjacency.table.find(nh)->flags0, PRM_TX_ADJ_NORMAL);
+}
+
+TEST_F(AdjacencyTest, ANormalAndALabelAdjacencyStandSideBySide) {
+    const u32 nh = next_hop(), mpls_nh = next_hop();
+    EXPECT_EQ(add(adjacency(nh)), 0u);
+    EXPECT_EQ(add(label_adjacency(nh, mpls_nh)), 0u);
+    EXPECT_EQ(used(Resource::adjacency), 2u);
+    const Adjacency &labelled = *card.adjacency.table.find(mpls_nh);
+    EXPECT_EQ(labelled.over, nh);
+    EXPECT_THAT(labelled.labels, ::testing::ElementsAre(55002u, 55003u, 0u));
+    EXPECT_EQ(del(adjacency_delete(mpls_nh)), 0u);
+    EXPECT_NE(card.adjacency.table.find(nh), nullptr);
+}
+
+TEST_F(AdjacencyTest, ReadBackIsWhatWasProgrammed) {
+    prm_tx_adj record = adjacency(77);
+    record.uidb = 0xFFFF;
+    const u8 mac[6] = {0, 0, 0xB0, 0x10, 0x10, 1};
+    std::memcpy(record.dmac, mac, sizeof mac);
+    EXPECT_EQ(add(record), 0u);
+    const Adjacency &entry = *card.adjacency.table.find(77);
+    EXPECT_EQ(entry.uidb, 0xFFFF);
+    EXPECT_EQ(std::memcmp(entry.dmac, mac, sizeof mac), 0);
+    EXPECT_EQ(entry.tunnel, 0u);
+}
+
+TEST_F(AdjacencyTest, AnEomplsAdjacencyStandsUnderItsReservedNextHopAndFreesItsTunnel) {
+    const u32 nh = next_hop(), interface = tunnel();
+    EXPECT_EQ(add(eompls_adjacency(nh, interface)), 0u);
+    EXPECT_EQ(used(Resource::tunnel), 1u);
+    EXPECT_EQ(del(adjacency_delete(nh)), CARD_ERROR_BAD_KIND);
+    EXPECT_EQ(del(eompls_delete(nh, interface + 1)), CARD_ERROR_UNKNOWN_REFERENCE);
+    EXPECT_EQ(del(eompls_delete(nh, interface)), 0u);
+    EXPECT_EQ(used(Resource::tunnel), 0u);
+    EXPECT_EQ(used(Resource::next_hop), 0u);
+    EXPECT_EQ(del(eompls_delete(nh, interface)), CARD_ERROR_NOT_FOUND);
+    EXPECT_EQ(del(eompls_delete(100053, 4198)), CARD_ERROR_NOT_FOUND);
+}
+
+TEST_F(AdjacencyTest, ATunnelOfTwoAdjacenciesStaysInUseUntilBothAreGone) {
+    const u32 a = next_hop(), b = next_hop(), interface = tunnel();
+    EXPECT_EQ(add(eompls_adjacency(a, interface)), 0u);
+    EXPECT_EQ(add(eompls_adjacency(b, interface)), 0u);
+    EXPECT_EQ(del(eompls_delete(a, interface)), 0u);
+    EXPECT_EQ(used(Resource::tunnel), 1u);
+    EXPECT_EQ(del(eompls_delete(b, interface)), 0u);
+    EXPECT_EQ(used(Resource::tunnel), 0u);
+}
+
+TEST_F(AdjacencyTest, APoolNeverHandsOutANamedNextHop) {
+    const u32 first = AdjacencyState::kFirstNextHop;
+    EXPECT_EQ(add(adjacency(first)), 0u);
+    EXPECT_EQ(add(ldi(64, first + 1)), 0u);
+    EXPECT_EQ(add4(recursive(ipv4_leaf(1), first + 2, first + 3)), 0u);
+    EXPECT_EQ(next_hop(), first + 4);
+    EXPECT_EQ(used(Resource::next_hop), 5u);
+    EXPECT_EQ(del4(ipv4_leaf(1)), 0u);
+    EXPECT_EQ(del(ldi(64)), 0u);
+    EXPECT_EQ(del(adjacency_delete(first)), 0u);
+    EXPECT_EQ(used(Resource::next_hop), 1u);
+}
+
+TEST_F(AdjacencyTest, ADeletedNextHopThatIsStillNamedIsNotHandedOut) {
+    const u32 nh = next_hop();
+    EXPECT_EQ(add4(recursive(ipv4_leaf(1), nh, nh)), 0u);
+    EXPECT_EQ(add(adjacency(nh)), 0u);
+    EXPECT_EQ(del(adjacency_delete(nh)), 0u);
+    EXPECT_EQ(used(Resource::next_hop), 1u);
+    EXPECT_EQ(del4(ipv4_leaf(1)), 0u);
+    EXPECT_EQ(used(Resource::next_hop), 0u);
+}
+
+TEST_F(AdjacencyTest, SpoiledAddsAreRefused) {
+    const auto refused = [&](u32 code, prm_tx_adj record, auto spoil) {
+        spoil(record);
+        EXPECT_EQ(add(record), code);
+        EXPECT_EQ(mod(record), code);
+        EXPECT_EQ(used(Resource::adjacency), 0u);
+    };
+    const prm_tx_adj plain = adjacency(7), labelled = label_adjacency(7, 8), eompls = eompls_adjacency(8, 9);
+    refused(CARD_ERROR_RESERVED_BYTES, plain, [](prm_tx_adj &r) { r.reserved0[0] = 1; });
+    refused(CARD_ERROR_RESERVED_BYTES, plain, [](prm_tx_adj &r) { r.reserved120[2003] = 1; });
+    refused(CARD_ERROR_BAD_KIND, plain, [](prm_tx_adj &r) { r.adj_flags0 = 0x11; });
+    refused(CARD_ERROR_BAD_KIND, plain, [](prm_tx_adj &r) { r.adj_flags2 = 0x82; });
+    refused(CARD_ERROR_BAD_KIND, plain, [](prm_tx_adj &r) { r.adj_flags3 = 2; });
+    refused(CARD_ERROR_BAD_VALUE, plain, [](prm_tx_adj &r) { r.nh_idx = 0; });
+    refused(CARD_ERROR_BAD_VALUE, plain, [](prm_tx_adj &r) { r.label0 = 5; });
+    refused(CARD_ERROR_BAD_VALUE, plain, [](prm_tx_adj &r) { r.tunnel_if = 5; });
+    refused(CARD_ERROR_BAD_VALUE, labelled, [](prm_tx_adj &r) { r.nh_idx2 = 0; });
+    refused(CARD_ERROR_BAD_VALUE, labelled, [](prm_tx_adj &r) { r.label1 = 0x100000; });
+    refused(CARD_ERROR_BAD_VALUE, labelled, [](prm_tx_adj &r) { r.tunnel_if = 5; });
+    refused(CARD_ERROR_BAD_VALUE, eompls, [](prm_tx_adj &r) { r.tunnel_if = 0; });
+    refused(CARD_ERROR_BAD_VALUE, eompls, [](prm_tx_adj &r) { r.nh_idx2 = 0; });
+}
+
+TEST_F(AdjacencyTest, SpoiledDeletesAreRefused) {
+    EXPECT_EQ(add(adjacency(7)), 0u);
+    prm_tx_adj record = adjacency_delete(7);
+    record.nh_idx = 8;
+    EXPECT_EQ(del(record), CARD_ERROR_BAD_VALUE);
+    EXPECT_EQ(del(adjacency(7)), CARD_ERROR_BAD_KIND);
+    EXPECT_EQ(del(eompls_delete(7, 0)), CARD_ERROR_BAD_KIND);
+    EXPECT_EQ(used(Resource::adjacency), 1u);
+}
+
+TEST_F(AdjacencyTest, OnlyANextHopInUseIsMarkedAsPending) {
+    EXPECT_EQ(prm_set_nh_idx_hw_pending(0), CARD_ERROR_NOT_RESERVED);
+    EXPECT_EQ(prm_set_nh_idx_hw_pending(AdjacencyState::kFirstNextHop), CARD_ERROR_NOT_RESERVED);
+    const u32 nh = next_hop();
+    EXPECT_EQ(prm_set_nh_idx_hw_pending(nh), 0u);
+    EXPECT_TRUE(card.adjacency.pending.contains(nh));
+    EXPECT_EQ(add(adjacency(nh)), 0u);
+    EXPECT_FALSE(card.adjacency.pending.contains(nh));
+}
+
+TEST_F(AdjacencyTest, StrangersAndNullRecordsAreRefused) {
+    prm_tx_adj record = adjacency(7);
+    for (auto *operation : {prm_srh_tx_adj_add, prm_srh_tx_adj_mod, prm_srh_tx_adj_del}) {
+        EXPECT_EQ(operation(stranger(), &record), CARD_ERROR_BAD_HANDLE);
+        EXPECT_EQ(operation(client, nullptr), CARD_ERROR_NULL_POINTER);
+    }
+    EXPECT_EQ(prm_srh_tx_adj_buddy_reserve(nullptr, nullptr), CARD_ERROR_NULL_POINTER);
+    EXPECT_EQ(prm_srh_l3_intf_buddy_reserve(nullptr, nullptr), CARD_ERROR_BAD_HANDLE);
+    EXPECT_EQ(prm_srh_l3_intf_buddy_reserve(client, nullptr), CARD_ERROR_NULL_POINTER);
+}
+
+class SmallAdjacencyTest : public L3Test {
+  protected:
+    SmallAdjacencyTest() : L3Test(small()) {}
+    static Inventory small() {
+        Inventory inventory = small_inventory();
+        inventory.limits[Resource::next_hop].limit = 2;
+        inventory.limits[Resource::tunnel].limit = 1;
+        return inventory;
+    }
+};
+
+TEST_F(SmallAdjacencyTest, PoolsAreBounded) {
+    EXPECT_NE(next_hop(), 0u);
+    EXPECT_NE(next_hop(), 0u);
+    EXPECT_EQ(next_hop(), 0u);
+    EXPECT_NE(tunnel(), 0u);
+    EXPECT_EQ(tunnel(), 0u);
+}
+
+}  // namespace
+}  // namespace sim

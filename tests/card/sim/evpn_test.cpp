@@ -1,0 +1,233 @@
+// Multi-path groups, EVPN MACs, split-horizon and overlay entries.
+#include <cstring>
+
+#include "prm_srh_l2.h"
+#include "tests/card/sim/card_test.h"
+
+namespace sim {
+namespace {
+
+enum : u32 { kBd = 500, kVtep = 0xC0A80101, kFarVtep = 0xC0A80202, kNextHop = 100510 };
+
+class EvpnTest : public CardTest {
+  protected:
+    void SetUp() override {
+        CardTest::SetUp();
+        prm_bd_request request = domain();
+        ASSERT_EQ(prm_srh_bd_add(client, &request), 0u);
+    }
+    static prm_bd_request domain() {
+        prm_bd_request request = {};
+        request.kind = PRM_L2_REQUEST_KIND;
+        request.xid_type = PRM_XID_TYPE_BRIDGE_DOMAIN;
+        request.bd_id = kBd;
+        request.object_code = PRM_L2_OBJECT_BRIDGE_DOMAIN;
+        return request;
+    }
+    u32 delete_domain() {
+        prm_bd_request request = domain();
+        return prm_srh_bd_del(client, &request);
+    }
+    static prm_l2_ecmp_request vplag(u32 id, u32 paths = 1) {
+        prm_l2_ecmp_request request = {};
+        request.kind = PRM_L2_REQUEST_KIND;
+        request.object_code = PRM_L2_OBJECT_VPLAG;
+        request.info.source_vtep = kVtep;
+        request.info.vplag_id = id;
+        request.info.num_paths = paths;
+        for (u32 i = 0; i < paths && i < ZOR_L2_ECMP_MAX_PATHS; ++i) {
+            request.info.nh_id[i] = kNextHop + i;
+            request.info.remote_vtep[i] = kFarVtep + i;
+        }
+        return request;
+    }
+    u32 reserve() {
+        prm_buddy_reserve request = {};
+        EXPECT_EQ(prm_srh_vplag_buddy_reserve(client, &request), 0u);
+        return request.index;
+    }
+    static prm_evpn_mac_request mac(u32 bd, u8 last) {
+        prm_evpn_mac_request request = {};
+        request.kind = PRM_L2_REQUEST_KIND;
+        request.xid_type = PRM_XID_TYPE_CIRCUIT;
+        request.entry.bd_id = bd;
+        request.entry.mac[5] = last;
+        request.entry.type = 1;
+        request.entry.fec = 0x18A9F;
+        return request;
+    }
+    static prm_shg_df_request forwarder(u32 address, u32 if_handle, u32 is_shg) {
+        prm_shg_df_request request = {};
+        request.kind = PRM_L2_REQUEST_KIND;
+        request.xid_type = PRM_XID_TYPE_CIRCUIT;
+        request.entry = {address, if_handle, is_shg};
+        return request;
+    }
+    static prm_vxlan_ole_request overlay(u32 bd, u32 vtep, u32 nh = kNextHop) {
+        prm_vxlan_ole_request request = {};
+        request.word20 = 1;
+        request.nh_id = nh;
+        request.bd_id = bd;
+        request.remote_vtep = vtep;
+        return request;
+    }
+};
+
+TEST_F(EvpnTest, GroupsAreReservedAddedChangedAndDeleted) {
+    EXPECT_EQ(reserve(), 1u);
+    EXPECT_EQ(reserve(), 2u);
+    prm_l2_ecmp_request request = vplag(1, 2);
+    EXPECT_EQ(prm_srh_l2_ecmp_mod(client, &request), CARD_ERROR_UNKNOWN_VPLAG);
+    EXPECT_EQ(prm_srh_l2_ecmp_del(client, &request), CARD_ERROR_UNKNOWN_VPLAG);
+    EXPECT_EQ(prm_srh_l2_ecmp_add(client, &request), 0u);
+    EXPECT_EQ(prm_srh_l2_ecmp_add(client, &request), CARD_ERROR_EXISTS);
+    EXPECT_EQ(card.evpn.vplags.find(1)->paths.size(), 2u);
+    request = vplag(1, 16);
+    EXPECT_EQ(prm_srh_l2_ecmp_mod(client, &request), 0u);
+    EXPECT_EQ(card.evpn.vplags.find(1)->paths[15].remote_vtep, kFarVtep + 15);
+    EXPECT_EQ(prm_srh_l2_ecmp_del(client, &request), 0u);
+    EXPECT_EQ(used(Resource::vplag), 0u);
+    EXPECT_EQ(used(Resource::vplag_index), 1u);
+    EXPECT_EQ(reserve(), 1u) << "a deleted group's number is free again";
+}
+
+TEST_F(EvpnTest, AGroupOfANumberThatWasNotReservedTakesIt) {
+    prm_l2_ecmp_request request = vplag(1);
+    ASSERT_EQ(prm_srh_l2_ecmp_add(client, &request), 0u);
+    EXPECT_EQ(reserve(), 2u);
+}
+
+TEST_F(EvpnTest, AGroupMayHaveNoPaths) {
+    prm_l2_ecmp_request request = vplag(1, 0);
+    EXPECT_EQ(prm_srh_l2_ecmp_add(client, &request), 0u);
+}
+
+TEST_F(EvpnTest, GroupsThatMakeNoSenseAreRefused) {
+    prm_l2_ecmp_request request = vplag(1, 17);
+    EXPECT_EQ(prm_srh_l2_ecmp_add(client, &request), CARD_ERROR_BAD_COUNT);
+    request = vplag(1, 0xFFFFFFFF);
+    EXPECT_EQ(prm_srh_l2_ecmp_add(client, &request), CARD_ERROR_BAD_COUNT);
+    request = vplag(1);
+    request.info.source_vtep = 0;
+    EXPECT_EQ(prm_srh_l2_ecmp_add(client, &request), CARD_ERROR_BAD_VALUE);
+    request = vplag(1, 2);
+    request.info.remote_vtep[1] = 0;
+    EXPECT_EQ(prm_srh_l2_ecmp_add(client, &request), CARD_ERROR_BAD_VALUE);
+    request = vplag(1);
+    request.object_code = PRM_L2_OBJECT_CIRCUIT;
+    EXPECT_EQ(prm_srh_l2_ecmp_add(client, &request), CARD_ERROR_BAD_KIND);
+    request = vplag(1);
+    request.kind = 0;
+    EXPECT_EQ(prm_srh_l2_ecmp_add(client, &request), CARD_ERROR_BAD_KIND);
+    EXPECT_EQ(prm_srh_l2_ecmp_add(stranger(), &request), CARD_ERROR_BAD_HANDLE);
+    for (auto operation : {prm_srh_l2_ecmp_add, prm_srh_l2_ecmp_mod, prm_srh_l2_ecmp_del}) {
+        EXPECT_EQ(operation(client, nullptr), CARD_ERROR_NULL_POINTER);
+    }
+    EXPECT_EQ(prm_srh_vplag_buddy_reserve(client, nullptr), CARD_ERROR_NULL_POINTER);
+    prm_buddy_reserve reservation = {};
+    EXPECT_EQ(prm_srh_vplag_buddy_reserve(nullptr, &reservation), CARD_ERROR_BAD_HANDLE);
+    reservation.count = 2;
+    EXPECT_EQ(prm_srh_vplag_buddy_reserve(client, &reservation), CARD_ERROR_BAD_COUNT);
+}
+
+TEST_F(EvpnTest, MacsHoldTheirDomain) {
+    prm_evpn_mac_request request = mac(kBd, 1), other = mac(kBd, 2);
+    ASSERT_EQ(prm_srh_evpn_mac_install_add(client, &request), 0u);
+    ASSERT_EQ(prm_srh_evpn_mac_install_add(client, &other), 0u);
+    EXPECT_EQ(prm_srh_evpn_mac_install_add(client, &request), CARD_ERROR_EXISTS);
+    EXPECT_EQ(delete_domain(), CARD_ERROR_IN_USE);
+    EXPECT_EQ(prm_srh_evpn_mac_install_del(client, &request), 0u);
+    EXPECT_EQ(prm_srh_evpn_mac_install_del(client, &request), CARD_ERROR_NOT_FOUND);
+    EXPECT_EQ(prm_srh_evpn_mac_install_del(client, &other), 0u);
+    EXPECT_EQ(delete_domain(), 0u);
+    EXPECT_EQ(prm_srh_evpn_mac_install_add(client, &request), CARD_ERROR_UNKNOWN_BRIDGE_DOMAIN);
+}
+
+TEST_F(EvpnTest, MacsThatMakeNoSenseAreRefused) {
+    prm_evpn_mac_request request = mac(kBd, 0);
+    EXPECT_EQ(prm_srh_evpn_mac_install_add(client, &request), CARD_ERROR_BAD_VALUE);
+    request = mac(kBd, 1);
+    request.xid_type = 0;
+    EXPECT_EQ(prm_srh_evpn_mac_install_add(client, &request), CARD_ERROR_BAD_KIND);
+    EXPECT_EQ(prm_srh_evpn_mac_install_add(client, nullptr), CARD_ERROR_NULL_POINTER);
+    EXPECT_EQ(prm_srh_evpn_mac_install_del(client, nullptr), CARD_ERROR_NULL_POINTER);
+    EXPECT_EQ(prm_srh_evpn_mac_install_del(stranger(), &request), CARD_ERROR_BAD_HANDLE);
+    card.accounts[Resource::evpn_mac].limit = 0;
+    request = mac(kBd, 1);
+    EXPECT_EQ(prm_srh_evpn_mac_install_add(client, &request), CARD_ERROR_TABLE_FULL);
+    EXPECT_EQ(delete_domain(), 0u) << "nothing holds it";
+}
+
+TEST_F(EvpnTest, ForwardersHoldTheirInterface) {
+    prm_shg_df_request request = forwarder(kFarVtep, kL3Sub, 1), same_number = forwarder(kFarVtep, kL3Sub, 0);
+    ASSERT_EQ(prm_srh_fpem_shg_df_entry_add(client, &request), 0u);
+    ASSERT_EQ(prm_srh_fpem_shg_df_entry_add(client, &same_number), 0u)
+        << "an address and a VNI are not the same";
+    EXPECT_EQ(prm_srh_fpem_shg_df_entry_add(client, &request), CARD_ERROR_EXISTS);
+    EXPECT_EQ(uidb_delete_interface(0, kL3Sub), CARD_ERROR_IN_USE);
+    EXPECT_EQ(prm_srh_fpem_shg_df_entry_del(client, &request), 0u);
+    EXPECT_EQ(prm_srh_fpem_shg_df_entry_del(client, &request), CARD_ERROR_NOT_FOUND);
+    EXPECT_EQ(prm_srh_fpem_shg_df_entry_del(client, &same_number), 0u);
+    EXPECT_EQ(uidb_delete_interface(0, kL3Sub), 0u);
+    EXPECT_EQ(prm_srh_fpem_shg_df_entry_add(client, &request), CARD_ERROR_UNKNOWN_INTERFACE);
+}
+
+TEST_F(EvpnTest, ForwardersThatMakeNoSenseAreRefused) {
+    prm_shg_df_request request = forwarder(0, kMainA, 1);
+    EXPECT_EQ(prm_srh_fpem_shg_df_entry_add(client, &request), CARD_ERROR_BAD_VALUE);
+    request = forwarder(kFarVtep, kMainA, 2);
+    EXPECT_EQ(prm_srh_fpem_shg_df_entry_add(client, &request), CARD_ERROR_BAD_VALUE);
+    request = forwarder(kFarVtep, kMainA, 1);
+    request.kind = 1;
+    EXPECT_EQ(prm_srh_fpem_shg_df_entry_add(client, &request), CARD_ERROR_BAD_KIND);
+    EXPECT_EQ(prm_srh_fpem_shg_df_entry_add(client, nullptr), CARD_ERROR_NULL_POINTER);
+    EXPECT_EQ(prm_srh_fpem_shg_df_entry_del(client, nullptr), CARD_ERROR_NULL_POINTER);
+}
+
+TEST_F(EvpnTest, OverlaysHoldTheirDomain) {
+    prm_vxlan_ole_request request = overlay(kBd, kFarVtep);
+    EXPECT_EQ(prm_srh_vxlan_ole_mod(client, &request), CARD_ERROR_NOT_FOUND);
+    ASSERT_EQ(prm_srh_vxlan_ole_add(client, &request), 0u);
+    EXPECT_EQ(prm_srh_vxlan_ole_add(client, &request), CARD_ERROR_EXISTS);
+    request.nh_id = kNextHop + 1;
+    EXPECT_EQ(prm_srh_vxlan_ole_mod(client, &request), 0u);
+    EXPECT_EQ(card.evpn.overlays.find(overlay_key(kBd, kFarVtep))->next_hop, kNextHop + 1);
+    EXPECT_EQ(delete_domain(), CARD_ERROR_IN_USE);
+    EXPECT_EQ(prm_srh_vxlan_ole_del(client, &request), 0u);
+    EXPECT_EQ(prm_srh_vxlan_ole_del(client, &request), CARD_ERROR_NOT_FOUND);
+    EXPECT_EQ(delete_domain(), 0u);
+    EXPECT_EQ(prm_srh_vxlan_ole_add(client, &request), CARD_ERROR_UNKNOWN_BRIDGE_DOMAIN);
+}
+
+TEST_F(EvpnTest, OverlaysThatMakeNoSenseAreRefused) {
+    prm_vxlan_ole_request request = overlay(kBd, 0);
+    EXPECT_EQ(prm_srh_vxlan_ole_add(client, &request), CARD_ERROR_BAD_VALUE);
+    request = overlay(kBd, kFarVtep);
+    request.kind = PRM_L2_REQUEST_KIND;
+    EXPECT_EQ(prm_srh_vxlan_ole_add(client, &request), CARD_ERROR_BAD_KIND);
+    for (auto operation : {prm_srh_vxlan_ole_add, prm_srh_vxlan_ole_mod, prm_srh_vxlan_ole_del}) {
+        EXPECT_EQ(operation(client, nullptr), CARD_ERROR_NULL_POINTER);
+        EXPECT_EQ(operation(stranger(), &request), CARD_ERROR_BAD_HANDLE);
+    }
+}
+
+TEST_F(EvpnTest, ANextHopThatAnEntryNamesIsNotHandedOut) {
+    const u32 first = AdjacencyState::kFirstNextHop;
+    prm_vxlan_ole_request named = overlay(kBd, kFarVtep, first);
+    prm_l2_ecmp_request group = vplag(1, 1);
+    group.info.nh_id[0] = first + 1;
+    ASSERT_EQ(prm_srh_vxlan_ole_add(client, &named), 0u);
+    ASSERT_EQ(prm_srh_l2_ecmp_add(client, &group), 0u);
+    prm_buddy_reserve request = {};
+    request.count = 1;
+    ASSERT_EQ(prm_srh_tx_adj_buddy_reserve(nullptr, &request), 0u);
+    EXPECT_EQ(request.index, first + 2);
+    // Deleted, they are free again.
+    ASSERT_EQ(prm_srh_vxlan_ole_del(client, &named), 0u);
+    ASSERT_EQ(prm_srh_l2_ecmp_del(client, &group), 0u);
+    ASSERT_EQ(prm_srh_tx_adj_buddy_reserve(nullptr, &request), 0u);
+    EXPECT_EQ(request.index, first);
+}
+
+}  // namespace
+}  // namespace sim

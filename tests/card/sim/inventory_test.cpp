@@ -1,0 +1,180 @@
+// Reading of card.toml: what it says, and one clear message for everything that is wrong.
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "tests/card/sim/card_test.h"
+
+namespace sim {
+namespace {
+
+TEST(InventoryTest, ReadsEverything) {
+    Inventory inventory;
+    std::string error;
+    ASSERT_TRUE(parse_inventory(R"(
+[card]
+type = 0x1e1001
+veltora_family = true
+ports = 32
+np_local_ports = [24, 8]
+
+[limits]
+interface = 7
+
+[[interface]]
+handle = 0x8000088
+kind = "main"
+np_port = 3
+uidb = 10
+
+[[interface]]
+handle = 0x800f110
+kind = "sub"
+parent = 0x8000088
+layer2 = true
+outer_vlan = 110
+inner_vlan = 11
+
+[[interface]]
+handle = 0x800a000
+kind = "bundle"
+lag_id = 10
+
+[[interface]]
+handle = 0x800a110
+kind = "sub"
+parent = 0x800a000
+)",
+                                "card.toml", &inventory, &error))
+        << error;
+    EXPECT_EQ(inventory.card_type, 0x1E1001u);
+    EXPECT_TRUE(inventory.veltora_family);
+    EXPECT_EQ(inventory.ports, 32u);
+    EXPECT_THAT(inventory.np_local_ports, ::testing::ElementsAre(24, 8));
+    EXPECT_EQ(inventory.limits[Resource::interface].limit, 7u);
+    ASSERT_EQ(inventory.interfaces.size(), 4u);
+    EXPECT_EQ(inventory.interfaces[0].uidb, 10);
+    EXPECT_EQ(inventory.interfaces[1].np_port, 3) << "its parent's";
+    EXPECT_TRUE(inventory.interfaces[1].layer2);
+    EXPECT_EQ(inventory.interfaces[1].inner_vlan, 11);
+    EXPECT_TRUE(inventory.interfaces[3].in_bundle);
+    EXPECT_EQ(inventory.interfaces[3].lag_id, 10) << "its parent's";
+
+    const Card card(inventory);
+    EXPECT_EQ(card.accounts[Resource::interface].used, 4u);
+    EXPECT_EQ(card.interfaces.handle_of_uidb(10), 0x8000088u);
+    EXPECT_EQ(card.interfaces.table.find(0x8000088)->sub_interfaces, 1u);
+    EXPECT_EQ(card.interfaces.bundles.users(10), 1u);
+}
+
+TEST(InventoryTest, AnEmptyFileIsACardWithoutInterfaces) {
+    Inventory inventory;
+    std::string error;
+    EXPECT_TRUE(parse_inventory("", "card.toml", &inventory, &error));
+    EXPECT_TRUE(inventory.interfaces.empty());
+}
+
+struct Broken {
+    const char *name;
+    const char *text;
+    const char *message;
+};
+
+class BrokenInventoryTest : public ::testing::TestWithParam<Broken> {};
+
+TEST_P(BrokenInventoryTest, NamesFileLineAndField) {
+    Inventory inventory;
+    inventory.ports = 5;
+    std::string error;
+    EXPECT_FALSE(parse_inventory(GetParam().text, "site/card.toml", &inventory, &error));
+    EXPECT_EQ(error, GetParam().message);
+    EXPECT_EQ(inventory.ports, 5u) << "unchanged";
+}
+
+#define MAIN "[[interface]]\nhandle = 1\nkind = \"main\"\nnp_port = 1\n"
+
+INSTANTIATE_TEST_SUITE_P(
+    All, BrokenInventoryTest,
+    ::testing::Values(
+        Broken{"NotANumber", "[card]\nports = \"many\"\n",
+               "site/card.toml:2: card.ports: not a whole number"},
+        Broken{"OutOfRange", "[card]\n\nports = 257\n",
+               "site/card.toml:3: card.ports: 257 is not between 1 and 256"},
+        Broken{"Negative", "[card]\ntype = -1\n",
+               "site/card.toml:2: card.type: -1 is not between 0 and 4294967295"},
+        Broken{"NotAFlag", "[card]\nveltora_family = 1\n",
+               "site/card.toml:2: card.veltora_family: neither true nor false"},
+        Broken{"UnknownField", "[card]\nprots = 3\n", "site/card.toml:2: card.prots: unknown field"},
+        Broken{"UnknownTable", "[crad]\nports = 3\n", "site/card.toml:1: crad: unknown field"},
+        Broken{"NotATable", "card = 3\n", "site/card.toml:1: card: not a table"},
+        Broken{"LocalPortsNoList", "[card]\nnp_local_ports = 48\n",
+               "site/card.toml:2: card.np_local_ports: not a list with one number of ports per NP"},
+        Broken{"LocalPortsTooMany", "[card]\nnp_local_ports = [48, 300]\n",
+               "site/card.toml:2: card.np_local_ports: 300 is not between 0 and 255"},
+        Broken{"UnknownLimit", "[limits]\ninterfaces = 3\n",
+               "site/card.toml:2: limits.interfaces: unknown resource"},
+        Broken{"LimitTooLarge", "[limits]\ninterface = 99999999\n",
+               "site/card.toml:2: limits.interface: 99999999 is not between 0 and 16777216"},
+        Broken{"InterfaceNoList", "[interface]\nhandle = 1\n",
+               "site/card.toml:1: interface: not a list of [[interface]] tables"},
+        Broken{"NoKind", "[[interface]]\nhandle = 1\n", "site/card.toml:1: interface[0].kind: missing"},
+        Broken{"UnknownKind", "[[interface]]\nkind = \"bvi\"\n",
+               "site/card.toml:2: interface[0].kind: not one of \"main\", \"sub\", \"bundle\""},
+        Broken{"NoHandle", "[[interface]]\nkind = \"main\"\nnp_port = 1\n",
+               "site/card.toml:1: interface[0].handle: missing"},
+        Broken{"NoPort", "[[interface]]\nhandle = 1\nkind = \"main\"\n",
+               "site/card.toml:1: interface[0].np_port: missing"},
+        Broken{"PortNotThere", "[card]\nports = 4\n[[interface]]\nhandle = 1\nkind = \"main\"\nnp_port = 4\n",
+               "site/card.toml:6: interface[0].np_port: 4 is not between 0 and 3"},
+        Broken{"NoParent", "[[interface]]\nhandle = 1\nkind = \"sub\"\n",
+               "site/card.toml:1: interface[0].parent: missing"},
+        Broken{"UnknownParent", MAIN "[[interface]]\nhandle = 2\nkind = \"sub\"\nparent = 9\n",
+               "site/card.toml:8: interface[1].parent: 0x9 is no main or bundle interface above it"},
+        Broken{"ParentOfMain", MAIN "[[interface]]\nhandle = 2\nkind = \"main\"\nnp_port = 2\nparent = 1\n",
+               "site/card.toml:9: interface[1].parent: only a sub-interface has one"},
+        Broken{"HandleTwice", MAIN MAIN, "site/card.toml:6: interface[1].handle: 0x1 is there twice"},
+        Broken{"IndexTwice",
+               MAIN "uidb = 4\n[[interface]]\nhandle = 2\nkind = \"main\"\nnp_port = 2\nuidb = 4\n",
+               "site/card.toml:10: interface[1].uidb: 4 is there twice"},
+        Broken{"NoLagId", "[[interface]]\nhandle = 1\nkind = \"bundle\"\n",
+               "site/card.toml:1: interface[0].lag_id: missing"},
+        Broken{"TooManyInterfaces", "[limits]\ninterface = 0\n" MAIN,
+               "site/card.toml:3: interface: 1 interfaces, limits.interface is 0"}),
+    [](const ::testing::TestParamInfo<Broken> &info) { return std::string(info.param.name); });
+
+TEST(InventoryTest, ASyntaxErrorNamesFileAndLine) {
+    Inventory inventory;
+    std::string error;
+    EXPECT_FALSE(parse_inventory("[card]\ntype = = 3\n", "card.toml", &inventory, &error));
+    EXPECT_THAT(error, ::testing::StartsWith("card.toml:2: "));
+}
+
+TEST(InventoryTest, AMissingFileIsOneMessage) {
+    Inventory inventory;
+    std::string error;
+    EXPECT_FALSE(load_inventory("/nowhere/card.toml", &inventory, &error));
+    EXPECT_EQ(error, "/nowhere/card.toml: cannot be read");
+}
+
+TEST(InventoryTest, ADirectoryIsNoFile) {
+    Inventory inventory;
+    std::string error;
+    EXPECT_FALSE(load_inventory(std::filesystem::temp_directory_path(), &inventory, &error));
+    EXPECT_THAT(error, ::testing::EndsWith(": cannot be read"));
+}
+
+TEST(InventoryTest, TheDefaultSiteHasWhatTheCasesNeed) {
+    Inventory inventory;
+    std::string error;
+    ASSERT_TRUE(load_inventory(CARD_DEFAULT_SITE "/card.toml", &inventory, &error)) << error;
+    Card card(inventory);
+    for (u32 handle : {0x8000088, 0x800F110, 0x800A000, 0x800A110, 0x8000038}) {
+        EXPECT_TRUE(card.interfaces.table.contains(handle)) << std::hex << handle;
+    }
+    EXPECT_EQ(card.interfaces.handle_of_uidb(6), 0x8000038u);
+    for (u32 port : {20, 33, 3, 0, 1, 10, 11, 12, 13}) EXPECT_TRUE(has_port(card, port)) << port;
+    EXPECT_FALSE(has_port(card, 500));
+}
+
+}  // namespace
+}  // namespace sim

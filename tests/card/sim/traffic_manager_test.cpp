@@ -1,0 +1,569 @@
+// Traffic-manager operations: ids that exist as long as what they belong to, configuration as read back,
+// release, and refusals.
+#include <cstring>
+#include <functional>
+#include <set>
+#include <vector>
+
+#include "tests/card/sim/card_test.h"
+#include "wyk_hal_records.h"
+#include "wyk_hal_wrapper.h"
+#include "zor_vop_prm_tcam.h"
+
+namespace sim {
+namespace {
+
+constexpr u32 kPort = 41;
+
+// A block of just the bytes that a request or response has, so that a sanitizer sees one byte too many.
+template <typename Head>
+class Block {
+  public:
+    explicit Block(size_t bytes) : bytes_(bytes) {}
+    Head *operator->() { return head(); }
+    Head *head() { return reinterpret_cast<Head *>(bytes_.data()); }
+    operator void *() { return bytes_.data(); }
+    bool all_zero() const { return bytes_ == std::vector<u8>(bytes_.size()); }
+
+  private:
+    std::vector<u8> bytes_;
+};
+
+// A policy exchange with n policies or classes.
+struct Policies {
+    Block<wyk_hal_policy_request> request;
+    Block<wyk_hal_policy_response> response;
+
+    explicit Policies(u32 n)
+        : request(wyk_hal_policy_request_size(n)), response(wyk_hal_policy_response_size(n)) {
+        request->count = n;
+    }
+    wyk_hal_policy &operator[](u32 i) { return *wyk_hal_policy_at(request.head(), i); }
+    const wyk_hal_ids &ids(u32 i) { return *wyk_hal_policy_ids_at(response.head(), i); }
+    u32 configure() { return wyk_hal_wrapper_config_policy_in_tm(request, response, request->count); }
+};
+
+// The strict-priority exchange of a port: class i serves group 7 - i at priority i.
+struct Classes : Policies {
+    explicit Classes(u32 port) : Policies(WYK_HAL_CLASSES) {
+        request->word0 = WYK_HAL_SP_WORD1;
+        request->word4 = WYK_HAL_SP_WORD2;
+        request->port = port;
+        request->direction = WYK_HAL_EGRESS;
+        for (u32 i = 0; i < WYK_HAL_CLASSES; ++i) {
+            wyk_hal_policy &c = (*this)[i];
+            c.qos_group = static_cast<u16>(WYK_HAL_CLASSES - 1 - i);
+            c.priority = i;
+            c.shaper_word = WYK_HAL_SHAPER_WORD;
+            c.rate = 1250000;
+        }
+        wyk_hal_policy &last = (*this)[WYK_HAL_CLASSES - 1];
+        last.shaper_word |= WYK_HAL_SHAPER_DEFAULT_CLASS;
+        last.rate = 62500;
+        last.bandwidth_mode = WYK_HAL_BANDWIDTH_BWRR;
+    }
+    u32 configure() { return wyk_hal_wrapper_config_policy_in_tm(request, response); }
+};
+
+struct Release {
+    Block<wyk_hal_release> request;
+    u32 status = 99;
+
+    explicit Release(u32 n) : request(wyk_hal_release_size(n)) { request->count = n; }
+    wyk_hal_node &operator[](u32 i) { return *wyk_hal_release_node_at(request.head(), i); }
+    void name_policer(u32 i, const wyk_hal_ids &ids) {
+        (*this)[i] = {};
+        (*this)[i].type = u8{WYK_HAL_NODE_TYPE_VALUE} | u8{WYK_HAL_NODE_POLICER};
+        (*this)[i].policer_word = ids.policer_id << WYK_HAL_NODE_POLICER_SHIFT | WYK_HAL_NODE_POLICER_VALID;
+        (*this)[i].policer_stats_id = ids.stats_id & ~PRM_TCAM_QOS_STATS_FLAG;
+    }
+    void name_counter(u32 i, const wyk_hal_ids &ids) {
+        (*this)[i] = {};
+        (*this)[i].type = WYK_HAL_NODE_TYPE_VALUE;
+        (*this)[i].counter_flags = WYK_HAL_NODE_COUNTER_VALID;
+        (*this)[i].counter_id = ids.stats_id;
+    }
+    void name_queue(u32 i, u32 port) {
+        (*this)[i] = {};
+        (*this)[i].type = u8{WYK_HAL_NODE_TYPE_VALUE} | u8{WYK_HAL_NODE_QUEUE};
+        (*this)[i].word4 = 1;
+        (*this)[i].byte8 = WYK_HAL_NODE_FLAG8;
+        (*this)[i].port = port;
+    }
+    u32 release() { return wyk_hal_wrapper_deallocate_nodes(request, &status); }
+};
+
+class TrafficManagerTest : public CardTest {
+  protected:
+    u32 statistics_status(u32 id) {
+        wyk_hal_stats_request request = {.count = 1, .stats_id = id};
+        wyk_hal_stats_response response;
+        memset(&response, 0xEE, sizeof response);
+        const u32 rc = wyk_hal_wrapper_get_stats(&request, &response);
+        if (rc != 0) return rc;
+        EXPECT_EQ(response.stats_id, id);
+        EXPECT_EQ(response.packets | response.bytes, 0u) << "no traffic passes";
+        return rc;
+    }
+    bool has_statistics(u32 id) { return statistics_status(id) == 0; }
+    bool has_queue(u32 fid0) {
+        wyk_hal_queue_depth_request request{};
+        request.fid0 = fid0;
+        u32 depth = 0xEEEEEEEE;
+        if (wyk_hal_wrapper_get_queue_depth(&request, &depth) != 0) return false;
+        EXPECT_EQ(depth, 0u);
+        return true;
+    }
+    u32 default_queue(u32 hal_type, u32 port) {
+        wyk_hal_default_queue request = {.port_index = port - 1, .word4 = 1, .word8 = 100000000};
+        wyk_hal_default_queue_response response{};
+        return wyk_hal_wrapper_engine_op(hal_type, &request, &response);
+    }
+    u32 queue_result(u32 port, wyk_hal_ids *ids) {
+        Block<wyk_hal_result_request> request(wyk_hal_result_request_size(1));
+        Block<wyk_hal_result_response> response(wyk_hal_result_response_size(1));
+        request->count = 1;
+        wyk_hal_result_item_at(request.head(), 0)->select = WYK_HAL_RESULT_QUEUE;
+        wyk_hal_result_item_at(request.head(), 0)->port = static_cast<u16>(port);
+        const u32 rc = wyk_hal_wrapper_get_result(request, response);
+        *ids = *wyk_hal_result_ids_at(response.head(), 0);
+        return rc;
+    }
+    u32 release_queues(u32 port, u32 n = WYK_HAL_CLASSES) {
+        Release release(n);
+        for (u32 i = 0; i < n; ++i) release.name_queue(i, port);
+        const u32 rc = release.release();
+        EXPECT_EQ(release.status != 0, rc == 0);
+        return rc;
+    }
+    wyk_hal_config_response read_config(u32 port, u32 *rc) {
+        wyk_hal_config_request request{};
+        request.count = WYK_HAL_CLASSES;
+        for (u32 i = 0; i < WYK_HAL_CLASSES; ++i) {
+            request.nodes[i].type = WYK_HAL_NODE_QUEUE;
+            request.nodes[i].port = port;
+            request.nodes[i].qos_group = WYK_HAL_CLASSES - 1 - i;
+        }
+        wyk_hal_config_response response{};
+        *rc = wyk_hal_wrapper_get_config(&request, &response);
+        return response;
+    }
+};
+
+// --- Policies ----------------------------------------------------------------------------------------------
+
+TEST_F(TrafficManagerTest, PoliciesGetIdsOfTheirOwnThatLiveAsLongAsTheyDo) {
+    Policies policies(3);
+    for (u32 i = 0; i < 3; ++i) {
+        policies[i].kind = i == 1 ? WYK_HAL_POLICY_COUNTER : WYK_HAL_POLICY_POLICER;
+        policies[i].word336 = 1;
+        policies[i].mode_word = 1;
+        policies[i].committed_rate = 80 + i;
+        policies[i].burst = 1600;
+    }
+    ASSERT_EQ(policies.configure(), 0u);
+    EXPECT_EQ(used(Resource::policy), 3u);
+    std::set<u32> statistics, policers;
+    for (u32 i = 0; i < 3; ++i) {
+        statistics.insert(policies.ids(i).stats_id & ~PRM_TCAM_QOS_STATS_FLAG);
+        EXPECT_TRUE(has_statistics(policies.ids(i).stats_id));
+        EXPECT_TRUE(has_statistics(policies.ids(i).stats_id ^ PRM_TCAM_QOS_STATS_FLAG));
+        const auto *const policy = card.traffic_manager.policy(policies.ids(i).stats_id);
+        ASSERT_NE(policy, nullptr);
+        EXPECT_EQ(policy->committed_rate, 80 + i);
+        EXPECT_EQ(policy->mode_word, 1u);
+    }
+    EXPECT_EQ(statistics.size(), 3u);
+    EXPECT_EQ(policies.ids(1).policer_id, 0u) << "a counter has no policer";
+    EXPECT_NE(policies.ids(0).policer_id, policies.ids(2).policer_id);
+    EXPECT_TRUE(card.traffic_manager.has_policer(policies.ids(0).policer_id));
+    EXPECT_FALSE(has_statistics(policies.ids(1).stats_id + 1))
+        << "a counter does not count exceeding traffic";
+
+    Release release(2);
+    release.name_counter(0, policies.ids(1));
+    release.name_policer(1, policies.ids(2));
+    EXPECT_EQ(release.release(), 0u);
+    EXPECT_NE(release.status, 0u);
+    EXPECT_EQ(used(Resource::policy), 1u);
+    EXPECT_TRUE(has_statistics(policies.ids(0).stats_id));
+    EXPECT_FALSE(has_statistics(policies.ids(1).stats_id));
+    EXPECT_FALSE(has_statistics(policies.ids(2).stats_id));
+    EXPECT_FALSE(card.traffic_manager.has_policer(policies.ids(2).policer_id));
+}
+
+TEST_F(TrafficManagerTest, NoPoliciesAreNothingToDo) {
+    Policies none(0);
+    EXPECT_EQ(none.configure(), 0u);
+    EXPECT_TRUE(none.response.all_zero());
+    EXPECT_EQ(used(Resource::policy), 0u);
+    Release release(0);
+    EXPECT_EQ(release.release(), 0u);
+    EXPECT_EQ(release.status, 0u);
+}
+
+TEST_F(TrafficManagerTest, PolicyRequestsThatDoNotHoldTogetherAreRefusedWhole) {
+    const auto status_of = [](const std::function<void(Policies &)> &spoil, u32 count = 2) {
+        Policies policies(2);
+        spoil(policies);
+        const u32 rc = wyk_hal_wrapper_config_policy_in_tm(policies.request, policies.response, count);
+        EXPECT_TRUE(policies.response.all_zero());
+        return rc;
+    };
+    EXPECT_EQ(status_of([](Policies &) {}, 3), CARD_ERROR_BAD_COUNT);
+    EXPECT_EQ(status_of([](Policies &p) { p.request->count = 1; }), CARD_ERROR_BAD_COUNT);
+    EXPECT_EQ(status_of([](Policies &p) { p[1].kind = 1; }), CARD_ERROR_BAD_KIND);
+    EXPECT_EQ(status_of([](Policies &p) { p.request->np_id = 1; }), CARD_ERROR_BAD_VALUE);
+    EXPECT_EQ(status_of([](Policies &p) { p.request->mqc_level = 2; }), CARD_ERROR_BAD_VALUE);
+    EXPECT_EQ(used(Resource::policy), 0u);
+}
+
+// The blocks' sizes have 16 bits: a request of 152 policies has in truth 256 bytes.
+TEST_F(TrafficManagerTest, ACountWhoseBlockWouldNotFitItsSizeIsRefused) {
+    Policies most(151);
+    EXPECT_EQ(most.configure(), 0u);
+    Policies wrapped(152);
+    EXPECT_EQ(wrapped.configure(), CARD_ERROR_BAD_COUNT);
+    Policies huge(0);
+    huge.request->count = 0xFFFFFFFF;
+    EXPECT_EQ(huge.configure(), CARD_ERROR_BAD_COUNT);
+    Release nodes(0);
+    nodes.request->count = 1259;
+    EXPECT_EQ(nodes.release(), CARD_ERROR_BAD_COUNT);
+    EXPECT_EQ(nodes.status, 0u);
+    Block<wyk_hal_result_request> results(4);
+    Block<wyk_hal_result_response> answers(8);
+    results->count = 253;
+    EXPECT_EQ(wyk_hal_wrapper_get_result(results, answers), CARD_ERROR_BAD_COUNT);
+}
+
+TEST_F(TrafficManagerTest, PoliciesRunOutAndNoneOfARequestIsLeftBehind) {
+    Inventory inventory;
+    inventory.limits[Resource::policy].limit = 3;
+    Card small(inventory);
+    CurrentCard use_small(small);
+    Policies two(2), more(2);
+    EXPECT_EQ(two.configure(), 0u);
+    EXPECT_EQ(more.configure(), CARD_ERROR_POOL_EXHAUSTED);
+    EXPECT_EQ(small.accounts[Resource::policy].used, 2u);
+    Policies one(1);
+    EXPECT_EQ(one.configure(), 0u);
+}
+
+// --- Release -----------------------------------------------------------------------------------------------
+
+TEST_F(TrafficManagerTest, ANodeThatIsWrongKeepsTheWholeRequestFromBeingReleased) {
+    Policies policies(3);
+    policies[0].kind = policies[1].kind = WYK_HAL_POLICY_POLICER;
+    ASSERT_EQ(policies.configure(), 0u);
+    const auto status_of = [&](const std::function<void(Release &)> &spoil) {
+        Release release(3);
+        release.name_policer(0, policies.ids(0));
+        release.name_policer(1, policies.ids(1));
+        release.name_counter(2, policies.ids(2));
+        spoil(release);
+        const u32 rc = release.release();
+        EXPECT_EQ(release.status, 0u);
+        EXPECT_EQ(used(Resource::policy), 3u);
+        return rc;
+    };
+    EXPECT_EQ(status_of([](Release &r) { r[1].type ^= 1; }), CARD_ERROR_BAD_KIND);
+    EXPECT_EQ(status_of([](Release &r) { r[1].type |= WYK_HAL_NODE_QUEUE; }), CARD_ERROR_BAD_KIND);
+    EXPECT_EQ(status_of([](Release &r) { r[1].counter_flags = WYK_HAL_NODE_COUNTER_VALID; }),
+              CARD_ERROR_BAD_KIND);
+    EXPECT_EQ(status_of([](Release &r) { r[2].counter_flags = 0; }), CARD_ERROR_BAD_KIND);
+    EXPECT_EQ(status_of([](Release &r) { r[1].policer_word ^= WYK_HAL_NODE_POLICER_VALID; }),
+              CARD_ERROR_BAD_KIND);
+    EXPECT_EQ(status_of([](Release &r) { r[1].policer_word += 1u << 30; }), CARD_ERROR_NOT_FOUND);
+    EXPECT_EQ(status_of([](Release &r) { r[1].policer_stats_id += 4; }), CARD_ERROR_NOT_FOUND);
+    EXPECT_EQ(status_of([](Release &r) { r[1] = r[0]; }), CARD_ERROR_NOT_FOUND) << "named twice";
+    EXPECT_EQ(status_of([&](Release &r) { r.name_policer(1, policies.ids(2)); }), CARD_ERROR_NOT_FOUND);
+    EXPECT_EQ(status_of([](Release &r) { r[2].counter_id += 1; }), CARD_ERROR_NOT_FOUND);
+    EXPECT_EQ(status_of([&](Release &r) { r[2].counter_id = policies.ids(0).stats_id; }),
+              CARD_ERROR_NOT_FOUND)
+        << "a policer's statistics go with the policer";
+    EXPECT_EQ(status_of([](Release &r) { r.name_queue(2, kPort); }), CARD_ERROR_NOT_FOUND);
+    EXPECT_EQ(status_of([](Release &r) { r.name_queue(2, 0); }), CARD_ERROR_UNKNOWN_PORT);
+}
+
+// --- Strict priority ---------------------------------------------------------------------------------------
+
+TEST_F(TrafficManagerTest, EightClassesGetQueuesAndIdsThatLiveUntilTheirRelease) {
+    Classes classes(kPort);
+    ASSERT_EQ(classes.configure(), 0u);
+    EXPECT_EQ(classes.response->status, 0u);
+    EXPECT_EQ(used(Resource::queue), 8u);
+    std::set<u32> statistics, queues;
+    for (u32 i = 0; i < WYK_HAL_CLASSES; ++i) {
+        const wyk_hal_ids &ids = classes.ids(i);
+        queues.insert(ids.fid0);
+        EXPECT_TRUE(has_queue(ids.fid0));
+        for (const u32 id : {ids.stats_id, ids.commit_id, ids.drop_id}) {
+            statistics.insert(id);
+            EXPECT_TRUE(has_statistics(id));
+        }
+        EXPECT_FALSE(has_statistics(ids.stats_id + 3)) << "between two queues' ids";
+    }
+    EXPECT_EQ(queues.size(), 8u);
+    EXPECT_EQ(statistics.size(), 24u);
+    EXPECT_EQ(card.traffic_manager.classes(kPort)[7].rate, 62500u);
+    EXPECT_EQ(release_queues(kPort), 0u);
+    EXPECT_EQ(used(Resource::queue), 0u);
+    for (u32 i = 0; i < WYK_HAL_CLASSES; ++i) {
+        EXPECT_FALSE(has_queue(classes.ids(i).fid0));
+        EXPECT_FALSE(has_statistics(classes.ids(i).drop_id));
+    }
+    EXPECT_EQ(release_queues(kPort), CARD_ERROR_NOT_FOUND);
+}
+
+TEST_F(TrafficManagerTest, IdsThatWereNotHandedOutDoNotExist) {
+    for (const u32 id :
+         {0u, 1u, 10u, 0x01000000u, 0x01000028u, 0x01000100u, 0x04000004u, 0x20000000u, 0xFFFFFFFFu}) {
+        EXPECT_EQ(statistics_status(id), CARD_ERROR_UNKNOWN_STATISTICS) << id;
+        EXPECT_FALSE(has_queue(id)) << id;
+    }
+    wyk_hal_stats_request two = {.count = 2, .stats_id = 0};
+    wyk_hal_stats_response response;
+    EXPECT_EQ(wyk_hal_wrapper_get_stats(&two, &response), CARD_ERROR_BAD_COUNT);
+}
+
+TEST_F(TrafficManagerTest, TheConfigurationReadsBackWithTheSmallestWeightForTheDefaultClass) {
+    Classes classes(kPort);
+    classes[2].priority = 5;
+    classes[3].weight = 40;
+    ASSERT_EQ(classes.configure(), 0u);
+    u32 rc;
+    const wyk_hal_config_response read = read_config(kPort, &rc);
+    ASSERT_EQ(rc, 0u);
+    EXPECT_EQ(read.status, 1u);
+    for (u32 i = 0; i < WYK_HAL_CLASSES; ++i) EXPECT_EQ(read.classes[i].level, i == 2 ? 5 : i);
+    EXPECT_EQ(read.classes[0].bandwidth_mode, 0u);
+    EXPECT_EQ(read.classes[3].weight, 40u);
+    EXPECT_EQ(read.classes[7].bandwidth_mode, WYK_HAL_BANDWIDTH_BWRR);
+    EXPECT_EQ(read.classes[7].weight, 1u);
+}
+
+TEST_F(TrafficManagerTest, ASecondConfigurationChangesThePortAndKeepsItsQueues) {
+    Classes first(kPort), second(kPort);
+    second[0].priority = 3;
+    ASSERT_EQ(first.configure(), 0u);
+    ASSERT_EQ(second.configure(), 0u);
+    EXPECT_EQ(used(Resource::queue), 8u);
+    EXPECT_EQ(first.ids(4).fid0, second.ids(4).fid0);
+    u32 rc;
+    EXPECT_EQ(read_config(kPort, &rc).classes[0].level, 3u);
+}
+
+TEST_F(TrafficManagerTest, QueuesAreReleasedOneByOneToo) {
+    Classes classes(kPort), again(kPort);
+    ASSERT_EQ(classes.configure(), 0u);
+    EXPECT_EQ(release_queues(kPort, 9), CARD_ERROR_NOT_FOUND);
+    EXPECT_EQ(release_queues(kPort, 3), 0u);
+    EXPECT_EQ(used(Resource::queue), 5u);
+    u32 rc;
+    EXPECT_EQ(read_config(kPort, &rc).status, 0u);
+    EXPECT_EQ(rc, CARD_ERROR_NOT_FOUND) << "the groups released";
+    ASSERT_EQ(again.configure(), 0u);
+    EXPECT_EQ(used(Resource::queue), 8u);
+    EXPECT_EQ(again.ids(3).fid0, classes.ids(3).fid0);
+    EXPECT_TRUE(has_queue(again.ids(0).fid0));
+    EXPECT_EQ(release_queues(kPort), 0u);
+    EXPECT_EQ(used(Resource::queue), 0u);
+}
+
+struct Spoiler {
+    const char *what;
+    std::function<void(Classes &)> spoil;
+};
+
+TEST_F(TrafficManagerTest, ABadConfigurationIsRefusedInTheStatusWord) {
+    const Spoiler spoilers[] = {
+        {"policy level", [](Classes &c) { c.request->mqc_level = 2; }},
+        {"network processor", [](Classes &c) { c.request->np_id = 1; }},
+        {"queuing in ingress direction",
+         [](Classes &c) {
+             c.request->direction = WYK_HAL_INGRESS;
+             c.request->word64 = WYK_HAL_QUEUING_ENABLED;
+         }},
+        {"ingress direction", [](Classes &c) { c.request->direction = WYK_HAL_INGRESS; }},
+        {"policy depth", [](Classes &c) { c[5].mqc_depth = 1; }},
+        {"count", [](Classes &c) { c.request->count = 7; }},
+        {"count past the block", [](Classes &c) { c.request->count = 9; }},
+        {"huge count", [](Classes &c) { c.request->count = 0xFFFFFFFF; }},
+        {"port 0", [](Classes &c) { c.request->port = 0; }},
+        {"port past the last", [](Classes &c) { c.request->port = 65; }},
+        {"huge port", [](Classes &c) { c.request->port = 0xFFFFFFFF; }},
+        {"qos-group", [](Classes &c) { c[0].qos_group = 8; }},
+        {"qos-group twice", [](Classes &c) { c[0].qos_group = 6; }},
+        {"priority", [](Classes &c) { c[0].priority = 8; }},
+        {"bandwidth mode", [](Classes &c) { c[7].bandwidth_mode = 3; }},
+    };
+    for (const Spoiler &spoiler : spoilers) {
+        Classes classes(kPort);
+        spoiler.spoil(classes);
+        EXPECT_EQ(classes.configure(), 0u) << spoiler.what;
+        EXPECT_EQ(classes.response->status, 21u) << spoiler.what;
+        EXPECT_EQ(used(Resource::queue), 0u) << spoiler.what;
+    }
+}
+
+TEST_F(TrafficManagerTest, WordsWhoseMeaningIsUnknownAreNotLookedAt) {
+    Classes classes(kPort);
+    classes.request->word0 = 0;
+    classes.request->word4 = 0;
+    memset(classes.request->reserved12, 0xFF, sizeof classes.request->reserved12);
+    classes[0].shaper_word = 0xFFFFFFFF;
+    classes[0].rate = 0;
+    EXPECT_EQ(classes.configure(), 0u);
+    EXPECT_EQ(classes.response->status, 0u);
+}
+
+TEST_F(TrafficManagerTest, QueuesRunOutAndThePortIsLeftAsItWas) {
+    Inventory inventory;
+    inventory.limits[Resource::queue].limit = 12;
+    Card small(inventory);
+    CurrentCard use_small(small);
+    Classes first(1), second(2);
+    ASSERT_EQ(first.configure(), 0u);
+    EXPECT_EQ(second.configure(), CARD_ERROR_POOL_EXHAUSTED);
+    EXPECT_EQ(small.accounts[Resource::queue].used, 8u);
+    EXPECT_EQ(release_queues(2, 1), CARD_ERROR_NOT_FOUND);
+}
+
+TEST_F(TrafficManagerTest, AReadOfAConfigurationThatIsNotThereFails) {
+    u32 rc;
+    EXPECT_EQ(read_config(kPort, &rc).status, 0u);
+    EXPECT_EQ(rc, CARD_ERROR_NOT_FOUND);
+    read_config(65, &rc);
+    EXPECT_EQ(rc, CARD_ERROR_UNKNOWN_PORT);
+    wyk_hal_config_request request{};
+    wyk_hal_config_response response{};
+    for (const u32 count : {0u, 9u, 0xFFFFFFFFu}) {
+        request.count = count;
+        EXPECT_EQ(wyk_hal_wrapper_get_config(&request, &response), CARD_ERROR_BAD_COUNT);
+    }
+    request.count = 1;
+    EXPECT_EQ(wyk_hal_wrapper_get_config(&request, &response), CARD_ERROR_BAD_KIND);
+}
+
+// --- Ports -------------------------------------------------------------------------------------------------
+
+TEST_F(TrafficManagerTest, ThePortsAreThoseOfTheInventory) {
+    struct {
+        u32 card_type, ports, last;
+    } const kCards[] = {{PLATFORM_CARD_TYPE_A, 88, 81}, {PLATFORM_CARD_TYPE_B, 48, 41}, {0x1E1003, 2, 2}};
+    for (const auto &kind : kCards) {
+        Inventory inventory;
+        inventory.card_type = kind.card_type;
+        inventory.ports = kind.ports;
+        Card other(inventory);
+        CurrentCard use_other(other);
+        for (const u32 port : {1u, kind.last, kind.ports}) {
+            Classes classes(port);
+            EXPECT_EQ(classes.configure(), 0u);
+            EXPECT_EQ(classes.response->status, 0u) << port;
+            EXPECT_EQ(default_queue(WYK_HAL_DEFAULT_QUEUE_ALLOCATE, port), 0u);
+        }
+        Classes beyond(kind.ports + 1);
+        EXPECT_EQ(beyond.configure(), 0u);
+        EXPECT_EQ(beyond.response->status, 21u);
+        EXPECT_EQ(default_queue(WYK_HAL_DEFAULT_QUEUE_ALLOCATE, kind.ports + 1), CARD_ERROR_UNKNOWN_PORT);
+    }
+}
+
+// --- Engine operations and results
+// ---------------------------------------------------------------------------
+
+TEST_F(TrafficManagerTest, APortHasOneDefaultQueueFromItsAllocationToItsRelease) {
+    wyk_hal_ids ids{}, same{};
+    EXPECT_EQ(queue_result(1, &ids), CARD_ERROR_NOT_FOUND);
+    EXPECT_EQ(default_queue(WYK_HAL_DEFAULT_QUEUE_RELEASE, 1), CARD_ERROR_NOT_FOUND);
+    EXPECT_EQ(default_queue(WYK_HAL_DEFAULT_QUEUE_ALLOCATE, 1), 0u);
+    EXPECT_EQ(queue_result(1, &ids), 0u);
+    EXPECT_TRUE(has_queue(ids.fid0));
+    EXPECT_TRUE(has_statistics(ids.commit_id));
+    EXPECT_TRUE(has_statistics(ids.drop_id));
+    EXPECT_EQ(default_queue(WYK_HAL_DEFAULT_QUEUE_ALLOCATE, 1), 0u);
+    EXPECT_EQ(queue_result(1, &same), 0u);
+    EXPECT_EQ(ids.fid0, same.fid0);
+    EXPECT_EQ(used(Resource::queue), 1u);
+    EXPECT_EQ(default_queue(WYK_HAL_DEFAULT_QUEUE_RELEASE, 1), 0u);
+    EXPECT_FALSE(has_queue(ids.fid0));
+    EXPECT_EQ(used(Resource::queue), 0u);
+    for (const u32 port : {0u, 65u, 0x80000000u}) {
+        EXPECT_EQ(default_queue(WYK_HAL_DEFAULT_QUEUE_ALLOCATE, port), CARD_ERROR_UNKNOWN_PORT);
+        EXPECT_EQ(default_queue(WYK_HAL_DEFAULT_QUEUE_RELEASE, port), CARD_ERROR_UNKNOWN_PORT);
+    }
+    EXPECT_EQ(queue_result(0, &ids), CARD_ERROR_UNKNOWN_PORT);
+}
+
+TEST_F(TrafficManagerTest, APlatformPolicersHandleExistsOnceItWasAskedFor) {
+    Block<wyk_hal_result_request> request(wyk_hal_result_request_size(2));
+    Block<wyk_hal_result_response> response(wyk_hal_result_response_size(2));
+    request->count = 2;
+    wyk_hal_result_item &item = *wyk_hal_result_item_at(request.head(), 0);
+    item.select = WYK_HAL_RESULT_POLICER;
+    item.word32 = 10;
+    EXPECT_FALSE(card.traffic_manager.has_policer(10));
+    EXPECT_EQ(wyk_hal_wrapper_get_result(request, response), 0u);
+    const wyk_hal_ids &ids = *wyk_hal_result_ids_at(response.head(), 0);
+    EXPECT_TRUE(card.traffic_manager.has_policer(ids.policer_id));
+    for (const u32 id : {ids.stats_id, ids.exceed_id, ids.violate_id}) EXPECT_TRUE(has_statistics(id));
+    EXPECT_EQ(wyk_hal_result_ids_at(response.head(), 1)->policer_id, 0u) << "selects nothing, gets nothing";
+    item.word32 = 64;
+    EXPECT_EQ(wyk_hal_wrapper_get_result(request, response), CARD_ERROR_NOT_FOUND);
+    item.select = WYK_HAL_RESULT_POLICER | WYK_HAL_RESULT_QUEUE;
+    EXPECT_EQ(wyk_hal_wrapper_get_result(request, response), CARD_ERROR_BAD_KIND);
+}
+
+TEST_F(TrafficManagerTest, ARefusedResultRequestHandsNothingOut) {
+    Block<wyk_hal_result_request> request(wyk_hal_result_request_size(2));
+    Block<wyk_hal_result_response> response(wyk_hal_result_response_size(2));
+    request->count = 2;
+    for (u32 i = 0; i < 2; ++i) {
+        wyk_hal_result_item_at(request.head(), i)->select = WYK_HAL_RESULT_POLICER;
+        wyk_hal_result_item_at(request.head(), i)->word32 = i == 0 ? 10 : 1000;
+    }
+    EXPECT_EQ(wyk_hal_wrapper_get_result(request, response), CARD_ERROR_NOT_FOUND);
+    EXPECT_TRUE(response.all_zero());
+    EXPECT_FALSE(card.traffic_manager.has_policer(10));
+}
+
+TEST_F(TrafficManagerTest, ShaperAndInformationAnswerAndUnknownTypesDoNot) {
+    wyk_hal_port_shaper shaper{};
+    wyk_hal_port_shaper_removal removal{};
+    wyk_hal_policy_response response{};
+    wyk_hal_tm_info info{};
+    EXPECT_EQ(wyk_hal_wrapper_engine_op(WYK_HAL_PORT_SHAPER_CONFIGURE, &shaper, &response), 0u);
+    EXPECT_EQ(wyk_hal_wrapper_engine_op(WYK_HAL_PORT_SHAPER_REMOVE, &removal, &response), 0u);
+    EXPECT_EQ(wyk_hal_wrapper_engine_op(WYK_HAL_TM_INFO, nullptr, &info), 0u);
+    for (const u32 type : {1u, 2u, 3u, 6u, 7u, 8u, 11u, 21u, 0xFFFFFFFFu}) {
+        EXPECT_EQ(wyk_hal_wrapper_engine_op(type, nullptr, nullptr), 22u) << type;
+    }
+}
+
+TEST_F(TrafficManagerTest, NullBlocksAreRefusedByEveryOperation) {
+    u8 block[8192] = {};
+    u32 status = 7;
+    EXPECT_EQ(wyk_hal_wrapper_config_policy_in_tm(nullptr, block), CARD_ERROR_NULL_POINTER);
+    EXPECT_EQ(wyk_hal_wrapper_config_policy_in_tm(block, nullptr, 1), CARD_ERROR_NULL_POINTER);
+    EXPECT_EQ(wyk_hal_wrapper_get_result(nullptr, block), CARD_ERROR_NULL_POINTER);
+    EXPECT_EQ(wyk_hal_wrapper_get_result(block, nullptr), CARD_ERROR_NULL_POINTER);
+    EXPECT_EQ(wyk_hal_wrapper_get_stats(nullptr, block), CARD_ERROR_NULL_POINTER);
+    EXPECT_EQ(wyk_hal_wrapper_get_stats(block, nullptr), CARD_ERROR_NULL_POINTER);
+    EXPECT_EQ(wyk_hal_wrapper_get_queue_depth(nullptr, block), CARD_ERROR_NULL_POINTER);
+    EXPECT_EQ(wyk_hal_wrapper_get_queue_depth(block, nullptr), CARD_ERROR_NULL_POINTER);
+    EXPECT_EQ(wyk_hal_wrapper_get_config(nullptr, block), CARD_ERROR_NULL_POINTER);
+    EXPECT_EQ(wyk_hal_wrapper_get_config(block, nullptr), CARD_ERROR_NULL_POINTER);
+    EXPECT_EQ(wyk_hal_wrapper_deallocate_nodes(nullptr, &status), CARD_ERROR_NULL_POINTER);
+    EXPECT_EQ(wyk_hal_wrapper_deallocate_nodes(block, nullptr), CARD_ERROR_NULL_POINTER);
+    for (const u32 type : {0u, 4u, 5u, 10u}) {
+        EXPECT_EQ(wyk_hal_wrapper_engine_op(type, nullptr, block), CARD_ERROR_NULL_POINTER) << type;
+    }
+    for (const u32 type : {0u, 4u, 5u, 9u}) {
+        EXPECT_EQ(wyk_hal_wrapper_engine_op(type, block, nullptr), CARD_ERROR_NULL_POINTER) << type;
+    }
+}
+
+}  // namespace
+}  // namespace sim

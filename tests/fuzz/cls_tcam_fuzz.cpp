@@ -1,7 +1,0 @@
-// libFuzzer target: arbitrary bytes as TCAM requests.
-#include "cls_feed.h"
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    feed_tcam(data, size);
-    return 0;
-}

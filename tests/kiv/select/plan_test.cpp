@@ -1,0 +1,111 @@
+// Plan files, suggestions, and the event stream that --rerun-failed reads.
+#include "kiv/select/plan.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "kiv/select/nearest.h"
+#include "kiv/select/rerun.h"
+#include "tests/kiv/process.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+class PlanTest : public testing::Test {
+  protected:
+    bool read(const std::string &text) {
+        selectors_.clear();
+        error_.clear();
+        return kiv::read_plan(directory_.write("plan", text), &selectors_, &error_);
+    }
+    std::vector<std::string> texts() const {
+        std::vector<std::string> texts;
+        for (const kiv::Selector &selector : selectors_)
+            texts.push_back((selector.excludes ? "-" : "") + selector.text + "@" +
+                            std::to_string(selector.line));
+        return texts;
+    }
+    kiv_test::TemporaryDirectory directory_;
+    std::vector<kiv::Selector> selectors_;
+    std::string error_;
+};
+
+TEST_F(PlanTest, OneSelectorALineWithComments) {
+    ASSERT_TRUE(read("# nightly\n\nacl\n  qos/stats_create   # first\r\n-qos/neg_*\nf/case#2\n\tlast"));
+    EXPECT_THAT(texts(), ElementsAre("acl@3", "qos/stats_create@4", "-qos/neg_*@5", "f/case#2@6", "last@7"));
+}
+
+TEST_F(PlanTest, EmptyPlanHasNoSelectors) {
+    ASSERT_TRUE(read(""));
+    EXPECT_TRUE(selectors_.empty());
+}
+
+TEST_F(PlanTest, TwoWordsOnALineAreAMistake) {
+    EXPECT_FALSE(read("acl\nqos span\n"));
+    EXPECT_THAT(error_, testing::EndsWith("plan:2: one selector a line, not \"qos span\""));
+}
+
+TEST_F(PlanTest, BinaryFileIsNoPlan) {
+    EXPECT_FALSE(
+        read(std::string("\x7f"
+                         "ELF\x02\x01\0\0",
+                         8)));
+    EXPECT_THAT(error_, HasSubstr("plan:1: a control character"));
+}
+
+TEST_F(PlanTest, MissingFileIsNamed) {
+    EXPECT_FALSE(kiv::read_plan("/nowhere/plan", &selectors_, &error_));
+    EXPECT_EQ(error_, "/nowhere/plan: No such file or directory");
+}
+
+TEST(Nearest, CountsInsertedRemovedReplacedAndSwapped) {
+    EXPECT_EQ(kiv::edit_distance("create", "create", 9), 0u);
+    EXPECT_EQ(kiv::edit_distance("create", "craete", 9), 1u);
+    EXPECT_EQ(kiv::edit_distance("create", "crete", 9), 1u);
+    EXPECT_EQ(kiv::edit_distance("create", "xcreatx", 9), 2u);
+    EXPECT_EQ(kiv::edit_distance("", "abc", 9), 3u);
+    EXPECT_EQ(kiv::edit_distance("abcdef", "ghijkl", 4), 4u);
+}
+
+TEST(Nearest, NamesTheBestFirstAndOnlyNearOnes) {
+    kiv::Nearest nearest("destroyd");
+    for (const char *name : {"create", "destroy", "destroyed", "insert"}) nearest.offer(name);
+    EXPECT_THAT(nearest.names(), ElementsAre("destroy", "destroyed"));
+    EXPECT_EQ(nearest.question(), "; did you mean destroy or destroyed?");
+}
+
+class RerunTest : public PlanTest {
+  protected:
+    bool rerun(const std::string &text) {
+        selectors_.clear();
+        return kiv::read_failed(directory_.write("run.json", text), &selectors_, &error_);
+    }
+};
+
+constexpr const char *kStart = "{\"Action\":\"start\"}\n";
+
+TEST_F(RerunTest, TakesWhatDidNotPassByItsLastResult) {
+    ASSERT_TRUE(rerun(std::string(kStart) + "{\"Action\":\"pass\",\"Package\":\"f\",\"Test\":\"a\"}\n"
+                                            "   \n"
+                                            "{\"Action\":\"fail\",\"Package\":\"f\",\"Test\":\"b\"}\n"
+                                            "{\"Action\":\"fail\",\"Package\":\"f\",\"Test\":\"c\"}\n"
+                                            "{\"Action\":\"skip\",\"Package\":\"f/g\",\"Test\":\"d#2\"}\n"
+                                            "{\"Action\":\"pass\",\"Package\":\"f\",\"Test\":\"c\"}\n"));
+    EXPECT_THAT(texts(), ElementsAre("f/b@0", "f/g/d#2@0"));
+}
+
+TEST_F(RerunTest, StreamThatWasCutOffIsReadUpToThere) {
+    ASSERT_TRUE(
+        rerun(std::string(kStart) + "{\"Action\":\"fail\",\"Package\":\"f\",\"Test\":\"b\"}\n{\"Acti"));
+    EXPECT_THAT(texts(), ElementsAre("f/b@0"));
+}
+
+TEST_F(RerunTest, OtherFilesAreNoEventStream) {
+    EXPECT_FALSE(rerun("acl\nqos\n"));
+    EXPECT_THAT(error_, HasSubstr("run.json:1: no event of a run"));
+    EXPECT_FALSE(rerun(""));
+}
+
+}  // namespace

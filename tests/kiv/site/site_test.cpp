@@ -1,0 +1,183 @@
+// Sites: which files a case gets, and how they come into the flash; the flash's paths.
+#include "kiv/site/site.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+
+#include "kiv/site/flash.h"
+#include "tests/kiv/process.h"
+#include "tests/kiv/suite.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::IsEmpty;
+
+class SiteTest : public testing::Test {
+  protected:
+    SiteTest() {
+        kiv_folder *span = suite_.folder("span");
+        kiv_folder *port = suite_.folder("port", span);
+        suite_.test(span, "plain");
+        suite_.test(port, "add");
+        suite_.test(port, "add");
+        suite_.context();
+    }
+    std::string input(kiv::Site &site, uint32_t index, size_t file = 0) {
+        const std::string path = site.case_files(suite_.context().cases[index]).inputs[file];
+        return path.empty() ? path : path.substr(directory_.path().size() + 1);
+    }
+    std::string standard_input(kiv::Site &site, uint32_t index) {
+        const std::string path = site.case_files(suite_.context().cases[index]).standard_input;
+        return path.empty() ? path : path.substr(directory_.path().size() + 1);
+    }
+
+    kiv_test::TemporaryDirectory directory_;
+    kiv_test::Suite suite_;
+};
+
+TEST_F(SiteTest, MostSpecificFileOfEachKindCounts) {
+    directory_.write("disk0/kiv_input_file", "all");
+    directory_.write("disk0/kiv_tcs_input_file", "all");
+    directory_.write("cases/span/kiv_input_file", "span");
+    directory_.write("cases/span/port/kiv_input_file", "port");
+    directory_.write("cases/span/port/add/kiv_tcs_input_file", "add");
+    kiv::Site site(directory_.path());
+    EXPECT_EQ(input(site, 0), "cases/span/kiv_input_file");
+    EXPECT_EQ(input(site, 0, 1), "disk0/kiv_tcs_input_file");
+    EXPECT_EQ(input(site, 1), "cases/span/port/kiv_input_file");
+    EXPECT_EQ(input(site, 1, 1), "cases/span/port/add/kiv_tcs_input_file");
+}
+
+TEST_F(SiteTest, RepeatedCaseHasItsOwnDirectoryOrThatOfItsName) {
+    directory_.write("cases/span/port/add/stdin", "1\n");
+    directory_.write("cases/span/port/add/kiv_input_file", "x");
+    directory_.write("cases/span/port/add#2/stdin", "2\n");
+    kiv::Site site(directory_.path());
+    EXPECT_EQ(standard_input(site, 1), "cases/span/port/add/stdin");
+    EXPECT_EQ(standard_input(site, 2), "cases/span/port/add#2/stdin");
+    EXPECT_EQ(input(site, 2), "cases/span/port/add/kiv_input_file");
+    EXPECT_EQ(standard_input(site, 0), "");
+}
+
+TEST_F(SiteTest, SiteWithoutFilesHasNone) {
+    kiv::Site site(directory_.path());
+    EXPECT_EQ(input(site, 1), "");
+    EXPECT_EQ(site.plan(), "");
+}
+
+TEST_F(SiteTest, DirectoriesOfNoCaseAreStrangers) {
+    directory_.write("cases/span/prot/stdin", "");
+    directory_.write("cases/span/port/add/stdin", "");
+    EXPECT_THAT(kiv::Site(directory_.path()).strangers(suite_.context()), ElementsAre("span/prot"));
+}
+
+class StagerTest : public testing::Test {
+  protected:
+    kiv::CaseFiles files(const std::string &input) {
+        kiv::CaseFiles files;
+        if (!input.empty()) files.inputs[0] = directory_.write("site/" + input, input);
+        return files;
+    }
+    std::string staged() { return kiv_test::read_text(directory_.file("flash/kiv_input_file")); }
+
+    kiv_test::TemporaryDirectory directory_;
+    uint32_t mask_ = 0;
+    std::string error_;
+};
+
+TEST_F(StagerTest, FileIsCopiedWhenItDiffersAndRemovedWhenThereIsNone) {
+    directory_.write("flash/other", "");
+    kiv::Stager stager(directory_.file("flash"), &mask_);
+    ASSERT_TRUE(stager.stage(files("one"), &error_)) << error_;
+    EXPECT_EQ(staged(), "one");
+    struct stat before, after;
+    stat(directory_.file("flash/kiv_input_file").c_str(), &before);
+    ASSERT_TRUE(stager.stage(files("one"), &error_));
+    stat(directory_.file("flash/kiv_input_file").c_str(), &after);
+    EXPECT_EQ(before.st_mtim.tv_nsec, after.st_mtim.tv_nsec);
+    ASSERT_TRUE(stager.stage(files("two"), &error_));
+    EXPECT_EQ(staged(), "two");
+    ASSERT_TRUE(stager.stage(files(""), &error_));
+    EXPECT_EQ(staged(), "");
+    EXPECT_NE(stat(directory_.file("flash/kiv_input_file").c_str(), &after), 0);
+}
+
+TEST_F(StagerTest, FileOfTheUsersOwnStays) {
+    directory_.write("flash/kiv_input_file", "mine");
+    kiv::Stager stager(directory_.file("flash"), &mask_);
+    ASSERT_TRUE(stager.stage(files(""), &error_));
+    EXPECT_EQ(staged(), "mine");
+}
+
+TEST_F(StagerTest, NextWorkerKnowsWhatTheLastOneStaged) {
+    directory_.write("flash/other", "");
+    ASSERT_TRUE(kiv::Stager(directory_.file("flash"), &mask_).stage(files("one"), &error_));
+    ASSERT_TRUE(kiv::Stager(directory_.file("flash"), &mask_).stage(files(""), &error_));
+    EXPECT_EQ(staged(), "");
+}
+
+TEST_F(StagerTest, FlashThatCannotBeWrittenIsNamed) {
+    kiv::Stager stager("/nowhere/flash", &mask_);
+    EXPECT_FALSE(stager.stage(files("one"), &error_));
+    EXPECT_EQ(error_, "/nowhere/flash/kiv_input_file: No such file or directory");
+}
+
+TEST(FindSite, OptionBeatsVariableAndMustExist) {
+    kiv_test::TemporaryDirectory directory;
+    std::string site, error;
+    setenv("KIV_SITE", "/nowhere", 1);
+    EXPECT_TRUE(kiv::find_site(directory.path(), false, &site, &error));
+    EXPECT_EQ(site, directory.path());
+    EXPECT_FALSE(kiv::find_site("", false, &site, &error));
+    EXPECT_EQ(error, "KIV_SITE: /nowhere is not a directory");
+    EXPECT_FALSE(kiv::find_site("/nowhere/else", false, &site, &error));
+    EXPECT_EQ(error, "--site: /nowhere/else is not a directory");
+    EXPECT_TRUE(kiv::find_site("/nowhere/else", true, &site, &error));
+    EXPECT_EQ(site, "");
+    setenv("KIV_SITE", "", 1);
+    EXPECT_TRUE(kiv::find_site("", false, &site, &error));
+    EXPECT_EQ(site, "");
+    unsetenv("KIV_SITE");
+    kiv::set_default_sites({"/nowhere", directory.path()});
+    EXPECT_TRUE(kiv::find_site("", false, &site, &error));
+    EXPECT_EQ(site, directory.path());
+    kiv::set_default_sites({});
+}
+
+TEST(Flash, PathsBelowTheFlashAreMappedAndStayThere) {
+    bool good;
+    EXPECT_EQ(kiv::flash_path("/disk0:/a", &good), "/disk0:/a");
+    kiv::map_flash("/tmp/flash");
+    EXPECT_EQ(kiv::flash_path("/disk0:/kiv_input_file", &good), "/tmp/flash/kiv_input_file");
+    EXPECT_TRUE(good);
+    EXPECT_EQ(kiv::flash_path("/disk0:/a/../b", &good), "/tmp/flash/a/../b");
+    EXPECT_TRUE(good);
+    for (const char *path : {"/disk0:/..", "/disk0:/../x", "/disk0:/a/../../x", "/disk0:/a/./../../a"}) {
+        kiv::flash_path(path, &good);
+        EXPECT_FALSE(good) << path;
+    }
+    EXPECT_EQ(kiv::flash_path("/disk1:/a", &good), "/disk1:/a");
+    EXPECT_EQ(kiv::flash_path("relative", &good), "relative");
+    kiv::map_flash("");
+}
+
+TEST(Flash, FopenGoesThroughTheMapping) {
+    kiv_test::TemporaryDirectory directory;
+    directory.write("data", "here\n");
+    kiv::map_flash(directory.path());
+    FILE *file = fopen("/disk0:/data", "r");
+    ASSERT_NE(file, nullptr);
+    char line[16];
+    EXPECT_STREQ(fgets(line, sizeof line, file), "here\n");
+    fclose(file);
+    EXPECT_EQ(fopen("/disk0:/../data", "r"), nullptr);
+    EXPECT_EQ(errno, EACCES);
+    kiv::map_flash("");
+}
+
+}  // namespace
