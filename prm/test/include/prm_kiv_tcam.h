@@ -5,6 +5,7 @@
 
 #include "cerr.h"
 #include "kiv.h"
+#include "prm_kiv_check.h"
 #include "prm_types.h"
 #include "zor_vop_prm.h"
 #include "zor_vop_prm_tcam.h"
@@ -59,8 +60,9 @@ static inline prm_tcam_qos_result *prm_kiv_tcam_qos_result(const prm_info *info)
 u32 prm_kiv_tcam_address(const char *text);
 
 // Checks a status against PRM_ERROR_NONE.
-static inline int prm_kiv_check_none(prm_status_t status, const char *file, const char *function, int line) {
-    return kiv_jyx_check_cerrno_(status, PRM_ERROR_NONE, "PRM_ERROR_NONE", file, function, line);
+static inline int prm_kiv_check_none_here(prm_status_t status, const char *file, const char *function,
+                                          int here) {
+    return kiv_check_status_here(status, PRM_ERROR_NONE, "PRM_ERROR_NONE", file, function, here);
 }
 
 // --- Requests with something wrong -----------------------------------------------------------------------

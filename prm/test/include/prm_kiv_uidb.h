@@ -48,7 +48,7 @@ void prm_kiv_uidb_fill(uidb_feature *feature, u16 qualifier, u32 feature_id, u32
 
 // Sends a one-feature IP MTU message: the frame of the four MTU cases. Checks under the case's name, prints
 // `success_line`, aborts when the message cannot be allocated. Returns the check's result.
-int prm_kiv_uidb_set_ip_mtu(u32 if_handle, u32 mtu, const char *file, const char *function, int check_line,
+int prm_kiv_uidb_set_ip_mtu(u32 if_handle, u32 mtu, const char *file, const char *function, int here,
                             const char *success_line);
 
 #endif

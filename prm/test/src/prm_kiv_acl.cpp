@@ -22,7 +22,7 @@ static prm_status_t acl_stats_create(prm_info *info, int *result) {
         kiv_printf("Failure in tc_kiv_acl_stats_create. rc = %s\n", cerr_strerror(rc));
     else
         kiv_printf("Success in ACL Stats Create %d \n", info->stats_id);
-    *result = prm_kiv_check_none(rc, kFile, "tc_kiv_acl_stats_create", __LINE__);
+    *result = prm_kiv_check_none_here(rc, kFile, "tc_kiv_acl_stats_create", __LINE__);
     return rc;
 }
 
@@ -38,7 +38,7 @@ static void acl_stats_destroy(u64 vmr_id, u32 stats_id, int *result) {
         kiv_printf("Failure in tc_kiv_acl_stats_destroy. rc = 0x%x\n", rc);
     else
         kiv_printf("Success in ACL Stats Destroy \n");
-    *result = prm_kiv_check_none(rc, kFile, "tc_kiv_acl_stats_destroy", __LINE__);
+    *result = prm_kiv_check_none_here(rc, kFile, "tc_kiv_acl_stats_destroy", __LINE__);
 }
 
 // What every entry has: the class, the addresses to the last bit, the statistics id.
@@ -71,7 +71,7 @@ static prm_status_t acl_create(prm_info *info, int *result) {
         kiv_printf("Failure in tc_kiv_acl_tcam_create. rc = 0x%x\n", rc);
     else
         kiv_printf("Success in ACL Create \n");
-    *result = prm_kiv_check_none(rc, kFile, "tc_kiv_tcam_create", __LINE__);
+    *result = prm_kiv_check_none_here(rc, kFile, "tc_kiv_tcam_create", __LINE__);
     return rc;
 }
 
@@ -87,7 +87,7 @@ static prm_status_t acl_insert(u64 vmr_id, u32 fea_id, u32 stats_id, int *result
         kiv_printf("Failure in tc_kiv_acl_tcam_insert. rc = 0x%x\n", rc);
     else
         kiv_printf("Success in ACL Insert \n");
-    *result = prm_kiv_check_none(rc, kFile, "tc_kiv_acl_tcam_insert", __LINE__);
+    *result = prm_kiv_check_none_here(rc, kFile, "tc_kiv_acl_tcam_insert", __LINE__);
     free_vmr(&info);
     return rc;
 }
@@ -101,7 +101,7 @@ static void acl_delete(u64 vmr_id, u32 fea_id, int *result) {
         kiv_printf("Failure in tc_kiv_acl_tcam_delete. rc = 0x%x\n", rc);
     else
         kiv_printf("Success in ACL Delete \n");
-    *result = prm_kiv_check_none(rc, kFile, "tc_kiv_acl_tcam_delete", __LINE__);
+    *result = prm_kiv_check_none_here(rc, kFile, "tc_kiv_acl_tcam_delete", __LINE__);
 }
 
 static void acl_destroy(u64 vmr_id, u32 fea_id, int *result) {
@@ -112,7 +112,7 @@ static void acl_destroy(u64 vmr_id, u32 fea_id, int *result) {
         kiv_printf("Failure in tc_kiv_acl_tcam_destroy. rc = 0x%x\n", rc);
     else
         kiv_printf("Success in ACL Destroy \n");
-    *result = prm_kiv_check_none(rc, kFile, "tc_kiv_acl_tcam_destroy", __LINE__);
+    *result = prm_kiv_check_none_here(rc, kFile, "tc_kiv_acl_tcam_destroy", __LINE__);
 }
 
 // --- Positive cases --------------------------------------------------------------------------------------

@@ -68,7 +68,7 @@ prm_status_t prm_kiv_util_bvi_interface_feature_set(int which) {
     message_t *const message = static_cast<message_t *>(calloc(1, sizeof(message_t)));
     if (message == nullptr) {
         kiv_printf("Malloc Failed for uidb_client_data \n");
-        kiv_fail_without_memory(kFile, "prm_kiv_util_bvi_interface_feature_set", 194);
+        kiv_fail_without_memory_fixed(kFile, "prm_kiv_util_bvi_interface_feature_set", 194);
     }
     message->head.if_handle = bvi_ifh;
     message->head.nr_features = 2;
@@ -84,7 +84,7 @@ prm_status_t prm_kiv_util_bvi_interface_feature_set(int which) {
         kiv_printf("\nuidb_set_feature failed\n");
         return rc;
     }
-    kiv_check_success(CERR_SUCCESS, kFile, "prm_kiv_util_bvi_interface_feature_set", 230);
+    kiv_check_success_fixed(CERR_SUCCESS, kFile, "prm_kiv_util_bvi_interface_feature_set", 230);
     kiv_printf("BVI MAC handling Succesfull\n");
     return rc;
 }
@@ -239,7 +239,7 @@ template <size_t N>
 static int run_steps(const bvi_step (&steps)[N], const char *function, int line) {
     for (const bvi_step &step : steps)
         if (told(step.run(), step.failure) != CERR_SUCCESS) return 0;
-    return kiv_check_success(CERR_SUCCESS, kFile, function, line);
+    return kiv_check_success_fixed(CERR_SUCCESS, kFile, function, line);
 }
 
 int tc_kiv_bvI_with_ac_main_port_in_bd_bvi_bind_first(void) {

@@ -76,7 +76,7 @@ static int send_entry(void (*fill)(prm_nr_ldi *), prm_status_t (*send)(prm_handl
     prm_nr_ldi entry;
     fill(&entry);
     const prm_status_t rc = send(prm_async_handle, &entry);
-    const int result = kiv_check_success(rc, kFile, function, line);
+    const int result = kiv_check_success_fixed(rc, kFile, function, line);
     kiv_printf("NR_LDI_ADD API call is sucessfull\n");
     return result;
 }
@@ -104,7 +104,7 @@ int tc_kiv_nr_ldi_buddy_reserve(void) {
     request.count = kReserveCount;
     kiv_printf("Call NR_LDI_BUDDY_RESERVE\n");
     const prm_status_t rc = kiv_util_nr_ldi_buddy_reserve(nullptr, &request);
-    const int result = kiv_check_success(rc, kFile, "tc_kiv_nr_ldi_buddy_reserve", 47);
+    const int result = kiv_check_success_fixed(rc, kFile, "tc_kiv_nr_ldi_buddy_reserve", 47);
     kiv_printf("Call NR_LDI_BUDDY_RESERVE sucessfull\n");
     return result;
 }

@@ -35,18 +35,18 @@ static int run_sp_queue(int mode, u32 port, const sp_texts *texts, const char *f
     prm_status_t rc = tc_kiv_qos_sp_queue_create(mode, port);
     if (rc != PRM_ERROR_NONE) {
         kiv_printf("%s", texts->create_failure);
-        prm_kiv_check_none(rc, kFile, function, __LINE__);
-        prm_kiv_check_none(PRM_ERROR_NONE, kFile, function, __LINE__);  // of the verification skipped
+        prm_kiv_check_none_here(rc, kFile, function, __LINE__);
+        prm_kiv_check_none_here(PRM_ERROR_NONE, kFile, function, __LINE__);  // of the verification skipped
     } else {
         kiv_printf("%s", texts->create_success);
         const prm_status_t verified = tc_kiv_qos_sp_queue_verify(port);
         kiv_printf("%s", verified == PRM_ERROR_NONE ? texts->verify_success : texts->verify_failure);
-        prm_kiv_check_none(rc, kFile, function, __LINE__);
-        prm_kiv_check_none(verified, kFile, function, __LINE__);
+        prm_kiv_check_none_here(rc, kFile, function, __LINE__);
+        prm_kiv_check_none_here(verified, kFile, function, __LINE__);
         rc = tc_kiv_qos_sp_queue_delete(port);
         if (rc == PRM_ERROR_NONE) kiv_printf("%s", texts->delete_success);
     }
-    const int result = prm_kiv_check_none(rc, kFile, function, __LINE__);
+    const int result = prm_kiv_check_none_here(rc, kFile, function, __LINE__);
     prm_kiv_qos_release_tm_config();
     return result;
 }
@@ -98,15 +98,15 @@ int tc_kiv_qos_egr_scale_sp_queue(void) {
         } else {
             kiv_printf("Failure in Creating Strict Priority Queue on %d port\n", port);
         }
-        prm_kiv_check_none(rc, kFile, __func__, __LINE__);
-        result = prm_kiv_check_none(verified, kFile, __func__, __LINE__);
+        prm_kiv_check_none_here(rc, kFile, __func__, __LINE__);
+        result = prm_kiv_check_none_here(verified, kFile, __func__, __LINE__);
         prm_kiv_qos_release_tm_config();
     }
     for (u32 port = 1; port < ports; ++port) {
         if (!created[port]) continue;
         const prm_status_t rc = tc_kiv_qos_sp_queue_delete(port);
         if (rc == PRM_ERROR_NONE) kiv_printf("Success in Deleting Strict Pri Queue on %d port\n", port);
-        result = prm_kiv_check_none(rc, kFile, __func__, __LINE__);
+        result = prm_kiv_check_none_here(rc, kFile, __func__, __LINE__);
     }
     return result;
 }
@@ -125,7 +125,7 @@ static int judge(const verdict *v, prm_status_t rc, const char *function) {
         kiv_printf("%s", v->success);
     else
         kiv_printf(v->failure, rc);
-    return kiv_jyx_check_cerrno_(rc, v->expected, v->expected_name, kFile, function, __LINE__);
+    return kiv_check_status_here(rc, v->expected, v->expected_name, kFile, function, __LINE__);
 }
 
 int tc_kiv_qos_egr_deallocate_fp_q(void) {

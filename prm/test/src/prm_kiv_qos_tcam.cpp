@@ -18,7 +18,7 @@ static void qos_tcam_destroy(u64 vmr_id, int *result) {
         kiv_printf("Failure in tc_kiv_qos_tcam_destroy. rc = 0x%x\n", rc);
     else
         kiv_printf("Success in QoS TCAM Destroy \n");
-    *result = prm_kiv_check_none(rc, kFile, "tc_kiv_qos_tcam_destroy", __LINE__);
+    *result = prm_kiv_check_none_here(rc, kFile, "tc_kiv_qos_tcam_destroy", __LINE__);
 }
 
 // --- Positive cases: what an entry matches on ------------------------------------------------------------
@@ -195,11 +195,11 @@ static int run_positive(const positive_case *c) {
     const prm_status_t rc = zor_vop_prm_tcam_vmr_create(prm_async_handle, &info);
     if (rc != PRM_ERROR_NONE) {
         kiv_printf(c->failure, rc);
-        result = prm_kiv_check_none(rc, kFile, c->function, __LINE__);
+        result = prm_kiv_check_none_here(rc, kFile, c->function, __LINE__);
     } else {
         kiv_printf("%s", c->success);
         tc_kiv_tcam_verify(&info);
-        result = prm_kiv_check_none(rc, kFile, c->function, __LINE__);
+        result = prm_kiv_check_none_here(rc, kFile, c->function, __LINE__);
         qos_tcam_destroy(info.vmr_id, &result);
         prm_kiv_qos_tm_destroy(1, ids, policer, &result);
     }

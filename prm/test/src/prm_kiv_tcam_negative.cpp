@@ -67,7 +67,7 @@ int prm_kiv_tcam_judge(const prm_kiv_tcam_verdict *verdict, prm_status_t rc) {
         kiv_printf(verdict->failure, rc);
     const char *const expected_name =
         verdict->expected == PRM_ERROR_INVALID_MSG ? "PRM_ERROR_INVALID_MSG" : "PRM_ERROR_INVALID_ARG";
-    return kiv_jyx_check_cerrno_(rc, verdict->expected, expected_name, verdict->file, verdict->function,
+    return kiv_check_status_here(rc, verdict->expected, expected_name, verdict->file, verdict->function,
                                  __LINE__);
 }
 
