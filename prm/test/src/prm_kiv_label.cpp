@@ -95,7 +95,7 @@ static int check_here(prm_status_t rc, const char *function, int here) {
 }
 
 // Reserves a next hop, told as `name`: the index stays as it was when there is none to have.
-static void reserve_next_hop(const char *name, u32 *nh) {
+static void reserve_chain_next_hop(const char *name, u32 *nh) {
     const prm_status_t rc = kiv_util_tx_adj_buddy_reserve(1, nh);
     if (rc != CERR_SUCCESS)
         kiv_printf("ERROR: Buddy Reserve failed. rc = 0x%x ", rc);
@@ -195,7 +195,7 @@ static void fill_swap_block(prm_nr_ldi_path_block *block, u32 nh, u32 mpls_nh) {
 static int create_pop(label_chain *chain, u32 eos, int modify, const char *function) {
     chain->ldi_ptr = 0;
     chain->nh = 0;
-    reserve_next_hop("Index", &chain->nh);
+    reserve_chain_next_hop("Index", &chain->nh);
     add_adjacency(PRM_KIV_TX_ADJ_NORMAL, chain->nh, 0);
 
     kiv_printf("Call NR_LDI_BUDDY_RESERVE\n");
@@ -212,8 +212,8 @@ static int create_pop(label_chain *chain, u32 eos, int modify, const char *funct
 
 // Builds the swap chain; the result of its last check.
 static int create_swap(label_chain *chain, u32 eos, int modify, const char *function) {
-    reserve_next_hop("Index", &chain->nh);
-    reserve_next_hop("Index", &chain->mpls_nh);
+    reserve_chain_next_hop("Index", &chain->nh);
+    reserve_chain_next_hop("Index", &chain->mpls_nh);
     add_adjacency(PRM_KIV_TX_ADJ_NORMAL, chain->nh, 0);
     add_adjacency(PRM_KIV_TX_ADJ_MPLS, chain->nh, chain->mpls_nh);
 
@@ -316,7 +316,7 @@ int tc_mpls_fwding_chain_create_pop_to_swap(void) {
     const int result = create_pop(&chain, 1, kAdd, "tc_mpls_fwding_chain_create_pop_to_swap");
     kiv_printf("SUCCESS: call create_pop nh_idx: 0x%x leaf_hw_idx: 0x%x ldi_ptr: 0x%x", chain.nh,
                chain.leaf_index, chain.ldi_ptr);
-    reserve_next_hop("MPLS Index", &chain.mpls_nh);
+    reserve_chain_next_hop("MPLS Index", &chain.mpls_nh);
     add_adjacency(PRM_KIV_TX_ADJ_MPLS, chain.nh, chain.mpls_nh);
     modify_pop_label(&chain);
     return result;

@@ -22,7 +22,7 @@ prm_status_t kiv_util_vop_prm_srh_ip_leaf_reserve(u32 owner, u32 count) {
 }
 
 // Clears a leaf request and fills what all of them carry.
-static void fill_request(zor_leaf_request *request, u32 owner, u32 vrf, u32 prefix_length, u32 item) {
+static void fill_leaf_request(zor_leaf_request *request, u32 owner, u32 vrf, u32 prefix_length, u32 item) {
     memset(request, 0, sizeof *request);
     request->owner = owner;
     request->vrf_id = vrf;
@@ -35,14 +35,14 @@ static void fill_request(zor_leaf_request *request, u32 owner, u32 vrf, u32 pref
 }
 
 static void fill_ipv4_request(zor_leaf_request *request, u32 owner, u32 address, u32 prefix_length, u16 vrf) {
-    fill_request(request, owner, vrf, prefix_length, ZOR_LEAF_ITEM);
+    fill_leaf_request(request, owner, vrf, prefix_length, ZOR_LEAF_ITEM);
     request->key_len = ZOR_LEAF_IPV4_KEY_LEN;
     request->ipv4.address = address;
     request->ipv4.vrf = vrf;
 }
 
 static void fill_ipv6_request(zor_leaf_request *request, u32 owner, const zor_ipv6_prefix *prefix, u32 item) {
-    fill_request(request, owner, prefix->vrf, prefix->length, item);
+    fill_leaf_request(request, owner, prefix->vrf, prefix->length, item);
     request->key_len = ZOR_LEAF_IPV6_KEY_LEN;
     memcpy(request->ipv6, prefix->address, sizeof request->ipv6);
     request->payload.v6_prefix_len = prefix->length;
