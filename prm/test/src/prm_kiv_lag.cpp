@@ -54,14 +54,12 @@ prm_status_t kiv_util_lag_member_cfg(u32 np_port, u32 lag, int configure) {
 // --- Main interface ---
 
 static prm_status_t create_bundle_interface(u32 bundle_ifh) {
-    uidb_create_msg *const message = static_cast<uidb_create_msg *>(calloc(1, sizeof(uidb_create_msg)));
+    uidb_create_msg *const message =
+        prm_kiv_uidb_new<uidb_create_msg>(bundle_ifh, 0, UIDB_IFTYPE_BUNDLE_MAIN, 0);
     if (message == nullptr) {
         kiv_printf("Could not allocate uidb_create_msg\n");
         return PRM_KIV_NO_MEMORY_STATUS;
     }
-    message->if_handle = bundle_ifh;
-    message->iftype = UIDB_IFTYPE_BUNDLE_MAIN;
-
     kiv_printf("if_handle = 0x%X\n iftype = %d \n", bundle_ifh, UIDB_IFTYPE_BUNDLE_MAIN);
     kiv_printf("Calling uidb_create_single_interface\n");
     const prm_status_t rc = uidb_create_interface_batch(UIDB_CLIENT_COOKIE, message, 1);
@@ -71,15 +69,11 @@ static prm_status_t create_bundle_interface(u32 bundle_ifh) {
 
 // Tells the bundle interface its layer and its bundle id.
 static void set_bundle_features(u32 lag, u32 bundle_ifh, u32 l2_flag) {
-    typedef uidb_client_data_of<2> message_t;
-    message_t *const message = static_cast<message_t *>(calloc(1, sizeof(message_t)));
+    auto *const message = prm_kiv_uidb_new<uidb_client_data_of<2>>(bundle_ifh);
     if (message == nullptr) {
         kiv_printf("Malloc Failed for uidb_client_data \n");
         kiv_fail_without_memory_here(kFile, "kiv_util_cfg_bdl_main_if", __LINE__);
     }
-    message->head.if_handle = bundle_ifh;
-    message->head.nr_features = 2;
-    message->head.features_len = sizeof message->features;
     prm_kiv_uidb_fill(&message->features[0], 0, UIDB_FEATURE_L2, l2_flag);
     prm_kiv_uidb_fill(&message->features[1], 0, UIDB_FEATURE_LAG_ID, lag);
 
@@ -229,20 +223,17 @@ static int set_member_port(u32 add, const char *function, int here) {
     kiv_util_read_np_ports();
     kiv_util_read_bdl_subif_params();
 
-    typedef uidb_feature_batch_of<kBundleSubInterfaces> batch_t;
-    batch_t *const batch = static_cast<batch_t *>(calloc(1, sizeof(batch_t)));
+    auto *const batch = prm_kiv_uidb_new<uidb_feature_batch_of<kBundleSubInterfaces>>();
     if (batch == nullptr) {
         kiv_printf("%s %d Memory allocation failed\n", function, here);
         kiv_fail_without_memory_here(kFile, function, here);
     }
-    batch->head.nr_entries = kBundleSubInterfaces;
-    batch->head.entries_len = sizeof batch->entries;
     for (int i = 0; i < kBundleSubInterfaces; ++i) {
-        batch->entries[i].if_handle = create_ifh[i];
-        uidb_feature *const feature = &batch->entries[i].feature;
-        prm_kiv_uidb_fill(feature, 0, UIDB_FEATURE_BUNDLE_SUBIF_PORT, port.number[1] & 0xFF);
-        feature->member_add = add;
-        feature->member_valid = 1;
+        uidb_batch_entry *const entry = &batch->entries[i];
+        prm_kiv_uidb_fill_entry(entry, create_ifh[i], 0, UIDB_FEATURE_BUNDLE_SUBIF_PORT,
+                                port.number[1] & 0xFF);
+        entry->feature.member_add = add;
+        entry->feature.member_valid = 1;
     }
 
     kiv_printf("Call UIDB Set feature batch\n");

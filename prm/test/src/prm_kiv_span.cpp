@@ -64,15 +64,11 @@ prm_status_t kiv_span_session_op(u32 session, u32 dest_port, u32 operation) {
 }
 
 prm_status_t kiv_span_src_set(u32 if_handle, u32 session, int direction, int add) {
-    typedef uidb_client_data_of<1> message_t;
-    message_t *const message = static_cast<message_t *>(calloc(1, sizeof(message_t)));
+    auto *const message = prm_kiv_uidb_new<uidb_client_data_of<1>>(if_handle);
     if (message == nullptr) {
         kiv_printf("Malloc Failed for uidb_client_data \n");
         return PRM_KIV_NO_MEMORY_STATUS;
     }
-    message->head.if_handle = if_handle;
-    message->head.nr_features = 1;
-    message->head.features_len = sizeof message->features;
     prm_kiv_uidb_fill(&message->features[0], static_cast<u16>(direction), UIDB_FEATURE_SPAN_SOURCE,
                       add != 0 ? session : session | KIV_SPAN_SOURCE_REMOVE);
 

@@ -29,19 +29,16 @@ static u32 allocate_statistics(u32 direction, int line) {
 
 // Sends where a new sub-interface belongs (`membership`: NP port or bundle) and its statistics pointers.
 static void set_membership_and_statistics(u32 sub_ifh, u32 membership, u32 number, u32 ingress, u32 egress) {
-    typedef uidb_feature_batch_of<3> batch_t;
-    batch_t *const batch = static_cast<batch_t *>(calloc(1, sizeof(batch_t)));
+    auto *const batch = prm_kiv_uidb_new<uidb_feature_batch_of<3>>();
     if (batch == nullptr) {
         kiv_printf("%s %d Memory allocation failed\n", "kiv_util_cfg_subif", 69);
         kiv_fail_without_memory_fixed(kFile, "kiv_util_cfg_subif", 70);
     }
-    batch->head.nr_entries = 3;
-    batch->head.entries_len = sizeof batch->entries;
-    for (uidb_batch_entry &entry : batch->entries) entry.if_handle = sub_ifh;
-    prm_kiv_uidb_fill(&batch->entries[0].feature, 0, membership, number & 0xFF);
-    prm_kiv_uidb_fill(&batch->entries[1].feature, UIDB_QUALIFIER_INGRESS, UIDB_FEATURE_STATS_POINTER,
-                      ingress);
-    prm_kiv_uidb_fill(&batch->entries[2].feature, UIDB_QUALIFIER_EGRESS, UIDB_FEATURE_STATS_POINTER, egress);
+    prm_kiv_uidb_fill_entry(&batch->entries[0], sub_ifh, 0, membership, number & 0xFF);
+    prm_kiv_uidb_fill_entry(&batch->entries[1], sub_ifh, UIDB_QUALIFIER_INGRESS, UIDB_FEATURE_STATS_POINTER,
+                            ingress);
+    prm_kiv_uidb_fill_entry(&batch->entries[2], sub_ifh, UIDB_QUALIFIER_EGRESS, UIDB_FEATURE_STATS_POINTER,
+                            egress);
 
     kiv_printf("Call UIDB Set feature batch\n");
     const prm_status_t rc = kiv_util_uidb_set_feature_batch(UIDB_CLIENT_COOKIE, &batch->head);
@@ -58,15 +55,11 @@ struct Lines {
 // Sends a sub-interface's layer-2 flag and encapsulation; the status of the call.
 static prm_status_t set_encapsulation(u32 sub_ifh, u32 outer_vlan, u32 inner_vlan, u32 outer_tpid,
                                       u32 l2_flag, u32 tags, const char *function, Lines lines) {
-    typedef uidb_client_data_of<5> message_t;
-    message_t *const message = static_cast<message_t *>(calloc(1, sizeof(message_t)));
+    auto *const message = prm_kiv_uidb_new<uidb_client_data_of<5>>(sub_ifh);
     if (message == nullptr) {
         kiv_printf("Malloc Failed for uidb_client_data \n");
         kiv_fail_without_memory_fixed(kFile, function, lines.no_memory);
     }
-    message->head.if_handle = sub_ifh;
-    message->head.nr_features = 5;
-    message->head.features_len = sizeof message->features;
     prm_kiv_uidb_fill(&message->features[0], 0, UIDB_FEATURE_L2, l2_flag);
     prm_kiv_uidb_fill(&message->features[1], 0, UIDB_FEATURE_OUTER_TPID, outer_tpid);
     prm_kiv_uidb_fill(&message->features[2], 0, UIDB_FEATURE_OUTER_VLAN, outer_vlan);
@@ -82,16 +75,12 @@ static prm_status_t set_encapsulation(u32 sub_ifh, u32 outer_vlan, u32 inner_vla
 
 // Enables IPv4 on a new layer-3 sub-interface; the status of the call.
 static prm_status_t enable_ipv4(u32 sub_ifh) {
-    typedef uidb_feature_batch_of<1> batch_t;
-    batch_t *const batch = static_cast<batch_t *>(calloc(1, sizeof(batch_t)));
+    auto *const batch = prm_kiv_uidb_new<uidb_feature_batch_of<1>>();
     if (batch == nullptr) {
         kiv_printf("%s %d Memory allocation failed\n", "kiv_util_cfg_subif", 191);
         kiv_fail_without_memory_fixed(kFile, "kiv_util_cfg_subif", 192);
     }
-    batch->head.nr_entries = 1;
-    batch->head.entries_len = sizeof batch->entries;
-    batch->entries[0].if_handle = sub_ifh;
-    prm_kiv_uidb_fill(&batch->entries[0].feature, 0, UIDB_FEATURE_IPV4_ENABLE, 1);
+    prm_kiv_uidb_fill_entry(&batch->entries[0], sub_ifh, 0, UIDB_FEATURE_IPV4_ENABLE, 1);
 
     kiv_printf("Call UIDB Set feature batch\n");
     const prm_status_t rc = kiv_util_uidb_set_feature_batch(UIDB_CLIENT_COOKIE, &batch->head);

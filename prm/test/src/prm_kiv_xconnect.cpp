@@ -93,15 +93,11 @@ prm_status_t kiv_util_add_subif_rewrite(u32 if_handle, u32 outer_vlan, u32 inner
                                         u8 rw_op, u32 rewrite_outer_vlan, u32 rewrite_inner_vlan,
                                         u32 rewrite_outer_tpid) {
     static const char kStep[] = "kiv_util_add_subif_rewrite";
-    typedef uidb_client_data_of<8> message_t;
-    message_t *const message = static_cast<message_t *>(calloc(1, sizeof(message_t)));
+    auto *const message = prm_kiv_uidb_new<uidb_client_data_of<8>>(if_handle);
     if (message == nullptr) {
         kiv_printf("Malloc Failed for uidb_client_data \n");
         kiv_fail_without_memory_fixed(kFile, kStep, 221);
     }
-    message->head.if_handle = if_handle;
-    message->head.nr_features = 8;
-    message->head.features_len = sizeof message->features;
     prm_kiv_uidb_fill(&message->features[0], 0, UIDB_FEATURE_L2, 1);
     prm_kiv_uidb_fill(&message->features[1], 0, UIDB_FEATURE_REWRITE_OUTER_TPID, rewrite_outer_tpid);
     prm_kiv_uidb_fill(&message->features[2], 0, UIDB_FEATURE_REWRITE_OUTER_VLAN, rewrite_outer_vlan);
