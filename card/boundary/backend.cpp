@@ -6,7 +6,7 @@
 #include <type_traits>
 
 #include "card/boundary/operation.h"
-#include "card/sim/codes.h"
+#include "card/codes.h"
 
 namespace card {
 namespace {
@@ -40,7 +40,7 @@ struct Unsupported<id, Result (*)(Arguments...)> {
 // Texts need no card.
 template <>
 struct Unsupported<OperationId::cerr_strerror, const char *(*)(u32)> {
-    static const char *call(u32 code) { return sim::code_text(code); }
+    static const char *call(u32 code) { return code_text(code); }
 };
 
 const Backend *chosen = &kNothingSupported;

@@ -4,7 +4,7 @@
 #include <bit>
 #include <cstring>
 
-#include "card/sim/card.h"
+#include "card/sim/backend.h"
 #include "prm_mgr.h"
 
 namespace sim {
