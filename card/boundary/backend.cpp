@@ -48,7 +48,7 @@ const Backend *chosen = &kNothingSupported;
 }  // namespace
 
 const Backend kNothingSupported = {
-#define OPERATION(family, result, name, parameters, arguments, record, direction, resource) \
+#define OPERATION(family, result, name, parameters, arguments, directions, ...) \
     .name = &Unsupported<OperationId::name, decltype(Backend::name)>::call,
 #include "card/operations.def"
 };

@@ -4,6 +4,7 @@
 
 #include <set>
 #include <string>
+#include <vector>
 
 #include "card/boundary/backend.h"
 #include "card/boundary/operation.h"
@@ -12,15 +13,46 @@
 namespace card {
 namespace {
 
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+std::vector<std::string> told(OperationId id) {
+    static constexpr const char *kDirections[] = {"", "in ", "out ", "inout "};
+    std::vector<std::string> parameters;
+    for (const Parameter &each : row(id).parameters) {
+        parameters.push_back(kDirections[static_cast<size_t>(each.direction)] + std::string(each.type) +
+                             " | " + std::string(each.name));
+    }
+    return parameters;
+}
+
 TEST(OperationTableTest, HasOneRowPerOperation) {
     std::set<std::string_view> names;
-    for (const OperationRow &row : kOperations) {
-        EXPECT_TRUE(names.insert(row.name).second) << row.name;
-        EXPECT_EQ(row.direction == Direction::NONE, row.record == "void" && row.family != "traffic_manager")
-            << row.name;
-    }
+    for (const OperationRow &row : kOperations) EXPECT_TRUE(names.insert(row.name).second) << row.name;
     EXPECT_EQ(kOperationCount, 78u);
-    EXPECT_EQ(row(OperationId::prm_srh_bd_add).record, "prm_bd_request");
+    EXPECT_EQ(row(OperationId::prm_srh_bd_add).name, "prm_srh_bd_add");
+    EXPECT_EQ(row(OperationId::prm_srh_bd_add).family, "l2");
+}
+
+TEST(OperationTableTest, TellsTypesNamesAndDirectionsOfParameters) {
+    EXPECT_THAT(told(OperationId::prm_srh_bd_add),
+                ElementsAre("prm_handle_t | client", "in prm_bd_request * | record"));
+    EXPECT_THAT(
+        told(OperationId::prm_mgr_open),
+        ElementsAre("prm_handle_t | manager", "u32 | word", "in const char * | name", "prm_notify_t | notify",
+                    "u32 | flags", "u32 | word2", "out prm_handle_t * | out"));
+    EXPECT_THAT(told(OperationId::uidb_create_interface_batch),
+                ElementsAre("uintptr_t | cookie", "inout uidb_create_msg * | record", "u32 | count"));
+    EXPECT_THAT(told(OperationId::wyk_hal_wrapper_get_result),
+                ElementsAre("in void * | request", "out void * | response"));
+    EXPECT_THAT(told(OperationId::is_veltora_family), IsEmpty());
+}
+
+TEST(OperationTableTest, TellsTheResourcesOfAnOperationItsOwnFirst) {
+    EXPECT_THAT(row(OperationId::prm_srh_nr_ldi_add).resources,
+                ElementsAre("nr_ldi", "nr_ldi_index", "next_hop"));
+    EXPECT_THAT(row(OperationId::prm_srh_bd_mod).resources, ElementsAre("bridge_domain"));
+    EXPECT_THAT(row(OperationId::prm_srh_span_enable).resources, IsEmpty());
 }
 
 class NoBackend : public ::testing::Test {

@@ -8,7 +8,9 @@ namespace {
 TEST(OperationsTest, EveryResourceIsAnAccountOfTheSimulatedCard) {
     Accounts accounts;
     for (const card::OperationRow &row : card::kOperations) {
-        EXPECT_TRUE(row.resource == "none" || accounts.find(row.resource) != nullptr) << row.name;
+        for (const std::string_view resource : row.resources) {
+            EXPECT_NE(accounts.find(resource), nullptr) << row.name << " " << resource;
+        }
     }
 }
 
