@@ -680,7 +680,7 @@ const char *cerr_strerror(u32 code) {
 
 #define FOR_EACH_ARGUMENT(...) __VA_OPT__(, ) __VA_ARGS__
 #define ANSWER_CAST(result) static_cast<result>
-#define OPERATION(family, result, name, parameters, arguments, record, direction, resource) \
+#define OPERATION(family, result, name, parameters, arguments, ...) \
     OPERATION_##family(result, name, parameters, arguments)
 #define DEFINE_OPERATION(result, name, parameters, arguments)                         \
     result name parameters {                                                          \

@@ -70,7 +70,7 @@ prm_status_t kiv_span_src_set(u32 if_handle, u32 session, int direction, int add
         return PRM_KIV_NO_MEMORY_STATUS;
     }
     prm_kiv_uidb_fill(&message->features[0], static_cast<u16>(direction), UIDB_FEATURE_SPAN_SOURCE,
-                      add != 0 ? session : session | KIV_SPAN_SOURCE_REMOVE);
+                      add != 0 ? session : session | UIDB_SPAN_SOURCE_REMOVE);
 
     kiv_printf("Call UIDB Set feature\n");
     const prm_status_t rc = uidb_set_feature(0, &message->head);  // cookie 0

@@ -16,9 +16,6 @@ static const char kFile[] = "prm/test/src/prm_kiv_subif";
 
 enum { kSubInterfaces = 4 };
 
-// uidb index of the bridged virtual interface, by card.
-enum : u32 { kBviUidbVeltora = 2016, kBviUidbOther = 4064 };
-
 // Allocates one direction's statistics pointer; 0 when none is granted.
 static u32 allocate_statistics(u32 direction, int line) {
     u32 pointer = 0;
@@ -129,11 +126,11 @@ prm_status_t kiv_util_delete_subif(u32 sub_ifh) {
 prm_status_t kiv_util_get_bvi_uidb(u32 *bvi) {
     const u32 type = platform_get_my_card_type();
     if (is_veltora_family() != 0) {
-        *bvi = kBviUidbVeltora;
+        *bvi = UIDB_BVI_INDEX_VELTORA;
         return CERR_SUCCESS;
     }
     if (type == PLATFORM_CARD_TYPE_A || type == PLATFORM_CARD_TYPE_B) {
-        *bvi = kBviUidbOther;
+        *bvi = UIDB_BVI_INDEX;
         return CERR_SUCCESS;
     }
     kiv_printf("\nINVALID CARD TYPE\n");

@@ -227,15 +227,15 @@ static int add_with_first_rewrite(u8 rw_op, const char *function, int rewrite_li
 }
 
 int tc_kiv_xconnect_add_locsw_with_push1_rw(void) {
-    return add_with_first_rewrite(KIV_REWRITE_PUSH1, "tc_kiv_xconnect_add_locsw_with_push1_rw", 444, 447);
+    return add_with_first_rewrite(UIDB_REWRITE_PUSH1, "tc_kiv_xconnect_add_locsw_with_push1_rw", 444, 447);
 }
 
 int tc_kiv_xconnect_add_locsw_with_pop1_rw(void) {
-    return add_with_first_rewrite(KIV_REWRITE_POP1, "tc_kiv_xconnect_add_locsw_with_pop1_rw", 460, 463);
+    return add_with_first_rewrite(UIDB_REWRITE_POP1, "tc_kiv_xconnect_add_locsw_with_pop1_rw", 460, 463);
 }
 
 int tc_kiv_xconnect_add_locsw_with_swap11_rw(void) {
-    return add_with_first_rewrite(KIV_REWRITE_SWAP11, "tc_kiv_xconnect_add_locsw_with_swap11_rw", 476, 479);
+    return add_with_first_rewrite(UIDB_REWRITE_SWAP11, "tc_kiv_xconnect_add_locsw_with_swap11_rw", 476, 479);
 }
 
 int tc_kiv_xconnect_remove_locsw(void) {
@@ -254,9 +254,9 @@ static int run_rewrite_case(u8 source_op, u8 destination_op, const char *functio
     return kiv_check_success_fixed(rc, kFile, function, line);
 }
 
-#define DEFINE_REWRITE_CASE(name, source_op, destination_op, line)                                   \
-    int name(void) {                                                                                 \
-        return run_rewrite_case(KIV_REWRITE_##source_op, KIV_REWRITE_##destination_op, #name, line); \
+#define DEFINE_REWRITE_CASE(name, source_op, destination_op, line)                                     \
+    int name(void) {                                                                                   \
+        return run_rewrite_case(UIDB_REWRITE_##source_op, UIDB_REWRITE_##destination_op, #name, line); \
     }
 KIV_XCONNECT_REWRITE_CASES(DEFINE_REWRITE_CASE)
 #undef DEFINE_REWRITE_CASE
