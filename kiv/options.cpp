@@ -4,9 +4,8 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 
-#include "kiv/observer.h"
+#include "kiv/observers.h"
 #include "kiv/select/nearest.h"
-#include "kiv/worker/live.h"
 
 namespace kiv {
 
