@@ -144,6 +144,34 @@ TEST_F(CasesTest, ClassificationCasesRunUnderTheirShortNames) {
     }
 }
 
+// Runs a case and expects 1 from it when its last check held, else 0; 0 when there was none.
+void expect_result_of_last_check(kiv_function_t function) {
+    const int result = standin::run(function);
+    const std::vector<standin::Event> checks = standin::checks();
+    EXPECT_EQ(result, !checks.empty() && checks.back().status == checks.back().expected ? 1 : 0);
+    standin::reset();
+}
+
+TEST_F(CasesTest, ClassificationCasesReturnTheResultOfTheirLastCheck) {
+    for (const ShortName &each : kShortNames) {
+        SCOPED_TRACE(each.selector);
+        standin::run(each.function);
+        const int calls = static_cast<int>(std::min<size_t>(standin::calls().size(), 12));
+        const int allocations = standin::allocations();
+        standin::reset();
+        for (int nth = 0; nth <= calls; ++nth) {
+            SCOPED_TRACE("failing call " + std::to_string(nth));
+            standin::fail_call(nth, 0x1234);
+            expect_result_of_last_check(each.function);
+        }
+        for (int nth = 1; nth <= allocations; ++nth) {
+            SCOPED_TRACE("failing allocation " + std::to_string(nth));
+            standin::fail_allocation(nth);
+            expect_result_of_last_check(each.function);
+        }
+    }
+}
+
 TEST_F(CasesTest, NoCaseLeavesAFileOpen) {
     ASSERT_EQ(registered.size(), 240u);
     fill_the_flash();
