@@ -7,7 +7,7 @@
 namespace sim {
 namespace {
 
-enum : u32 { kBd = 500, kVtep = 0xC0A80101, kFarVtep = 0xC0A80202, kNextHop = 100510 };
+constexpr u32 kBd = 500, kVtep = 0xC0A80101, kFarVtep = 0xC0A80202, kNextHop = 100510;
 
 class EvpnTest : public CardTest {
   protected:

@@ -9,8 +9,8 @@
 namespace sim {
 namespace {
 
-enum : u32 { kNewSub = 0x8002010, kNewBundle = 0x800B000, kBvi = 0x800004C };
-enum : uintptr_t { kCookie = UIDB_CLIENT_COOKIE };
+constexpr u32 kNewSub = 0x8002010, kNewBundle = 0x800B000, kBvi = 0x800004C;
+constexpr uintptr_t kCookie = UIDB_CLIENT_COOKIE;
 
 uidb_create_msg create_message(u32 if_handle, u32 iftype, u32 parent, u32 port) {
     uidb_create_msg message = {};

@@ -6,15 +6,7 @@
 namespace sim {
 namespace {
 
-enum : u32 {
-    kBd = 100,
-    kAc = 41,
-    kAcB = 42,
-    kL3Uidb = 43,
-    kBviIfh = 0x800004C,
-    kBviUidb = 4064,
-    kPw = 32768
-};
+constexpr u32 kBd = 100, kAc = 41, kAcB = 42, kL3Uidb = 43, kBviIfh = 0x800004C, kBviUidb = 4064, kPw = 32768;
 
 class L2Test : public CardTest {
   protected:
@@ -296,7 +288,7 @@ class PseudowireTest : public L2Test {
         adjacency.tunnel_if = kTunnel;
         ASSERT_EQ(prm_srh_tx_adj_add(client, &adjacency), 0u);
     }
-    enum : u32 { kNextHop = 200, kTunnel = 300 };
+    static constexpr u32 kNextHop = 200, kTunnel = 300;
 };
 
 TEST_F(PseudowireTest, JoinsACircuitAndIsRemovedByXid) {

@@ -306,7 +306,8 @@ TEST_F(TrafficManagerTest, EightClassesGetQueuesAndIdsThatLiveUntilTheirRelease)
     }
     EXPECT_EQ(queues.size(), 8u);
     EXPECT_EQ(statistics.size(), 24u);
-    EXPECT_EQ(card.traffic_manager.classes(kPort)[7].rate, 62500u);
+    const TrafficManagerState &state = card.traffic_manager;
+    EXPECT_EQ(state.queue(state.class_queues(kPort)[7])->rate, 62500u);
     EXPECT_EQ(release_queues(kPort), 0u);
     EXPECT_EQ(used(Resource::queue), 0u);
     for (u32 i = 0; i < WYK_HAL_CLASSES; ++i) {
