@@ -230,6 +230,7 @@ class TerminalTest : public RunTest {
         const pid_t child = fork();
         if (child == 0) {
             setsid();
+            kiv_test::default_signals();
             const int side = open(name.c_str(), O_RDWR);
             dup2(side, 0);
             dup2(side, 1);
