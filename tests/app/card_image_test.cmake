@@ -60,7 +60,7 @@ run(${COMPILER} ${CXX_FLAGS} ${objects} ${BUILD}/kiv/libkiv.a ${BUILD}/kiv/repor
   ${BUILD}/kiv/libkiv_results.a ${WORK}/libplatform.so -Wl,--wrap=fopen
   -Wl,-rpath,${WORK} -o ${WORK}/prm_kiv)
 expect_status(0)
-run(${WORK}/prm_kiv --no-site prm-kiv/tc_kiv_uidb_ipv4_enable)
+run(${WORK}/prm_kiv --no-site --disk0 flash prm-kiv/tc_kiv_uidb_ipv4_enable)
 expect_status(0)
 expect_in_output("PASSED: 1 case, 1 passed")
 run(${WORK}/prm_kiv --help)

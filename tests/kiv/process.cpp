@@ -35,6 +35,11 @@ std::string TemporaryDirectory::write(const std::string &name, const std::string
     return path;
 }
 
+// A test that was started in the background passes on that it ignores interrupts.
+void default_signals() {
+    for (const int signal : {SIGINT, SIGQUIT, SIGHUP}) ::signal(signal, SIG_DFL);
+}
+
 Process::Process(const std::string &sample, const std::vector<std::string> &arguments,
                  const std::string &directory, const std::map<std::string, std::string> &environment,
                  const std::string &input) {
@@ -48,6 +53,7 @@ Process::Process(const std::string &sample, const std::vector<std::string> &argu
     pid_ = fork();
     if (pid_ == 0) {
         setpgid(0, 0);
+        default_signals();
         dup2(in[0], 0);
         dup2(out[1], 1);
         dup2(out[1], 2);

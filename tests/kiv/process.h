@@ -31,6 +31,9 @@ class TemporaryDirectory {
     std::string path_;
 };
 
+// In a child before it becomes a sample: signals are what they are for a program in the foreground.
+void default_signals();
+
 class Process {
   public:
     // Starts a sample in a process group of its own, with no site unless the environment names one. The
