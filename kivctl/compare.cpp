@@ -5,7 +5,7 @@
 #include <map>
 #include <memory>
 
-#include "kiv/reports/text.h"
+#include "kiv/reports/wording.h"
 #include "kivctl/commands.h"
 #include "kivctl/results.h"
 

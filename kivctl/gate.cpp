@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "kiv/reports/text.h"
+#include "kiv/reports/wording.h"
 #include "kivctl/commands.h"
 #include "kivctl/results.h"
 

@@ -6,7 +6,7 @@
 #include <set>
 
 #include "kiv/reports/reports.h"
-#include "kiv/reports/text.h"
+#include "kiv/reports/time.h"
 #include "kivctl/commands.h"
 #include "kivctl/results.h"
 

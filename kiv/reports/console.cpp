@@ -6,8 +6,11 @@
 #include <cstdio>
 
 #include "kiv/files.h"
+#include "kiv/reports/time.h"
 
 namespace kiv {
+
+using reports::duration_text;
 
 namespace {
 
@@ -58,31 +61,6 @@ std::string shell_word(const std::string &word) {
 }
 
 }  // namespace
-
-std::string duration_text(std::chrono::nanoseconds duration) {
-    const double ns = static_cast<double>(duration.count());
-    struct Unit {
-        double size;
-        const char *name;
-    };
-    static constexpr Unit kUnits[] = {{1e9, "s"}, {1e6, "ms"}, {1e3, "us"}, {1, "ns"}};
-    char text[48];
-    if (ns >= 100e9) {
-        const long seconds = static_cast<long>(ns / 1e9 + 0.5);
-        if (seconds < 3600)
-            snprintf(text, sizeof text, "%ld min %ld s", seconds / 60, seconds % 60);
-        else
-            snprintf(text, sizeof text, "%ld h %ld min", seconds / 3600, seconds / 60 % 60);
-        return text;
-    }
-    for (const Unit &unit : kUnits) {
-        const double value = ns / unit.size;
-        if (value < 0.9995 && unit.size > 1) continue;
-        snprintf(text, sizeof text, value < 9.95 && unit.size > 1 ? "%.1f %s" : "%.0f %s", value, unit.name);
-        break;
-    }
-    return text;
-}
 
 void Console::flush() {
     if (!broken_ && !out_.empty()) broken_ = !write_all(fd_, out_);

@@ -18,9 +18,6 @@ struct ConsoleStyle {
     bool quiet = false;     // only what did not pass, and the summary
 };
 
-// "35 ns", "1.5 ms", "2 min 5 s": three digits at most.
-std::string duration_text(std::chrono::nanoseconds duration);
-
 class Console : public Reporter {
   public:
     Console(int fd, ConsoleStyle style) : fd_(fd), style_(style) {}

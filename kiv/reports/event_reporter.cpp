@@ -1,6 +1,8 @@
 // The run as events, one JSON object a line.
 #include "kiv/reports/event_reporter.h"
 
+#include "kiv/reports/escape.h"
+
 namespace kiv::reports {
 
 // A line with this much text, escaped, and its other fields still fits a page.

@@ -1,4 +1,5 @@
 // The event stream: one JSON object a line, written as each case ends.
+#include "kiv/reports/escape.h"
 #include "kiv/reports/event_reporter.h"
 #include "kiv/reports/reports.h"
 

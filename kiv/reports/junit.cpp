@@ -4,8 +4,10 @@
 // holds exactly one failure, error or skipped element, whose message is the first thing that went wrong and
 // whose text lists all of it; the case's output comes last. "failure" is for what the case itself checked or
 // reported, "error" for a case that did not come to its end.
+#include "kiv/reports/escape.h"
 #include "kiv/reports/reports.h"
-#include "kiv/reports/text.h"
+#include "kiv/reports/time.h"
+#include "kiv/reports/wording.h"
 
 namespace kiv {
 namespace {

@@ -6,7 +6,8 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "kiv/reports/text.h"
+#include "kiv/reports/escape.h"
+#include "kiv/reports/time.h"
 
 namespace kiv::reports {
 namespace {

@@ -4,8 +4,9 @@
 // with cases left over reports those as skipped, whether or not the run tells of them later.
 #include <set>
 
+#include "kiv/reports/escape.h"
 #include "kiv/reports/reports.h"
-#include "kiv/reports/text.h"
+#include "kiv/reports/wording.h"
 
 namespace kiv {
 namespace {

@@ -18,6 +18,7 @@
 
 #include "kiv/files.h"
 #include "kiv/journal/ring_journal.h"
+#include "kiv/reports/time.h"
 #include "kiv/supervise/processes.h"
 #include "kiv/worker/case_runner.h"
 #include "kiv/worker/live.h"
@@ -39,7 +40,7 @@ RunSignals *run_signals;
 std::set<pid_t> present_before;
 
 std::string seconds_text(int64_t nanoseconds) {
-    return duration_text(std::chrono::nanoseconds(nanoseconds));
+    return reports::duration_text(std::chrono::nanoseconds(nanoseconds));
 }
 
 }  // namespace

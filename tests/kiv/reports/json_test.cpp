@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "kiv/reports/text.h"
+#include "kiv/reports/escape.h"
 #include "tests/kiv/reports/report_test.h"
 
 namespace kiv::test {

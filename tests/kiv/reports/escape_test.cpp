@@ -1,14 +1,10 @@
-// Escaping, numbers and times.
-#include "kiv/reports/text.h"
+// Escaping, UTF-8 and base64.
+#include "kiv/reports/escape.h"
 
 #include <gtest/gtest.h>
 
-#include <climits>
-
 namespace kiv::reports {
 namespace {
-
-using namespace std::chrono_literals;
 
 template <class Append>
 std::string made(Append append) {
@@ -44,17 +40,6 @@ TEST(Json, EscapesControlsAndMarkupInPages) {
               "\\u003c/script\\u003e\\u0026");
 }
 
-TEST(Numbers, SecondsKeepEveryNanosecond) {
-    const auto text = [](std::chrono::nanoseconds time) {
-        return made([&](std::string &to) { append_seconds(to, time); });
-    };
-    EXPECT_EQ(text(0ns), "0");
-    EXPECT_EQ(text(1ns), "0.000000001");
-    EXPECT_EQ(text(1500ms), "1.5");
-    EXPECT_EQ(text(12s), "12");
-    EXPECT_EQ(text(-20ms), "-0.02");
-}
-
 TEST(Base64, GoesThereAndBack) {
     std::string bytes;
     for (int length = 0; length < 20; ++length) {
@@ -66,19 +51,6 @@ TEST(Base64, GoesThereAndBack) {
     EXPECT_EQ(base64("any carnal"), "YW55IGNhcm5hbA==");
     for (const char *const bad : {"a", "ab=c", "a===", "ab==abcd", "ab*d"})
         EXPECT_FALSE(from_base64(bad, &bytes));
-}
-
-TEST(Clock, AddsToTheStart) {
-    Clock clock;
-    clock.start("2024-02-29T23:59:59.999Z");
-    EXPECT_EQ(made([&](std::string &to) { clock.append(to, 1000001ns); }), "2024-03-01T00:00:00.000000001Z");
-    EXPECT_EQ(made([&](std::string &to) { clock.append_to_second(to, 0ns); }), "2024-02-29T23:59:59");
-    int64_t ns = 0;
-    EXPECT_FALSE(parse_time("2024-02-30T00:00:00Z", &ns));
-    EXPECT_FALSE(parse_time("2024-02-29T00:00:00+01:00", &ns));
-    EXPECT_FALSE(parse_time("", &ns));
-    EXPECT_TRUE(parse_time("1970-01-01T00:00:01.5Z", &ns));
-    EXPECT_EQ(ns, 1500000000);
 }
 
 }  // namespace
