@@ -36,10 +36,12 @@ struct End {
     Counters counters;
 };
 
+constexpr size_t kCheckTexts = std::size(CheckView::kTexts);
+
 struct CheckRecord {
     uint32_t status, expected;
     int32_t line;
-    uint32_t sizes[5];  // of the texts that follow
+    uint32_t sizes[kCheckTexts];  // of the texts that follow
 };
 
 struct TextRecord {
@@ -131,15 +133,14 @@ void RingJournal::case_ended(int64_t time, const Counters &counters) {
     put(kCaseEnded, 0, End{time, counters});
 }
 
-void RingJournal::failed_check(const FailedCheck &check) {
+void RingJournal::failed_check(const CheckView &check) {
     const Guard guard(*this);
     if (!guard.mine()) return;
-    const std::string_view texts[] = {check.expected_name, check.status_text, check.message, check.file,
-                                      check.function};
     CheckRecord fixed{check.status, check.expected, check.line, {}};
     size_t size = sizeof(RecordHeader) + sizeof fixed;
-    for (size_t i = 0; i < 5; ++i) {
-        fixed.sizes[i] = static_cast<uint32_t>(std::min(texts[i].size(), kLongestCheckText));
+    for (size_t i = 0; i < kCheckTexts; ++i) {
+        fixed.sizes[i] =
+            static_cast<uint32_t>(std::min((check.*CheckView::kTexts[i]).size(), kLongestCheckText));
         size += fixed.sizes[i];
     }
     size = padded(size);
@@ -149,9 +150,8 @@ void RingJournal::failed_check(const FailedCheck &check) {
     at += sizeof header;
     memcpy(at, &fixed, sizeof fixed);
     at += sizeof fixed;
-    for (size_t i = 0; i < 5; ++i) {
-        at = std::copy_n(texts[i].begin(), fixed.sizes[i], at);
-    }
+    for (size_t i = 0; i < kCheckTexts; ++i)
+        at = std::copy_n((check.*CheckView::kTexts[i]).begin(), fixed.sizes[i], at);
     ring_.publish(size);
 }
 
@@ -217,16 +217,14 @@ bool is_sound(const RecordHeader &header, const char *payload, size_t available)
 
 void replay_check(bool is_condition, const char *payload, Journal &journal) {
     const CheckRecord fixed = fixed_part<CheckRecord>(payload);
-    FailedCheck check{};
+    CheckView check;
     check.is_condition = is_condition;
     check.status = fixed.status;
     check.expected = fixed.expected;
     check.line = fixed.line;
-    std::string_view *texts[] = {&check.expected_name, &check.status_text, &check.message, &check.file,
-                                 &check.function};
     payload += sizeof fixed;
-    for (size_t i = 0; i < 5; ++i) {
-        *texts[i] = {payload, fixed.sizes[i]};
+    for (size_t i = 0; i < kCheckTexts; ++i) {
+        check.*CheckView::kTexts[i] = {payload, fixed.sizes[i]};
         payload += fixed.sizes[i];
     }
     journal.failed_check(check);

@@ -22,7 +22,7 @@ class RingJournal : public Journal {
     void fixture_ended(int64_t time, const Counters &counters) override;
     void case_begins(uint64_t position, int64_t time) override;
     void case_ended(int64_t time, const Counters &counters) override;
-    void failed_check(const FailedCheck &check) override;
+    void failed_check(const CheckView &check) override;
     void text(Printed kind, std::string_view text) override;
     void reads_input(std::string_view source, uint32_t lines) override;
     void note(std::string_view text) override;

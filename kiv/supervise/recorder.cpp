@@ -97,20 +97,6 @@ void Recorder::fixture_begins(uint32_t folder, bool set_up, int64_t time) {
         std::erase(open_, fixture_folder_);
 }
 
-Check Recorder::kept(const FailedCheck &check) {
-    Check kept;
-    kept.is_condition = check.is_condition;
-    kept.status = check.status;
-    kept.expected = check.expected;
-    kept.expected_name = check.expected_name;
-    kept.status_text = check.status_text;
-    kept.message = check.message;
-    kept.file = check.file;
-    kept.function = check.function;
-    kept.line = check.line;
-    return kept;
-}
-
 void Recorder::report_fixture(FixtureResult &fixture) {
     if (fixture.ran && fixture.verdict != Verdict::passed) {
         ++summary_.failed_fixtures;
@@ -200,8 +186,8 @@ void Recorder::case_ended(int64_t time, const Counters &counters) {
     emit_case();
 }
 
-void Recorder::failed_check(const FailedCheck &check) {
-    if (item_ != Item::none && failures_.size() < kKeptFailures) failures_.push_back(kept(check));
+void Recorder::failed_check(const CheckView &check) {
+    if (item_ != Item::none && failures_.size() < kKeptFailures) failures_.emplace_back(check);
 }
 
 void Recorder::text(Printed kind, std::string_view text) {

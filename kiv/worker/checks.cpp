@@ -48,25 +48,10 @@ std::string_view view(const char *text) {
     return text ? std::string_view(text) : std::string_view();
 }
 
-Check check_of(const FailedCheck &event, bool passed) {
-    Check check;
-    check.passed = passed;
-    check.is_condition = event.is_condition;
-    check.status = event.status;
-    check.expected = event.expected;
-    check.expected_name = event.expected_name;
-    check.status_text = event.status_text;
-    check.message = event.message;
-    check.file = event.file;
-    check.function = event.function;
-    check.line = event.line;
-    return check;
-}
-
 // The way of a check that failed, or that somebody watches.
-void record(FailedCheck &check, bool passed) {
+void record(CheckView &check) {
     if (live.in_child) {
-        if (passed) return;
+        if (check.passed) return;
         const std::string text = "FAIL: a check failed in a child process: " + std::string(check.file) +
                                  ", " + std::string(check.function) + ", line " + std::to_string(check.line) +
                                  "\n";
@@ -74,10 +59,10 @@ void record(FailedCheck &check, bool passed) {
         return;
     }
     if (live.journal == nullptr) return;
-    if (!passed) ++live.counters->failed;
-    const bool kept = !passed && live.counters->failed <= Journal::kKeptFailures;
+    if (!check.passed) ++live.counters->failed;
+    const bool kept = !check.passed && live.counters->failed <= Journal::kKeptFailures;
     if (!kept && !live.watched_checks) return;
-    if (!check.is_condition && !passed) {
+    if (!check.is_condition && !check.passed) {
         for (Observer *observer : observer_list()) {
             if (const char *text = observer->status_text(check.status)) {
                 check.status_text = text;
@@ -87,7 +72,7 @@ void record(FailedCheck &check, bool passed) {
     }
     if (kept) live.journal->failed_check(check);
     if (!live.watched_checks) return;
-    const Check whole = check_of(check, passed);
+    const Check whole(check);
     for (Observer *observer : observer_list())
         if (observer->interests() & Observer::kChecks) observer->check(whole);
 }
@@ -168,14 +153,15 @@ int kiv_jyx_check_cerrno_(u32 status, u32 expected, const char *expected_name, c
     const bool passed = status == expected;
     ++live.counters->checks;
     if (passed && !live.watched_checks) return 1;
-    kiv::FailedCheck check{};
+    kiv::CheckView check;
+    check.passed = passed;
     check.status = status;
     check.expected = expected;
     check.line = line;
     check.expected_name = kiv::view(expected_name);
     check.file = kiv::view(file);
     check.function = kiv::view(function);
-    kiv::record(check, passed);
+    kiv::record(check);
     return passed;
 }
 
@@ -183,7 +169,8 @@ int kiv_check__(int, int condition, const char *text, const char *file, const ch
                 const char *format, ...) {
     ++live.counters->checks;
     if (condition && !live.watched_checks) return condition;
-    kiv::FailedCheck check{};
+    kiv::CheckView check;
+    check.passed = condition != 0;
     check.is_condition = true;
     check.line = line;
     check.expected_name = kiv::view(text);
@@ -199,7 +186,7 @@ int kiv_check__(int, int condition, const char *text, const char *file, const ch
         va_end(arguments);
     }
     check.message = message;
-    kiv::record(check, condition != 0);
+    kiv::record(check);
     return condition;
 }
 }

@@ -12,7 +12,7 @@
 namespace {
 
 using kiv::Counters;
-using kiv::FailedCheck;
+using kiv::CheckView;
 using kiv::Printed;
 
 // Writes every event as a line.
@@ -32,7 +32,7 @@ class Lines : public kiv::Journal {
     void case_ended(int64_t time, const Counters &counters) override {
         add("case-end", static_cast<uint64_t>(time), counters.failed);
     }
-    void failed_check(const FailedCheck &check) override {
+    void failed_check(const CheckView &check) override {
         text_ += std::string(check.is_condition ? "condition " : "code ") + std::to_string(check.status) +
                  " " + std::to_string(check.expected) + " " + std::to_string(check.line) + " " +
                  std::string(check.expected_name) + "|" + std::string(check.status_text) + "|" +
@@ -69,7 +69,7 @@ void tell(kiv::Journal &journal) {
     journal.fixture_begins(3, true, 10);
     journal.fixture_ended(20, {1, 0});
     journal.case_begins(7, 30);
-    FailedCheck check{};
+    CheckView check;
     check.status = 0xa8b89200;
     check.expected = 1;
     check.line = -5;
