@@ -2,21 +2,13 @@
 #include "kiv/supervise/recorder.h"
 
 #include <csignal>
-#include <cstring>
 
 #include "kiv/files.h"
+#include "kiv/reports/wording.h"
 
 namespace kiv {
 
 namespace {
-
-std::string signal_text(int signal) {
-    const char *name = sigabbrev_np(signal);
-    const char *what = sigdescr_np(signal);
-    std::string text = name ? std::string("SIG") + name : "signal " + std::to_string(signal);
-    if (what) text += std::string(" (") + what + ")";
-    return text;
-}
 
 Verdict verdict_of(const WorkerEnd &end) {
     if (end.timed_out) return Verdict::timed_out;
@@ -24,18 +16,10 @@ Verdict verdict_of(const WorkerEnd &end) {
 }
 
 std::string reason_of(const WorkerEnd &end) {
-    std::string reason;
-    if (end.interrupted)
-        reason = "interrupted";
-    else if (end.timed_out)
-        reason = end.how;
-    else if (end.signal == SIGABRT)
-        reason = "called abort";
-    else if (end.signal != 0)
-        reason = "ended by " + signal_text(end.signal);
-    else
-        reason = "left the worker with exit code " + std::to_string(end.exit_code);
-    return reason;
+    if (end.interrupted) return "interrupted";
+    if (end.timed_out) return end.how;
+    if (end.signal == SIGABRT) return "called abort";
+    return reports::end_text(end.signal, end.exit_code);
 }
 
 }  // namespace
@@ -98,10 +82,8 @@ void Recorder::fixture_begins(uint32_t folder, bool set_up, int64_t time) {
 }
 
 void Recorder::report_fixture(FixtureResult &fixture) {
-    if (fixture.ran && fixture.verdict != Verdict::passed) {
-        ++summary_.failed_fixtures;
-        bad_seen_ = true;
-    }
+    summary_.add(fixture);
+    if (fixture.failed()) bad_seen_ = true;
     tell([&](Reporter &reporter) { reporter.fixture_ended(fixture); });
 }
 
@@ -166,9 +148,7 @@ void Recorder::emit_case() {
     result_.failures.swap(failures_);
     if (!outcome_.failing_lines().empty()) result_.error_lines = outcome_.failing_lines();
     if (output_.size() > 0) output_.finish(&result_.output, &result_.output_size, &result_.output_file);
-    ++summary_.counts[static_cast<size_t>(result_.verdict)];
-    summary_.checks += result_.checks;
-    summary_.failed_checks += result_.failed_checks;
+    summary_.add(result_);
     if (!verdict_is_good(result_.verdict)) bad_seen_ = true;
     item_ = Item::none;
     tell([&](Reporter &reporter) { reporter.case_ended(result_); });

@@ -19,6 +19,7 @@
 #include "kiv/files.h"
 #include "kiv/journal/ring_journal.h"
 #include "kiv/reports/time.h"
+#include "kiv/reports/wording.h"
 #include "kiv/supervise/processes.h"
 #include "kiv/worker/case_runner.h"
 #include "kiv/worker/live.h"
@@ -214,8 +215,8 @@ void Supervisor::look_after_worker() {
             stop_signal_ = WSTOPSIG(status);
             // Ctrl-Z stops the whole run; that needs no saying.
             if (stop_signal_ != SIGTSTP)
-                recorder_.console()->announce("stopped by SIG" + std::string(sigabbrev_np(stop_signal_)) +
-                                              ": " + recorder_.item_name());
+                recorder_.console()->announce("stopped by " + reports::signal_name(stop_signal_) + ": " +
+                                              recorder_.item_name());
         } else if (WIFCONTINUED(status)) {
             stop_signal_ = 0;
         } else {
@@ -239,8 +240,8 @@ void Supervisor::heed_interrupts(int64_t now) {
     if (count == 0) return;
     if (!interrupted_) {
         interrupted_ = true;
-        const char *name = sigabbrev_np(RunSignals::last_interruption());
-        recorder_.stopped("interrupted (SIG" + std::string(name ? name : "?") + ")", true);
+        recorder_.stopped("interrupted (" + reports::signal_name(RunSignals::last_interruption()) + ")",
+                          true);
         if (recorder_.item_runs())
             recorder_.console()->announce("interrupted: ending " + recorder_.item_name());
         end_worker(now, "interrupted");
@@ -298,7 +299,7 @@ void Supervisor::keep_time(int64_t now) {
     if (now - std::max(recorder_.item_started(), resumed_at_) < limit) return;
     timed_out_ = true;
     std::string why = "took longer than " + seconds_text(limit);
-    if (stop_signal_ != 0) why += ", stopped by SIG" + std::string(sigabbrev_np(stop_signal_));
+    if (stop_signal_ != 0) why += ", stopped by " + reports::signal_name(stop_signal_);
     end_worker(now, why);
 }
 
@@ -320,7 +321,7 @@ bool Supervisor::decide_what_next(uint64_t from) {
     end.how = why_;
     if (recorder_.is_done()) {
         if (end.signal != 0)
-            recorder_.worker_failed_at_exit("the worker was ended by signal " + std::to_string(end.signal) +
+            recorder_.worker_failed_at_exit("the worker was " + reports::end_text(end.signal, -1) +
                                             " while it left, after its last case" +
                                             (why_.empty() ? "" : ": it " + why_));
         else if (end.exit_code != 0)
