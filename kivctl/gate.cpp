@@ -42,7 +42,7 @@ int gate(const Options &options) {
         if (!load(file, &results)) return kUnusable;
         if (!results.complete && options.incomplete)
             say(fmt::format("{}: the run did not come to its end", file));
-        results.finish("the run ended before it");
+        results.finish(kNotReached);
         size_t ran = 0;
         for (const kiv::FixtureResult *const fixture : results.fixtures())
             if (fixture->ran && fails(fixture->verdict, options))

@@ -5,7 +5,7 @@
 #include <memory>
 #include <set>
 
-#include "kiv/reports/reports.h"
+#include "kiv/reports/report_list.h"
 #include "kiv/reports/time.h"
 #include "kivctl/commands.h"
 #include "kivctl/results.h"
@@ -18,11 +18,6 @@ struct Options {
     std::string output;
     bool partial = false;
 };
-
-int unusable(const std::string &message) {
-    fmt::print(stderr, "kivctl: {}\n", message);
-    return kUnusable;
-}
 
 int64_t start_of(const Results &results) {
     int64_t time = 0;
@@ -118,9 +113,9 @@ int merge(const Options &options) {
         return a.info.shard_index < b.info.shard_index;
     });
     std::string error;
-    const auto reporter = kiv::make_json_reporter(options.output, &error);
-    if (reporter == nullptr) return unusable(error);
-    merged(std::move(parts)).replay(*reporter);
+    const auto report = kiv::open_report(kiv::make_json_reporter, options.output, &error);
+    if (report == nullptr) return unusable(error);
+    merged(std::move(parts)).replay(*report);
     return kGood;
 }
 

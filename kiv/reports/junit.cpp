@@ -5,7 +5,7 @@
 // whose text lists all of it; the case's output comes last. "failure" is for what the case itself checked or
 // reported, "error" for a case that did not come to its end.
 #include "kiv/reports/escape.h"
-#include "kiv/reports/reports.h"
+#include "kiv/reports/report_list.h"
 #include "kiv/reports/time.h"
 #include "kiv/reports/wording.h"
 
@@ -307,11 +307,6 @@ class JunitReporter : public Reporter {
 
 std::unique_ptr<Reporter> make_junit_reporter(std::unique_ptr<Sink> sink) {
     return std::make_unique<JunitReporter>(std::move(sink));
-}
-
-std::unique_ptr<Reporter> make_junit_reporter(const std::string &path, std::string *error) {
-    auto sink = open_file_sink(path, error);
-    return sink == nullptr ? nullptr : make_junit_reporter(std::move(sink));
 }
 
 }  // namespace kiv

@@ -1,133 +1,122 @@
-// The results of a run, whole in memory.
-#include "kivctl/results.h"
-
-#include <fmt/format.h>
+// The results of one run, whole in memory.
+#include "kiv/reports/recorded_run.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <map>
 
 #include "kiv/reports/results_reader.h"
 
-namespace kivctl {
+namespace kiv::reports {
 namespace {
 
-class Collector : public kiv::Reporter {
+class Collector : public Reporter {
   public:
-    explicit Collector(Results *results) : results_(results) {}
-    void run_begins(const kiv::RunInfo &info) override { results_->info = info; }
-    void folder_begins(const kiv::FolderInfo &folder) override {
-        results_->events.emplace_back(FolderBegins{folder});
-    }
-    void fixture_ended(const kiv::FixtureResult &fixture) override { results_->events.emplace_back(fixture); }
-    void case_ended(const kiv::CaseResult &result) override { results_->events.emplace_back(result); }
-    void folder_ended(const kiv::FolderInfo &folder) override {
-        results_->events.emplace_back(FolderEnds{folder});
-    }
-    void run_ended(const kiv::Summary &summary) override { results_->summary = summary; }
+    explicit Collector(RecordedRun *run) : run_(run) {}
+    void run_begins(const RunInfo &info) override { run_->info = info; }
+    void folder_begins(const FolderInfo &folder) override { run_->events.emplace_back(FolderBegins{folder}); }
+    void fixture_ended(const FixtureResult &fixture) override { run_->events.emplace_back(fixture); }
+    void case_ended(const CaseResult &result) override { run_->events.emplace_back(result); }
+    void folder_ended(const FolderInfo &folder) override { run_->events.emplace_back(FolderEnds{folder}); }
+    void run_ended(const Summary &summary) override { run_->summary = summary; }
 
   private:
-    Results *const results_;
+    RecordedRun *const run_;
 };
 
-bool read_all(const std::string &path, std::string *text) {
-    std::FILE *const file = path == "-" ? stdin : std::fopen(path.c_str(), "rb");
-    if (file == nullptr) return false;
-    char buffer[1 << 16];
-    for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, file)) > 0;) text->append(buffer, n);
-    const bool good = std::ferror(file) == 0;
-    if (file != stdin) std::fclose(file);
-    return good;
-}
-
-}  // namespace
-
-std::vector<const kiv::CaseResult *> Results::cases() const {
-    std::vector<const kiv::CaseResult *> cases;
+template <class Kind, class Events>
+std::vector<const Kind *> events_of(const Events &events) {
+    std::vector<const Kind *> found;
     for (const auto &event : events)
-        if (const auto *const result = std::get_if<kiv::CaseResult>(&event)) cases.push_back(result);
-    return cases;
+        if (const auto *const result = std::get_if<Kind>(&event)) found.push_back(result);
+    return found;
 }
 
-std::vector<const kiv::FixtureResult *> Results::fixtures() const {
-    std::vector<const kiv::FixtureResult *> fixtures;
-    for (const auto &event : events)
-        if (const auto *const result = std::get_if<kiv::FixtureResult>(&event)) fixtures.push_back(result);
-    return fixtures;
-}
-
-std::vector<std::string> Results::unreached() const {
-    std::map<std::string, int> reported;
-    for (const kiv::CaseResult *const result : cases()) ++reported[result->selector()];
-    std::vector<std::string> missing;
-    for (const std::string &selector : info.selected) {
-        int &left = reported[selector];
-        for (int pass = 0; pass < info.repeat; ++pass) {
-            if (left > 0)
-                --left;
-            else
-                missing.push_back(selector);
-        }
-    }
-    return missing;
-}
-
-void Results::finish(const std::string &reason) {
-    if (complete) return;
-    std::map<std::string, std::string> descriptions, titles;
-    for (size_t i = 0; i < info.descriptions.size(); ++i)
-        descriptions[info.selected[i]] = info.descriptions[i];
-    for (const kiv::FolderInfo &folder : info.folders) titles[folder.path] = folder.title;
-
-    kiv::FolderInfo open;
-    for (const auto &event : events) {
-        if (const auto *const begins = std::get_if<FolderBegins>(&event)) open = begins->folder;
-        if (std::holds_alternative<FolderEnds>(event)) open = {};
-    }
-    for (const std::string &selector : unreached()) {
-        kiv::CaseResult result;
-        result.folder = selector.substr(0, selector.rfind('/'));
-        result.name = selector.substr(selector.rfind('/') + 1);
-        result.description = descriptions[selector];
-        result.verdict = kiv::Verdict::not_run;
-        result.reason = reason;
-        if (open.path != result.folder) {
-            if (!open.path.empty()) events.emplace_back(FolderEnds{open});
-            open = {result.folder, titles[result.folder], 0};
-            events.emplace_back(FolderBegins{open});
-        }
-        events.emplace_back(std::move(result));
-    }
-    if (!open.path.empty()) events.emplace_back(FolderEnds{open});
-
-    // The folders that only begin here learn how many cases they have.
+// The folders that only begin in `events` learn how many cases they have.
+template <class Events>
+void count_cases_of_folders(Events &events) {
     FolderBegins *begins = nullptr;
     size_t in_folder = 0;
     for (auto &event : events) {
         if (std::holds_alternative<FolderBegins>(event))
             begins = &std::get<FolderBegins>(event), in_folder = 0;
-        if (std::holds_alternative<kiv::CaseResult>(event)) ++in_folder;
+        if (std::holds_alternative<CaseResult>(event)) ++in_folder;
         if (auto *const ends = std::get_if<FolderEnds>(&event)) {
             if (begins != nullptr && begins->folder.selected_cases == 0)
                 begins->folder.selected_cases = in_folder;
             if (ends->folder.selected_cases == 0) ends->folder.selected_cases = in_folder;
         }
     }
+}
+
+Summary count(const RecordedRun &run) {
+    Summary summary;
+    for (const CaseResult *const result : run.cases()) {
+        ++summary.selected;
+        summary.add(*result);
+        summary.duration = std::max(summary.duration, result->started + result->duration);
+    }
+    for (const FixtureResult *const fixture : run.fixtures()) summary.add(*fixture);
+    return summary;
+}
+
+}  // namespace
+
+std::vector<const CaseResult *> RecordedRun::cases() const {
+    return events_of<CaseResult>(events);
+}
+
+std::vector<const FixtureResult *> RecordedRun::fixtures() const {
+    return events_of<FixtureResult>(events);
+}
+
+std::map<std::string, int> RecordedRun::told() const {
+    std::map<std::string, int> told;
+    for (const CaseResult *const result : cases()) ++told[result->selector()];
+    return told;
+}
+
+void RecordedRun::finish(const std::string &reason) {
+    if (complete) return;
+    std::map<std::string, std::string> titles;
+    for (const FolderInfo &folder : info.folders) titles[folder.path] = folder.title;
+
+    FolderInfo open;
+    for (const auto &event : events) {
+        if (const auto *const begins = std::get_if<FolderBegins>(&event)) open = begins->folder;
+        if (std::holds_alternative<FolderEnds>(event)) open = {};
+    }
+    std::map<std::string, int> reached = told();
+    for (int pass = 0; pass < info.repeat; ++pass) {
+        for (size_t i = 0; i < info.selected.size(); ++i) {
+            const std::string &selector = info.selected[i];
+            if (reached[selector] > pass) continue;
+            CaseResult result;
+            result.folder = selector.substr(0, selector.rfind('/'));
+            result.name = selector.substr(selector.rfind('/') + 1);
+            if (i < info.descriptions.size()) result.description = info.descriptions[i];
+            result.verdict = Verdict::not_run;
+            result.reason = reason;
+            if (open.path != result.folder) {
+                if (!open.path.empty()) events.emplace_back(FolderEnds{open});
+                open = {result.folder, titles[result.folder], 0};
+                events.emplace_back(FolderBegins{open});
+            }
+            events.emplace_back(std::move(result));
+        }
+    }
+    if (!open.path.empty()) events.emplace_back(FolderEnds{open});
+    count_cases_of_folders(events);
     summary = count(*this);
     summary.stopped_because = reason;
     complete = true;
 }
 
-void Results::replay(kiv::Reporter &reporter) const {
+void RecordedRun::replay(Reporter &reporter) const {
     reporter.run_begins(info);
     for (const auto &event : events) {
         if (const auto *const begins = std::get_if<FolderBegins>(&event))
             reporter.folder_begins(begins->folder);
-        if (const auto *const fixture = std::get_if<kiv::FixtureResult>(&event))
-            reporter.fixture_ended(*fixture);
-        if (const auto *const result = std::get_if<kiv::CaseResult>(&event)) {
+        if (const auto *const fixture = std::get_if<FixtureResult>(&event)) reporter.fixture_ended(*fixture);
+        if (const auto *const result = std::get_if<CaseResult>(&event)) {
             reporter.case_begins(result->folder, result->name);
             reporter.case_ended(*result);
         }
@@ -136,47 +125,18 @@ void Results::replay(kiv::Reporter &reporter) const {
     if (complete) reporter.run_ended(summary);
 }
 
-kiv::Summary count(const Results &results) {
-    kiv::Summary summary;
-    for (const kiv::CaseResult *const result : results.cases()) {
-        ++summary.selected;
-        ++summary.counts[static_cast<size_t>(result->verdict)];
-        summary.checks += result->checks;
-        summary.failed_checks += result->failed_checks;
-        summary.duration = std::max(summary.duration, result->started + result->duration);
-    }
-    for (const kiv::FixtureResult *const fixture : results.fixtures())
-        if (fixture->ran && fixture->verdict != kiv::Verdict::passed) ++summary.failed_fixtures;
-    return summary;
-}
-
-bool parse(const std::string &text, const std::string &path, Results *results, std::string *error) {
-    *results = {};
-    results->path = path;
-    Collector collector(results);
-    kiv::reports::ReadStatus status;
-    if (!kiv::reports::read_results(text, path, collector, &status)) {
+bool read_run(std::string_view text, const std::string &path, RecordedRun *run, std::string *error) {
+    *run = {};
+    run->path = path;
+    Collector collector(run);
+    ReadStatus status;
+    if (!read_results(text, path, collector, &status)) {
         *error = status.error;
         return false;
     }
-    results->complete = status.complete;
-    results->torn = status.torn;
+    run->complete = status.complete;
+    run->torn = status.torn;
     return true;
 }
 
-bool load(const std::string &path, Results *results) {
-    std::string text, error;
-    if (!read_all(path, &text)) {
-        fmt::print(stderr, "kivctl: {}: {}\n", path, std::strerror(errno));
-        return false;
-    }
-    if (!parse(text, path, results, &error)) {
-        fmt::print(stderr, "kivctl: {}\n", error);
-        return false;
-    }
-    if (results->torn) fmt::print(stderr, "kivctl: {}: the last line is cut off and was left out\n", path);
-    if (!results->complete) fmt::print(stderr, "kivctl: {}: the run did not tell of its end\n", path);
-    return true;
-}
-
-}  // namespace kivctl
+}  // namespace kiv::reports

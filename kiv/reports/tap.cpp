@@ -5,7 +5,7 @@
 #include <set>
 
 #include "kiv/reports/escape.h"
-#include "kiv/reports/reports.h"
+#include "kiv/reports/report_list.h"
 #include "kiv/reports/wording.h"
 
 namespace kiv {
@@ -45,7 +45,7 @@ class TapReporter : public Reporter {
     }
 
     void fixture_ended(const FixtureResult &fixture) override {
-        const bool bad = fixture.ran && !verdict_is_good(fixture.verdict);
+        const bool bad = fixture.failed();
         if (fixture.ran && !bad) return;
         Level *level = &levels_.back();
         for (Level &candidate : levels_)
@@ -250,11 +250,6 @@ class TapReporter : public Reporter {
 
 std::unique_ptr<Reporter> make_tap_reporter(std::unique_ptr<Sink> sink) {
     return std::make_unique<TapReporter>(std::move(sink));
-}
-
-std::unique_ptr<Reporter> make_tap_reporter(const std::string &path, std::string *error) {
-    auto sink = open_file_sink(path, error);
-    return sink == nullptr ? nullptr : make_tap_reporter(std::move(sink));
 }
 
 }  // namespace kiv

@@ -10,30 +10,9 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
 
 namespace kiv_test {
-
-TemporaryDirectory::TemporaryDirectory() {
-    char path[] = "/tmp/kiv-test-XXXXXX";
-    if (mkdtemp(path) == nullptr) throw std::runtime_error("no temporary directory");
-    path_ = path;
-}
-
-TemporaryDirectory::~TemporaryDirectory() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
-
-std::string TemporaryDirectory::write(const std::string &name, const std::string &text) const {
-    const std::string path = file(name);
-    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-    std::ofstream(path, std::ios::binary) << text;
-    return path;
-}
 
 Process::Process(const std::string &sample, const std::vector<std::string> &arguments,
                  const std::string &directory, const std::map<std::string, std::string> &environment,
@@ -139,12 +118,6 @@ bool group_is_gone(pid_t group) {
         usleep(1000);
     }
     return !group_exists(group);
-}
-
-std::string read_text(const std::string &path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
 }
 
 }  // namespace kiv_test

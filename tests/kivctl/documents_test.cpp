@@ -55,7 +55,7 @@ TEST(ManPages, NameEveryOptionOfKivctl) {
 
 TEST(ManPages, NameEveryOptionThatTheFrameworkDeclares) {
     const std::set<std::string> described = options_in(rendered("prm_kiv.1"));
-    const std::string source = kiv::test::read_file(SOURCES "/kiv/options.cpp");
+    const std::string source = kiv_test::read_text(SOURCES "/kiv/options.cpp");
     const std::regex declared("add_(?:option|flag)\\(\\s*\"([^\"]*--[a-z0-9-]+)\"");
     size_t count = 0;
     for (std::sregex_iterator it(source.begin(), source.end(), declared), end; it != end; ++it, ++count)

@@ -3,15 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/kiv/reports/report_test.h"
+
 namespace kiv::reports {
 namespace {
 
-template <class Append>
-std::string made(Append append) {
-    std::string text;
-    append(text);
-    return text;
-}
+using kiv::test::appended;
 
 TEST(Utf8, KnowsWellFormedSequences) {
     EXPECT_EQ(utf8_length("a"), 1u);
@@ -28,15 +25,15 @@ TEST(Utf8, KnowsWellFormedSequences) {
 TEST(Xml, EscapesWhatItMustAndReplacesWhatItCannotCarry) {
     const char bytes[] = "a<b>&\"c\x01\xFF\xC3\xA9\xEF\xBF\xBF\r\n\t\0z";
     const std::string_view text(bytes, sizeof bytes - 1);
-    EXPECT_EQ(made([&](std::string &to) { append_xml(to, text); }),
+    EXPECT_EQ(appended([&](std::string &to) { append_xml(to, text); }),
               "a&lt;b&gt;&amp;\"c\xEF\xBF\xBD\xEF\xBF\xBD\xC3\xA9\xEF\xBF\xBD&#13;\n\t\xEF\xBF\xBDz");
-    EXPECT_EQ(made([&](std::string &to) { append_xml_attribute(to, "\"\n\t"); }), "&quot;&#10;&#9;");
+    EXPECT_EQ(appended([&](std::string &to) { append_xml_attribute(to, "\"\n\t"); }), "&quot;&#10;&#9;");
 }
 
 TEST(Json, EscapesControlsAndMarkupInPages) {
-    EXPECT_EQ(made([](std::string &to) { append_json(to, "\"\\\n\x01\x7f<\xFE"); }),
+    EXPECT_EQ(appended([](std::string &to) { append_json(to, "\"\\\n\x01\x7f<\xFE"); }),
               "\\\"\\\\\\n\\u0001\\u007f<\xEF\xBF\xBD");
-    EXPECT_EQ(made([](std::string &to) { append_json(to, "</script>&", true); }),
+    EXPECT_EQ(appended([](std::string &to) { append_json(to, "</script>&", true); }),
               "\\u003c/script\\u003e\\u0026");
 }
 

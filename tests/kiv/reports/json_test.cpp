@@ -19,10 +19,15 @@ std::vector<nlohmann::json> events(const std::string &content) {
 }
 
 std::string sample_json() {
-    std::string content;
-    auto reporter = make_json_reporter(std::make_unique<MemorySink>(&content));
-    play_sample_run(*reporter);
-    return content;
+    return report_of(make_json_reporter, play_sample_run);
+}
+
+// The stream of a run of that one case.
+std::string json_of(const CaseResult &result) {
+    return report_of(make_json_reporter, [&](Reporter &reporter) {
+        reporter.run_begins({});
+        reporter.case_ended(result);
+    });
 }
 
 TEST(Json, Golden) {
@@ -50,14 +55,11 @@ TEST(Json, BytesThatAreNotTextCanBeRecovered) {
 }
 
 TEST(Json, LongOutputComesInPiecesThatJoin) {
-    std::string content, output, joined;
+    std::string output, joined;
     for (int i = 0; i < 3000; ++i) output += i % 50 == 0 ? "\n" : i % 3 == 0 ? "\xE2\x82\xAC" : "\x02";
-    auto reporter = make_json_reporter(std::make_unique<MemorySink>(&content));
-    reporter->run_begins({});
     CaseResult result = passing_case("a", "b");
     result.output = output;
-    reporter->case_ended(result);
-    for (const auto &event : events(content)) {
+    for (const auto &event : events(json_of(result))) {
         EXPECT_NE(event["Action"], "part");
         EXPECT_FALSE(event.contains("OutputBase64"));
         if (event["Action"] == "output") joined += event["Output"].get<std::string>();
@@ -66,13 +68,10 @@ TEST(Json, LongOutputComesInPiecesThatJoin) {
 }
 
 TEST(Json, ALineThatNoPageHoldsComesInParts) {
-    std::string content, joined;
-    auto reporter = make_json_reporter(std::make_unique<MemorySink>(&content));
-    reporter->run_begins({});
+    std::string joined;
     CaseResult result = passing_case("a", "b");
     result.reason = std::string(10000, '"') + "\xE2\x82\xAC";
-    reporter->case_ended(result);
-    for (const auto &event : events(content))
+    for (const auto &event : events(json_of(result)))
         if (event["Action"] == "part") joined += event["Text"].get<std::string>();
     EXPECT_EQ(nlohmann::json::parse(joined)["Reason"], result.reason);
 }

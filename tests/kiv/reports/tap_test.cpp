@@ -10,10 +10,7 @@ namespace kiv::test {
 namespace {
 
 std::string tap_of(const std::function<void(Reporter &)> &play) {
-    std::string content;
-    auto reporter = make_tap_reporter(std::make_unique<MemorySink>(&content));
-    play(*reporter);
-    return content;
+    return report_of(make_tap_reporter, play);
 }
 
 // A strict reader: every plan is met by results numbered from 1, at every level.

@@ -3,23 +3,18 @@
 
 #include <gtest/gtest.h>
 
-#include <climits>
+#include "tests/kiv/reports/report_test.h"
 
 namespace kiv::reports {
 namespace {
 
 using namespace std::chrono_literals;
 
-template <class Append>
-std::string made(Append append) {
-    std::string text;
-    append(text);
-    return text;
-}
+using kiv::test::appended;
 
 TEST(Numbers, SecondsKeepEveryNanosecond) {
     const auto text = [](std::chrono::nanoseconds time) {
-        return made([&](std::string &to) { append_seconds(to, time); });
+        return appended([&](std::string &to) { append_seconds(to, time); });
     };
     EXPECT_EQ(text(0ns), "0");
     EXPECT_EQ(text(1ns), "0.000000001");
@@ -47,8 +42,9 @@ TEST(DurationText, HasThreeDigitsAtMost) {
 TEST(Clock, AddsToTheStart) {
     Clock clock;
     clock.start("2024-02-29T23:59:59.999Z");
-    EXPECT_EQ(made([&](std::string &to) { clock.append(to, 1000001ns); }), "2024-03-01T00:00:00.000000001Z");
-    EXPECT_EQ(made([&](std::string &to) { clock.append_to_second(to, 0ns); }), "2024-02-29T23:59:59");
+    EXPECT_EQ(appended([&](std::string &to) { clock.append(to, 1000001ns); }),
+              "2024-03-01T00:00:00.000000001Z");
+    EXPECT_EQ(appended([&](std::string &to) { clock.append_to_second(to, 0ns); }), "2024-02-29T23:59:59");
     int64_t ns = 0;
     EXPECT_FALSE(parse_time("2024-02-30T00:00:00Z", &ns));
     EXPECT_FALSE(parse_time("2024-02-29T00:00:00+01:00", &ns));
