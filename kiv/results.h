@@ -98,6 +98,8 @@ struct FixtureResult {
     std::chrono::nanoseconds duration{0};
 
     bool failed() const { return ran && !verdict_is_good(verdict); }
+    const char *kind() const { return set_up ? "set-up" : "tear-down"; }
+    std::string name() const { return std::string(kind()) + " of " + folder; }
 };
 
 struct FolderInfo {

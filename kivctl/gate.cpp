@@ -52,10 +52,9 @@ int gate(const Options &options) {
             ++cases;
             if (result->verdict != kiv::Verdict::not_run) ++ran;
             if (!fails(result->verdict, options)) continue;
+            const char *const verdict = verdict_text(result->verdict);
             const std::string why = kiv::reports::headline(*result);
-            say(fmt::format("{:<18} {}{}{}", verdict_text(result->verdict), result->selector(),
-                            why == verdict_text(result->verdict) ? "" : ": ",
-                            why == verdict_text(result->verdict) ? "" : why));
+            say(fmt::format("{:<18} {}{}", verdict, result->selector(), why == verdict ? "" : ": " + why));
         }
         if (ran == 0 && options.empty) say(fmt::format("{}: no case ran", file));
     }

@@ -42,7 +42,7 @@ class Console : public Reporter {
 
   private:
     void paint(const char *color, std::string_view text);
-    void verdict_line(const CaseResult &result);
+    void verdict_line(Verdict verdict, std::chrono::nanoseconds duration, std::string_view name);
     void checks(const std::vector<Check> &failures, uint64_t failed);
     void quote(std::string_view output);
     void quoted(std::string_view text);

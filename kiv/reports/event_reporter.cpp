@@ -197,7 +197,7 @@ void EventReporter::check(std::string_view folder, const char *kind, std::string
 }
 
 void EventReporter::fixture_ended(const FixtureResult &fixture) {
-    const char *const name = fixture.set_up ? "set-up" : "tear-down";
+    const char *const name = fixture.kind();
     output(fixture.folder, "Fixture", name, fixture.output);
     for (const Check &failure : fixture.failures) check(fixture.folder, "Fixture", name, failure);
     now_ += fixture.duration;

@@ -69,11 +69,11 @@ class JunitReporter : public Reporter {
     }
 
     void fixture_ended(const FixtureResult &fixture) override {
-        if (fixture.ran && verdict_is_good(fixture.verdict)) return;
+        if (fixture.ran && !fixture.failed()) return;
         enter(fixture.folder, false);
         text_.clear();
         const bool skipped = !fixture.ran;
-        open_case(fixture.set_up ? "set-up" : "tear-down", fixture.folder, fixture.duration,
+        open_case(fixture.kind(), fixture.folder, fixture.duration,
                   skipped ? "not run" : verdict_text(fixture.verdict), fixture.failures.size());
         text_ += ">\n";
         if (skipped) {

@@ -52,8 +52,7 @@ class TapReporter : public Reporter {
             if (candidate.path == fixture.folder) level = &candidate;
         if (bad) level->bad = true;
         const std::string indent(4 * (levels_.size() - 1), ' ');
-        diagnostics(indent, std::string(fixture.set_up ? "set-up of " : "tear-down of ") + fixture.folder +
-                                ": " + (bad ? verdict_text(fixture.verdict) : "not run"));
+        diagnostics(indent, fixture.name() + ": " + (bad ? verdict_text(fixture.verdict) : "not run"));
         diagnostics(indent, details(fixture));
         diagnostics(indent, fixture.output);
         file_.flush();

@@ -67,12 +67,10 @@ std::string headline(const CaseResult &result) {
 }
 
 std::string headline(const FixtureResult &result) {
-    const char *const what = result.set_up ? "set-up of " : "tear-down of ";
     const std::string why = result.verdict == Verdict::failed && !result.failures.empty()
                                 ? check_line(result.failures.front())
                                 : end_or_reason(result.verdict, result.reason, result.signal, -1);
-    if (why.empty()) return what + result.folder + ": " + verdict_text(result.verdict);
-    return what + result.folder + ": " + why;
+    return result.name() + ": " + (why.empty() ? verdict_text(result.verdict) : why);
 }
 
 static void add_line(std::string &text, std::string_view line) {

@@ -118,7 +118,8 @@ class PrmKivCompletion : public testing::Test {
             "  --list-folders) printf 'acl\\nspan/manual\\nspan/session\\n' ;;\n"
             "  '--all --list') printf 'acl/create\\nacl/modify\\nspan/session/a\\n"
             "span/session/b#2\\n' ;;\n"
-            "  --help) printf '  -l,--list   List\\n  --list-json  The same\\n  --plan FILE\\n' ;;\n"
+            "  --help) printf '  -l,--list   List\\n  --list-json  The same\\n  --plan FILE  A plan\\n"
+            "  --site DIR   A site\\n  --timeout SECONDS\\n' ;;\n"
             "esac\n");
         std::filesystem::permissions(program_, std::filesystem::perms::owner_all);
     }
@@ -143,6 +144,10 @@ TEST_F(PrmKivCompletion, OffersOptionsAndTheirWords) {
     EXPECT_THAT(offered({"--on-crash", "next"}), ElementsAre("next-folder", "next-case"));
     EXPECT_THAT(offered({"--color", "a"}), ElementsAre("auto", "always"));
     EXPECT_THAT(offered({"--plan", "prm"}), ElementsAre("prm_kiv"));
+    EXPECT_THAT(offered({"--plan", "none"}), IsEmpty());
+    directory_.write("site/plan", "");
+    EXPECT_THAT(offered({"--site", ""}), ElementsAre("site"));
+    EXPECT_THAT(offered({"--list-json", "ac"}), ElementsAre("acl", "acl/")) << "a flag";
     EXPECT_THAT(offered({"--timeout", ""}), IsEmpty());
 }
 
