@@ -75,6 +75,9 @@ class TapReporter : public Reporter {
         else if (result.verdict == Verdict::unchecked)
             suffix = " # no check was recorded";
         result_line(level, bad, result.name, suffix);
+        // The level's next planned item, if the run follows its plan.
+        if (level.cursor < selected_.size() && sub_folder(level, selected_[level.cursor]).empty())
+            ++level.cursor;
         file_.flush();
     }
 
@@ -209,13 +212,11 @@ class TapReporter : public Reporter {
             for (size_t i = at; i < level.cursor; ++i) left_over_.insert(selected_[i]);
             const std::string_view folder = sub_folder(level, selected_[at]);
             const std::string_view item = folder.empty() ? std::string_view(selected_[at]) : folder;
-            result_line(level, false, item.substr(item.rfind('/') + 1), " # SKIP not run", false);
+            result_line(level, false, item.substr(item.rfind('/') + 1), " # SKIP not run");
         }
     }
 
-    // `advance`: the item is the level's next planned one.
-    void result_line(Level &level, bool bad, std::string_view name, const std::string &suffix,
-                     bool advance = true) {
+    void result_line(Level &level, bool bad, std::string_view name, const std::string &suffix) {
         std::string line(4 * (levels_.size() - 1), ' ');
         line += bad ? "not ok " : "ok ";
         append_number(line, ++level.done);
@@ -225,9 +226,6 @@ class TapReporter : public Reporter {
         line += '\n';
         file_.add(line);
         if (bad) level.bad = true;
-        if (advance && planned_ && levels_.size() > 1 && level.cursor < selected_.size() &&
-            sub_folder(level, selected_[level.cursor]).empty())
-            ++level.cursor;
     }
 
     void diagnostics(const std::string &indent, std::string_view text) {
