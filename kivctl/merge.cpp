@@ -28,7 +28,7 @@ std::string name_of(const kiv::RunInfo &info) {
     return fmt::format("shard {} of {}", info.shard_index + 1, info.shard_count);
 }
 
-// The parts of one run must be all there, once each; runs that are no shards only must not overlap in name.
+// The parts of one run must be all there, once each.
 int check_parts(const std::vector<Results> &parts, bool partial) {
     const int count = parts.front().info.shard_count;
     std::set<int> present;

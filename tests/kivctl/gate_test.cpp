@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/kiv/reports/report_test.h"
 #include "tests/kivctl/run.h"
 
 namespace kivctl::test {
@@ -79,6 +80,61 @@ TEST_F(Gate, ReadsStandardInputAndSaysNothingWhenAsked) {
         shell("cat " + file(results_of({{"a/x", kiv::Verdict::failed}})) + " | " KIVCTL " gate -q -");
     EXPECT_EQ(ran.status, 1);
     EXPECT_THAT(ran.out, IsEmpty());
+}
+
+TEST_F(Gate, CountsTheCasesOfAllResults) {
+    const std::string one = file(results_of({{"a/x"}, {"a/y", kiv::Verdict::failed}}), "1");
+    const std::string two = file(results_of({{"b/z", kiv::Verdict::timed_out}}), "2");
+    const Ran ran = kivctl("gate " + one + " " + two);
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_EQ(ran.out,
+              "failed             a/y\n"
+              "timed out          b/z\n"
+              "not good: 3 cases, 2 to answer for\n");
+    EXPECT_EQ(kivctl("gate " + one + " " + directory_.path("none")).status, 2);
+}
+
+// The results of a run with that fixture.
+std::string results_with(const kiv::FixtureResult &fixture) {
+    return kiv::test::report_of(kiv::make_json_reporter, [&](kiv::Reporter &reporter) {
+        reporter.run_begins({});
+        reporter.fixture_ended(fixture);
+        reporter.case_ended(kiv::test::passing_case("a", "x"));
+        reporter.run_ended({});
+    });
+}
+
+TEST_F(Gate, AFixtureCountsWhenItFailedAndNotWhenItDidNotRun) {
+    kiv::FixtureResult fixture;
+    fixture.folder = "a";
+    fixture.ran = true;
+    fixture.set_up = true;
+    EXPECT_EQ(kivctl("gate " + file(results_with(fixture))).status, 0);
+    fixture.verdict = kiv::Verdict::failed;
+    fixture.reason = "no connection";
+    const Ran ran = kivctl("gate " + file(results_with(fixture)));
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_EQ(ran.out, "failed             set-up of a: no connection\nnot good: 1 cases, 1 to answer for\n");
+    fixture.ran = false;
+    fixture.verdict = kiv::Verdict::not_run;
+    EXPECT_EQ(kivctl("gate " + file(results_with(fixture))).out, "good: 1 cases, 0 to answer for\n");
+}
+
+TEST_F(Gate, ResultsInWhichNoCaseRanAreNamed) {
+    const std::string path = file(results_of({{"a/x", kiv::Verdict::not_run}}));
+    EXPECT_EQ(kivctl("gate --not-run ignore " + path).out,
+              path + ": no case ran\nnot good: 1 cases, 1 to answer for\n");
+}
+
+TEST_F(Gate, SaysWhyACaseOfAKilledRunDidNotRun) {
+    const std::string text = results_of({{"a/x"}, {"b/y"}});
+    const std::string path = file(text.substr(0, text.find("\"Action\":\"run\",\"Package\":\"b\"")));
+    const Ran ran = kivctl("gate " + path);
+    EXPECT_EQ(ran.out, path + ": the run did not come to its end\n" +
+                           "not run            b/y: the run ended before it\n" +
+                           "not good: 2 cases, 2 to answer for\n");
+    EXPECT_EQ(ran.err, "kivctl: " + path + ": the last line is cut off and was left out\nkivctl: " + path +
+                           ": the run did not tell of its end\n");
 }
 
 }  // namespace

@@ -43,5 +43,26 @@ TEST_F(Report, NeedsAFormatAndAPlaceToWrite) {
     EXPECT_THAT(ran.err, HasSubstr("none/r.xml: No such file or directory"));
 }
 
+TEST_F(Report, OfAKilledRunTellsItsEnd) {
+    const std::string text = results_of({{"a/x"}, {"b/y"}});
+    const std::string cut = file(text.substr(0, text.find("\"Action\":\"run\",\"Package\":\"b\"")));
+    const std::string whole = directory_.path("whole.jsonl");
+    EXPECT_EQ(kivctl("report " + cut + " --json " + whole).status, 0);
+    EXPECT_EQ(kivctl("gate " + whole).out,
+              "not run            b/y: the run ended before it\nnot good: 2 cases, 1 to answer for\n");
+    EXPECT_THAT(kiv_test::read_text(whole), HasSubstr("\"Selected\":2,\"Counts\":{\"passed\":1,"));
+    EXPECT_THAT(kiv_test::read_text(whole), HasSubstr("\"StoppedBecause\":\"the run ended before it\"}\n"));
+}
+
+TEST_F(Report, NothingIsWrittenUnlessAllCanBe) {
+    const std::string good = directory_.path("r.tap");
+    EXPECT_EQ(
+        kivctl("report " + file(sample_results()) + " --tap " + good + " --html " + directory_.path("no/r"))
+            .status,
+        2);
+    EXPECT_FALSE(std::filesystem::exists(good));
+    EXPECT_EQ(kivctl("report " + directory_.path("none") + " --tap " + good).status, 2);
+}
+
 }  // namespace
 }  // namespace kivctl::test

@@ -37,6 +37,17 @@ TEST_F(Rerun, AFailedFixtureBringsItsFolder) {
     EXPECT_THAT(ran.out, HasSubstr("span/manual/prm_kiv_span_enable\n"));
 }
 
+TEST_F(Rerun, WhatIsNeededBeforeEndsAtTheLastCaseToRunAgainOfEachFolder) {
+    const std::string results = file(results_of({{"a/1"},
+                                                 {"b/1", kiv::Verdict::failed},
+                                                 {"a/2", kiv::Verdict::failed},
+                                                 {"a/3"},
+                                                 {"b/2"},
+                                                 {"a/4", kiv::Verdict::failed},
+                                                 {"a/5"}}));
+    EXPECT_EQ(kivctl("rerun " + results).out, "a/1  # needed before\nb/1\na/2\na/3  # needed before\na/4\n");
+}
+
 // --rerun-failed of the program that ran the cases selects the same, whole or cut off where the run was
 // killed.
 TEST_F(Rerun, AgreesWithTheRunnersOwnChoice) {

@@ -20,6 +20,33 @@ TEST(Utf8, KnowsWellFormedSequences) {
     EXPECT_EQ(utf8_length("\xED\xA0\x80"), 0u) << "surrogate";
     EXPECT_EQ(utf8_length("\xF4\x90\x80\x80"), 0u) << "beyond U+10FFFF";
     EXPECT_EQ(utf8_length("\x80"), 0u);
+    EXPECT_EQ(utf8_length(""), 0u);
+    EXPECT_EQ(utf8_length("\xC2\x80"), 2u) << "the first of two bytes";
+    EXPECT_EQ(utf8_length("\xDF\xBF"), 2u) << "the last";
+    EXPECT_EQ(utf8_length("\xC1\xBF"), 0u);
+    EXPECT_EQ(utf8_length("\xE0\xA0\x80"), 3u) << "the first of three";
+    EXPECT_EQ(utf8_length("\xE0\x9F\xBF"), 0u) << "overlong";
+    EXPECT_EQ(utf8_length("\xED\x9F\xBF"), 3u) << "before the surrogates";
+    EXPECT_EQ(utf8_length("\xEE\x80\x80"), 3u) << "behind them";
+    EXPECT_EQ(utf8_length("\xEF\xBF\xBD"), 3u);
+    EXPECT_EQ(utf8_length("\xF0\x90\x80\x80"), 4u) << "the first of four";
+    EXPECT_EQ(utf8_length("\xF0\x8F\xBF\xBF"), 0u) << "overlong";
+    EXPECT_EQ(utf8_length("\xF4\x8F\xBF\xBF"), 4u) << "the last there is";
+    EXPECT_EQ(utf8_length("\xF5\x80\x80\x80"), 0u);
+    EXPECT_EQ(utf8_length("\xE2\x82q"), 0u);
+    EXPECT_EQ(utf8_length("\xF0\x9F\x99q"), 0u);
+    EXPECT_EQ(utf8_length("\xF0\x9Fq\x82"), 0u);
+}
+
+TEST(Utf8, LooksNoFurtherThanTheText) {
+    const std::string_view euro = "\xE2\x82\xAC", smile = "\xF0\x9F\x99\x82", e_acute = "\xC3\xA9";
+    EXPECT_EQ(utf8_length(e_acute.substr(0, 1)), 0u);
+    EXPECT_EQ(utf8_length(euro.substr(0, 1)), 0u);
+    EXPECT_EQ(utf8_length(euro.substr(0, 2)), 0u);
+    EXPECT_EQ(utf8_length(smile.substr(0, 3)), 0u);
+    EXPECT_TRUE(is_utf8("a\xE2\x82\xACz"));
+    EXPECT_FALSE(is_utf8("a\xE2\x82"));
+    EXPECT_TRUE(is_utf8(""));
 }
 
 TEST(Xml, EscapesWhatItMustAndReplacesWhatItCannotCarry) {

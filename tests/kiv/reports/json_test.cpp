@@ -43,6 +43,28 @@ TEST(Json, BeginsWithTheRunAndEndsWithTheSummary) {
     EXPECT_EQ(all.back()["Counts"]["passed"], 4);
 }
 
+TEST(Json, EveryEventIsSeenWhenItIsTold) {
+    std::string content;
+    auto reporter = make_json_reporter(std::make_unique<MemorySink>(&content));
+    const auto last = [&] { return events(content).back()["Action"]; };
+    reporter->run_begins({});
+    EXPECT_EQ(last(), "start");
+    reporter->folder_begins({"a", "", 1});
+    EXPECT_EQ(last(), "folder");
+    FixtureResult fixture;
+    fixture.folder = "a";
+    fixture.output = "opening";
+    reporter->fixture_ended(fixture);
+    EXPECT_EQ(last(), "fixture");
+    reporter->case_begins("a", "b");
+    reporter->case_ended(passing_case("a", "b"));
+    EXPECT_EQ(last(), "pass");
+    reporter->folder_ended({"a", "", 1});
+    EXPECT_EQ(last(), "folder-end");
+    reporter->run_ended({});
+    EXPECT_EQ(last(), "summary");
+}
+
 TEST(Json, BytesThatAreNotTextCanBeRecovered) {
     for (const auto &event : events(sample_json())) {
         if (event["Action"] != "output" || !event.contains("OutputBase64")) continue;

@@ -154,6 +154,14 @@ TEST(Results, WhatWasNotReachedIsKnown) {
     EXPECT_EQ(results.cases().size(), 12u);
     EXPECT_EQ(results.summary.counts[static_cast<size_t>(Verdict::not_run)], 8u);
     EXPECT_EQ(results.cases()[4]->description, "Checks TX adj add punt ");
+    EXPECT_TRUE(results.complete);
+    EXPECT_EQ(results.summary.selected, 12u);
+    EXPECT_EQ(results.summary.checks, 5u);
+    EXPECT_EQ(results.summary.failed_checks, 3u);
+    EXPECT_EQ(results.summary.stopped_because, "the run ended before it");
+    const std::string whole = rewritten(results);
+    results.finish("once more");
+    EXPECT_EQ(rewritten(results), whole);
 }
 
 TEST(Results, ABrokenLineIsNamedWithItsField) {
@@ -186,6 +194,23 @@ TEST(Results, ABrokenLineIsNamedWithItsField) {
     std::string middle = sample_results();
     middle[middle.find('\n') + 1] = '!';
     EXPECT_EQ(error_of(middle), "R:2: not an event object");
+}
+
+// 4,000,000 s: the longest time that can be told.
+TEST(Results, TimesHaveALimit) {
+    const auto ran_for = [](const std::string &at, double seconds) {
+        return "{\"Time\":\"2026-01-01T00:00:00Z\",\"Action\":\"start\",\"Format\":1,\"Program\":\"p\","
+               "\"SelectedCases\":1,\"Folders\":[],\"Selected\":[]}\n"
+               "{\"Time\":\"" +
+               at + "\",\"Action\":\"run\",\"Package\":\"a\",\"Test\":\"x\"}\n" +
+               "{\"Action\":\"pass\",\"Package\":\"a\",\"Test\":\"x\",\"Elapsed\":" +
+               std::to_string(seconds) + ",\"Verdict\":\"passed\",\"Mode\":1,\"Checks\":1}\n";
+    };
+    EXPECT_EQ(error_of(ran_for("2026-02-16T07:06:39.999999999Z", 3999999)), "");
+    EXPECT_EQ(error_of(ran_for("2026-02-16T07:06:40Z", 1)), "R:2: Time: too far from the start of the run");
+    EXPECT_EQ(error_of(ran_for("2025-11-15T16:53:20Z", 1)), "R:2: Time: too far from the start of the run");
+    EXPECT_EQ(error_of(ran_for("2026-01-01T00:00:00Z", 4000000)), "R:3: Elapsed: out of range");
+    EXPECT_EQ(error_of(ran_for("2026-01-01T00:00:00Z", -4000000)), "R:3: Elapsed: out of range");
 }
 
 // Whatever is changed in a stream, it is read or refused, and what was read can be written and read again.
