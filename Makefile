@@ -15,6 +15,7 @@ help:
 	@echo "make bench     build and run the benchmarks"
 	@echo "make fuzz      build and run each fuzz target for a minute"
 	@echo "make lint      clang-format and clang-tidy, changing nothing"
+	@echo "make mutate    change what the branch touched in small ways; tell what no test notices"
 	@echo "make format    format all sources"
 	@echo "make coverage  line coverage of the tests"
 	@echo "make clean     remove everything built"
@@ -57,12 +58,13 @@ fuzz: packages-dev
 	@scripts/build fuzz
 	@scripts/run-fuzzers
 
-.PHONY: lint format coverage
+.PHONY: lint format mutate coverage
 lint: packages-dev
-	@scripts/build debug
-	cmake --build build/debug --target format-check tidy
-format: packages-dev
-	@scripts/build debug format
+	@scripts/lint $(ARGS)
+format: packages-test
+	@scripts/lint --fix-format
+mutate: packages-test
+	@scripts/mutate $(ARGS)
 coverage: packages-dev
 	@scripts/build coverage
 	cd build/coverage && ctest --output-on-failure && gcovr -r ../.. --exclude ../../tests --print-summary

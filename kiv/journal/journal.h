@@ -9,10 +9,16 @@
 
 namespace kiv {
 
-// Checks of the running case or fixture. In memory that outlives the worker.
+// Checks of the running case or fixture.
 struct Counters {
     uint64_t checks;
     uint64_t failed;
+};
+
+// What a worker leaves when it dies: lies in memory that outlives it.
+struct WorkerMemory {
+    Counters counters;
+    uint32_t staged;  // a bit for each input file that the run put into the flash
 };
 
 enum class Printed : uint8_t {

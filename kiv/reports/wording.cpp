@@ -2,9 +2,9 @@
 #include "kiv/reports/wording.h"
 
 #include <cstdio>
-#include <cstring>
 
 #include "kiv/reports/escape.h"
+#include "kiv/signal_text.h"
 
 namespace kiv::reports {
 
@@ -28,17 +28,8 @@ std::string check_line(const Check &check) {
     return line;
 }
 
-std::string signal_name(int signal) {
-    const char *const name = sigabbrev_np(signal);
-    return name != nullptr ? std::string("SIG") + name : "signal " + std::to_string(signal);
-}
-
 std::string end_text(int signal, int exit_code) {
-    if (signal != 0) {
-        const char *const description = sigdescr_np(signal);
-        return "ended by " + signal_name(signal) +
-               (description != nullptr ? " (" + std::string(description) + ")" : "");
-    }
+    if (signal != 0) return "ended by " + signal_text(signal);
     if (exit_code >= 0) return "left the worker with exit code " + std::to_string(exit_code);
     return "";
 }

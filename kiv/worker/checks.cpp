@@ -1,38 +1,18 @@
 // The calls of a running case: prints and checks. A passed check costs a comparison and a count.
-#include <pthread.h>
-#include <sys/prctl.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <string>
 
 #include "kiv.h"
 #include "kiv/files.h"
+#include "kiv/observers.h"
 #include "kiv/worker/live.h"
 
 namespace kiv {
 
 namespace {
-
-Journal *note_taker = nullptr;
-Counters nobody;  // counts what no run counts
-
-std::vector<Observer *> &observer_list() {
-    static std::vector<Observer *> list;
-    return list;
-}
-
-// A child that a case forks shares no journal with its parent: two processes would write one. It prints to
-// the descriptors, which the run collects, and dies with the worker.
-void forked_child() {
-    if (live.journal == nullptr) return;
-    live.journal = nullptr;
-    live.counters = &nobody;
-    live.in_child = true;
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-}
 
 std::string formatted(const char *format, va_list arguments) {
     va_list again;
@@ -63,7 +43,7 @@ void record(CheckView &check) {
     const bool kept = !check.passed && live.counters->failed <= Journal::kKeptFailures;
     if (!kept && !live.watched_checks) return;
     if (!check.is_condition && !check.passed) {
-        for (Observer *observer : observer_list()) {
+        for (Observer *observer : observers()) {
             if (const char *text = observer->status_text(check.status)) {
                 check.status_text = text;
                 break;
@@ -73,53 +53,11 @@ void record(CheckView &check) {
     if (kept) live.journal->failed_check(check);
     if (!live.watched_checks) return;
     const Check whole(check);
-    for (Observer *observer : observer_list())
+    for (Observer *observer : observers())
         if (observer->interests() & Observer::kChecks) observer->check(whole);
 }
 
 }  // namespace
-
-Live live{nullptr, &nobody, false, false, false};
-
-void go_live(Journal *journal, Counters *counters) {
-    static const int registered = pthread_atfork(nullptr, nullptr, forked_child);
-    (void)registered;
-    unsigned interests = 0;
-    if (journal != nullptr)
-        for (Observer *observer : observer_list()) interests |= observer->interests();
-    live.journal = journal;
-    live.counters = counters ? counters : &nobody;
-    live.watched_checks = interests & Observer::kChecks;
-    live.watched_prints = interests & Observer::kPrints;
-}
-
-void live_print(std::string_view text) {
-    if (text.empty()) return;
-    if (live.journal == nullptr) {
-        write_all(STDOUT_FILENO, text);
-        return;
-    }
-    live.journal->text(Printed::print, text);
-    if (!live.watched_prints) return;
-    for (Observer *observer : observer_list())
-        if (observer->interests() & Observer::kPrints) observer->print(text);
-}
-
-void take_notes(Journal *journal) {
-    note_taker = journal;
-}
-
-void add_note(std::string_view text) {
-    if (note_taker != nullptr && !live.in_child) note_taker->note(text);
-}
-
-const std::vector<Observer *> &observers() {
-    return observer_list();
-}
-
-void subscribe(Observer *observer) {
-    observer_list().push_back(observer);
-}
 
 }  // namespace kiv
 

@@ -10,7 +10,7 @@ file(WRITE ${WORK}/platform.cpp "#include \"event_manager.h\"
 #include \"uidb.h\"
 #include \"wyk_hal_wrapper.h\"
 #include \"zor_vop_prm.h\"
-#define OPERATION(family, result, name, parameters, arguments, record, direction, resource) \\
+#define OPERATION(family, result, name, parameters, arguments, ...) \\
     extern \"C\" result name parameters { return (result)0; }
 #include \"card/operations.def\"
 ")

@@ -3,8 +3,9 @@
 #ifndef TESTS_STANDIN_SCRIPT_H
 #define TESTS_STANDIN_SCRIPT_H
 
+#include <algorithm>
+#include <functional>
 #include <string>
-#include <vector>
 
 #include "tests/standin/suite_test.h"
 
@@ -21,16 +22,9 @@ class Script {
         lines_.push_back("call " + text);
         return ++calls_ == failing_call_ ? kScriptFailure : 0;
     }
-    void print(const std::string &text) {
-        standin::Event event;
-        event.kind = standin::Kind::print;
-        event.text = text;
-        lines_.push_back(event.line_text());
-    }
+    void print(const std::string &text) { lines_.push_back(::print(text)); }
     void print(const char *format, const std::string &function, uint32_t number) {
-        char text[512];
-        snprintf(text, sizeof text, format, function.c_str(), number);
-        print(text);
+        print(formatted(format, function.c_str(), number));
     }
     // A check against 0; returns what the framework's check returns.
     int check(uint32_t status, const std::string &function, int line) {
@@ -66,7 +60,7 @@ class Script {
     }
 
     // What another area's step does, which its own tests pin down: its lines, its calls counted.
-    void include(const std::vector<std::string> &lines) {
+    void include(const Lines &lines) {
         for (const std::string &line : lines) {
             if (line.rfind("call ", 0) == 0) ++calls_;
             lines_.push_back(line);
@@ -75,25 +69,52 @@ class Script {
     // Which call from here on fails; 0 or less when none of them does.
     int calls_until_failure() const { return failing_call_ - calls_; }
 
-    const std::vector<std::string> &lines() const { return lines_; }
+    const Lines &lines() const { return lines_; }
     int calls() const { return calls_; }
+    bool aborts() const { return !lines_.empty() && lines_.back() == "abort"; }
 
   private:
     std::string file_;
     int failing_call_;
     int calls_ = 0;
-    std::vector<std::string> lines_;
+    Lines lines_;
 };
 
-inline std::string shown(const standin::Bytes &bytes) {
-    return standin::show_bytes(bytes.data(), bytes.size());
+enum class LineNumbers { compared, cut };
+
+// Runs a case as it is (failing_call 0) or with that call of its failing, and compares all it did with the
+// flow written down: start() prepares the stand-in, flow(script) writes the course of events and returns the
+// result of the case, which is of no interest after an abort. Returns the number of calls the course has.
+inline int compare_with_flow(kiv_function_t function, const std::string &file, int failing_call,
+                             const std::function<void()> &start, const std::function<int(Script &)> &flow,
+                             LineNumbers numbers = LineNumbers::compared) {
+    SCOPED_TRACE("failing call " + std::to_string(failing_call));
+    Script script(file, failing_call);
+    const int expected = flow(script);
+    start();
+    standin::fail_call(failing_call, kScriptFailure);
+    const int result = standin::run(function);
+    if (numbers == LineNumbers::cut)
+        EXPECT_THAT(without_line_numbers(standin::transcript()),
+                    testing::ElementsAreArray(without_line_numbers(script.lines())));
+    else
+        EXPECT_THAT(standin::transcript(), testing::ElementsAreArray(script.lines()));
+    EXPECT_EQ(standin::aborted(), script.aborts());
+    EXPECT_TRUE(script.aborts() || result == expected)
+        << "the case returned " << result << ", not " << expected;
+    EXPECT_EQ(standin::live_blocks(), 0u);
+    return script.calls();
 }
 
-// "0x1a0", or "7" below ten: a number as transcripts show it.
-inline std::string shown(uint32_t number) {
-    char text[16];
-    snprintf(text, sizeof text, number < 10 ? "%u" : "0x%x", number);
-    return text;
+// The same for the case as it is, then with each of its calls failing in turn.
+inline void run_with_every_call_failing(kiv_function_t function, const std::string &file,
+                                        const std::function<void()> &start,
+                                        const std::function<int(Script &)> &flow,
+                                        LineNumbers numbers = LineNumbers::compared) {
+    int calls = compare_with_flow(function, file, 0, start, flow, numbers);
+    EXPECT_GT(calls, 0);
+    for (int n = 1; n <= calls; ++n)
+        calls = std::max(calls, compare_with_flow(function, file, n, start, flow, numbers));
 }
 
 #endif

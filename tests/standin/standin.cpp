@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <map>
-#include <set>
 #include <type_traits>
 #include <utility>
 
@@ -14,12 +13,10 @@ extern "C" {
 void *__real_malloc(size_t size);
 void *__real_calloc(size_t count, size_t size);
 void __real_free(void *block);
-FILE *__real_fopen(const char *path, const char *mode);
 void __real_abort(void);
 void *__wrap_malloc(size_t size);
 void *__wrap_calloc(size_t count, size_t size);
 void __wrap_free(void *block);
-FILE *__wrap_fopen(const char *path, const char *mode);
 [[noreturn]] void __wrap_abort(void);
 }
 
@@ -35,9 +32,6 @@ struct State {
     uint32_t failing_answer = 0;
     int allocation_count = 0, failing_allocation = 0;
     std::map<void *, size_t> blocks;
-    std::map<std::string, std::string> paths;  // flash name -> host path
-    std::set<std::string> unopenable;
-    std::string directory;
     std::string input;
     bool aborted = false;
     uint32_t handed_out = 0;
@@ -340,24 +334,6 @@ FILE *recording_stream(cookie_write_function_t *write) {
     return stream;
 }
 
-std::string host_path(const std::string &name) {
-    State &s = state();
-    if (s.directory.empty()) {
-        char pattern[] = "/tmp/kiv-flash-XXXXXX";
-        if (mkdtemp(pattern) == nullptr) throw std::runtime_error("no directory for the flash");
-        s.directory = pattern;
-    }
-    return s.directory + "/" + name;
-}
-
-void remove_flash() {
-    State &s = state();
-    if (s.directory.empty()) return;
-    const std::string command = "rm -rf '" + s.directory + "'";
-    if (std::system(command.c_str()) != 0) std::perror("rm");
-    s.directory.clear();
-}
-
 }  // namespace
 
 const Bytes &Event::record() const {
@@ -414,7 +390,7 @@ Behaviour &Behaviour::block(size_t index, size_t bytes) {
 }
 
 void reset() {
-    remove_flash();
+    clear_flash();
     std::map<void *, size_t> left;
     left.swap(state().blocks);
     for (const auto &[block, size] : left) __real_free(block);
@@ -432,34 +408,6 @@ void fail_call(int nth, uint32_t value) {
 
 void fail_allocation(int nth) {
     state().failing_allocation = nth;
-}
-
-void flash_file(const std::string &name, const std::string &content) {
-    FILE *file = __real_fopen(host_path(name).c_str(), "w");
-    if (file == nullptr) throw std::runtime_error("cannot write the flash file " + name);
-    fwrite(content.data(), 1, content.size(), file);
-    fclose(file);
-}
-
-bool flash_has(const std::string &name) {
-    FILE *file = __real_fopen(host_path(name).c_str(), "r");
-    if (file == nullptr) return false;
-    fclose(file);
-    return true;
-}
-
-std::string flash_text(const std::string &name) {
-    FILE *file = __real_fopen(host_path(name).c_str(), "r");
-    if (file == nullptr) return "";
-    std::string text;
-    char buffer[4096];
-    for (size_t n; (n = fread(buffer, 1, sizeof buffer, file)) > 0;) text.append(buffer, n);
-    fclose(file);
-    return text;
-}
-
-void flash_unopenable(const std::string &name) {
-    state().unopenable.insert(name);
 }
 
 void standard_input(const std::string &content) {
@@ -650,23 +598,6 @@ int kiv_check__(int flags, int condition, const char *text, const char *file, co
     return condition;
 }
 
-// The framework's other calls belong to the registration tests, which bring their own; weak, so that those
-// win.
-__attribute__((weak)) void kiv_create(kiv_context_t *context) {
-    *context = nullptr;
-}
-__attribute__((weak)) kiv_folder_t kiv_create_test_folder(kiv_context_t, kiv_folder_t, const char *,
-                                                          const char *) {
-    return nullptr;
-}
-__attribute__((weak)) void kiv_add_fixture(kiv_folder_t, kiv_function_t, kiv_function_t) {}
-__attribute__((weak)) void kiv_create_test_case(kiv_context_t, kiv_folder_t, const char *, const char *,
-                                                kiv_function_t, int) {}
-__attribute__((weak)) int kiv_run(int, char **, kiv_context_t) {
-    return 0;
-}
-__attribute__((weak)) void kiv_destroy(kiv_context_t *) {}
-
 // Every operation but those below returns a number.
 void *event_manager_create(u32 a, u32 b, u32 c, u32 d) {
     return answer("event_manager_create", a, b, c, d).answer == 0 ? kEvm : nullptr;
@@ -680,7 +611,7 @@ const char *cerr_strerror(u32 code) {
 
 #define FOR_EACH_ARGUMENT(...) __VA_OPT__(, ) __VA_ARGS__
 #define ANSWER_CAST(result) static_cast<result>
-#define OPERATION(family, result, name, parameters, arguments, record, direction, resource) \
+#define OPERATION(family, result, name, parameters, arguments, ...) \
     OPERATION_##family(result, name, parameters, arguments)
 #define DEFINE_OPERATION(result, name, parameters, arguments)                         \
     result name parameters {                                                          \
@@ -750,17 +681,6 @@ void __wrap_free(void *block) {
         running = true;
     }
     __real_free(block);
-}
-
-FILE *__wrap_fopen(const char *path, const char *mode) {
-    static const char kFlash[] = "/disk0:/";
-    if (std::strncmp(path, kFlash, sizeof kFlash - 1) != 0) return __real_fopen(path, mode);
-    const std::string name = path + sizeof kFlash - 1;
-    if (state().unopenable.count(name) != 0) {
-        errno = EACCES;
-        return nullptr;
-    }
-    return __real_fopen(host_path(name).c_str(), mode);
 }
 
 void __wrap_abort(void) {

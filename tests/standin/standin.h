@@ -26,6 +26,7 @@
 #include "platform_info.h"
 #include "prm_mgr.h"
 #include "prm_srh.h"
+#include "tests/standin/flash.h"
 #include "uidb.h"
 #include "wyk_hal_wrapper.h"
 #include "zor_vop_prm.h"
@@ -145,13 +146,6 @@ void fail_call(int nth, uint32_t answer);
 
 // The n-th malloc or calloc of the suite (from 1) returns null; 0 for none.
 void fail_allocation(int nth);
-
-// Content of a file below "/disk0:/", e.g. flash_file("kiv_input_file", "..."). A file not given is missing.
-void flash_file(const std::string &name, const std::string &content);
-bool flash_has(const std::string &name);
-std::string flash_text(const std::string &name);
-// fopen of this file fails from now on, even where it could be created.
-void flash_unopenable(const std::string &name);
 
 // What the case reads on standard input; nothing by default (end of input).
 void standard_input(const std::string &content);

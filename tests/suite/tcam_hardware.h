@@ -49,21 +49,47 @@ struct TcamHardware {
 };
 
 // Names of the invocations in order, prints and checks as they are without line numbers.
-inline std::vector<std::string> outline_without_lines() {
+inline Lines outline_without_lines() {
     return without_line_numbers(standin::outline());
 }
 
+inline constexpr uint32_t kFailure = 0x1234;  // of a call that is told to fail
+
+// Fixture for cases that create a TCAM: each run starts from fresh().
+class TcamCaseTest : public SuiteTest {
+  protected:
+    void SetUp() override {
+        SuiteTest::SetUp();
+        fresh();
+    }
+    // A fresh stand-in that answers as the cases need it.
+    virtual void fresh() = 0;
+
+    // The outline of a case whose n-th platform call fails.
+    Lines with_failing_call(kiv_function_t function, int nth) {
+        fresh();
+        standin::fail_call(nth, kFailure);
+        standin::run(function);
+        return outline_without_lines();
+    }
+    Lines with_failing_allocation(kiv_function_t function, int nth) {
+        fresh();
+        standin::fail_allocation(nth);
+        standin::run(function);
+        return outline_without_lines();
+    }
+
+    TcamHardware hardware;
+};
+
 inline std::string hex_text(uint32_t value) {
-    char text[16];
-    snprintf(text, sizeof text, "0x%x", value);
-    return text;
+    return formatted("0x%x", value);
 }
 
 // A check line without its number, as without_line_numbers leaves it.
 inline std::string check_text(uint32_t status, uint32_t expected, const std::string &name,
                               const std::string &source, const std::string &function) {
-    return "check " + hex_text(status) + " " + hex_text(expected) + " \"" + name + "\" prm/test/src/" +
-           source + " " + function;
+    return check_without_line(status, expected, name, "prm/test/src/" + source, function);
 }
 inline std::string none_text(uint32_t status, const std::string &source, const std::string &function) {
     return check_text(status, 0, "PRM_ERROR_NONE", source, function);

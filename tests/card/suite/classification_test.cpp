@@ -3,22 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdarg>
-#include <cstdio>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "card/sim/backend.h"
 #include "card/sim/card.h"
-#include "kiv.h"
-
-int prm_kiv_main(int argc, char **argv);  // the suite's main
-
-struct kiv_folder {
-    std::string name;
-    kiv_function_t set_up = nullptr, tear_down = nullptr;
-};
+#include "tests/standin/told.h"
 
 // The case that destroys with a spoiled feature id is meant to leave its key buffers behind.
 extern "C" const char *__lsan_default_suppressions() {
@@ -27,100 +17,7 @@ extern "C" const char *__lsan_default_suppressions() {
 
 namespace {
 
-struct CaseRun {
-    std::string name;
-    int checks = 0;
-    std::vector<std::string> failed;
-    std::string output;
-};
-
-struct Registered {
-    kiv_folder_t folder;
-    std::string name;
-    kiv_function_t function;
-};
-
-std::vector<std::unique_ptr<kiv_folder>> folders;
-std::vector<Registered> registered;
-std::string wanted_folder;
-std::vector<CaseRun> runs;  // of the wanted folder
-CaseRun outside;            // fixtures
-CaseRun *running = &outside;
-
-void record(bool passed, const std::string &what) {
-    ++running->checks;
-    if (!passed) running->failed.push_back(what);
-}
-
-}  // namespace
-
-extern "C" {
-
-void kiv_create(kiv_context_t *context) {
-    folders.clear();
-    registered.clear();
-    *context = nullptr;
-}
-
-kiv_folder_t kiv_create_test_folder(kiv_context_t, kiv_folder_t, const char *name, const char *) {
-    folders.push_back(std::make_unique<kiv_folder>());
-    folders.back()->name = name;
-    return folders.back().get();
-}
-
-void kiv_add_fixture(kiv_folder_t folder, kiv_function_t set_up, kiv_function_t tear_down) {
-    folder->set_up = set_up;
-    folder->tear_down = tear_down;
-}
-
-void kiv_create_test_case(kiv_context_t, kiv_folder_t folder, const char *name, const char *,
-                          kiv_function_t function, int) {
-    registered.push_back({folder, name, function});
-}
-
-int kiv_run(int, char **, kiv_context_t) {
-    kiv_folder_t open = nullptr;
-    for (const Registered &each : registered) {
-        if (each.folder->name != wanted_folder) continue;
-        if (open == nullptr) {
-            open = each.folder;
-            open->set_up();
-        }
-        runs.push_back({each.name, 0, {}, ""});
-        running = &runs.back();
-        each.function();
-        running = &outside;
-    }
-    if (open != nullptr) open->tear_down();
-    return 0;
-}
-
-void kiv_destroy(kiv_context_t *) {}
-
-int kiv_printf(const char *format, ...) {
-    char text[4096];
-    va_list arguments;
-    va_start(arguments, format);
-    const int length = vsnprintf(text, sizeof text, format, arguments);
-    va_end(arguments);
-    running->output += text;
-    return length;
-}
-
-int kiv_jyx_check_cerrno_(u32 status, u32 expected, const char *, const char *, const char *function, int) {
-    record(status == expected,
-           std::string(function) + ": " + std::to_string(status) + ", not " + std::to_string(expected));
-    return status == expected;
-}
-
-int kiv_check__(int, int condition, const char *text, const char *, const char *function, int, const char *,
-                ...) {
-    record(condition != 0, std::string(function) + ": " + text);
-    return condition;
-}
-}
-
-namespace {
+using standin::Told;
 
 struct Kind {
     const char *name;
@@ -152,29 +49,27 @@ class SuiteOnCardTest : public ::testing::TestWithParam<Kind> {
     }
 
     void run(const char *folder) {
-        wanted_folder = folder;
-        runs.clear();
-        outside = {};
-        char program[] = "suite";
-        char *arguments[] = {program, nullptr};
-        EXPECT_EQ(prm_kiv_main(1, arguments), 0);
-        EXPECT_EQ(outside.failed, std::vector<std::string>{});
+        Told fixtures;
+        runs = standin::told_by_folder(standin::register_suite(), folder, &fixtures);
+        EXPECT_GT(fixtures.checks, 0);
+        EXPECT_EQ(fixtures.failed_checks, std::vector<std::string>{});
     }
 
-    static const CaseRun &run_of(const std::string &name) {
-        for (const CaseRun &each : runs) {
+    const Told &run_of(const std::string &name) const {
+        for (const Told &each : runs) {
             if (each.name == name) return each;
         }
+        static const Told nothing;
         ADD_FAILURE() << "no case " << name;
-        return outside;
+        return nothing;
     }
 
-    static void expect_all_well() {
-        for (const CaseRun &each : runs) {
-            EXPECT_EQ(each.failed, std::vector<std::string>{}) << each.name << "\n" << each.output;
+    void expect_all_well() const {
+        for (const Told &each : runs) {
+            EXPECT_EQ(each.failed_checks, std::vector<std::string>{}) << each.name << "\n" << each.printed;
             for (const char *bad :
                  {"Failure", "ERROR", "Error", "FAIL", "Mismatch", "isn't", "is not configured"}) {
-                EXPECT_EQ(each.output.find(bad), std::string::npos) << each.name << "\n" << each.output;
+                EXPECT_EQ(each.printed.find(bad), std::string::npos) << each.name << "\n" << each.printed;
             }
         }
     }
@@ -183,14 +78,15 @@ class SuiteOnCardTest : public ::testing::TestWithParam<Kind> {
 
     sim::Card card{inventory()};
     sim::CurrentCard use{card};
+    std::vector<Told> runs;  // of the last folder
 };
 
 TEST_P(SuiteOnCardTest, EveryAclCasePasses) {
     run("acl");
     EXPECT_EQ(runs.size(), 27u);
     expect_all_well();
-    for (const CaseRun &each : runs) EXPECT_GT(each.checks, 0) << each.name;
-    EXPECT_THAT(run_of("create").output,
+    for (const Told &each : runs) EXPECT_GT(each.checks, 0) << each.name;
+    EXPECT_THAT(run_of("create").printed,
                 ::testing::AllOf(::testing::HasSubstr("SrcIP inserted correctly"),
                                  ::testing::HasSubstr("DstIP inserted correctly"),
                                  ::testing::HasSubstr("TTL inserted correctly"),
@@ -207,14 +103,14 @@ TEST_P(SuiteOnCardTest, EveryQosCasePassesOrDoesNotApply) {
     run("qos");
     EXPECT_EQ(runs.size(), 36u);
     expect_all_well();
-    for (const CaseRun &each : runs) {
+    for (const Told &each : runs) {
         const bool match =
             each.name == "match_protocol" || each.name == "match_acl1" || each.name == "match_acl2";
         if (match && GetParam().veltora) {
-            EXPECT_EQ(each.output, "This tc is not applicable in Quennick\n") << each.name;
+            EXPECT_EQ(each.printed, "This tc is not applicable in Quennick\n") << each.name;
             EXPECT_EQ(each.checks, 0) << each.name;
         } else if (each.name == "spq_hsp_port" && GetParam().hsp_port == 0) {
-            EXPECT_EQ(each.output, "This tc is not required in Quennick or other box");
+            EXPECT_EQ(each.printed, "This tc is not required in Quennick or other box");
             EXPECT_EQ(each.checks, 0);
         } else {
             EXPECT_GT(each.checks, 0) << each.name;
@@ -231,22 +127,22 @@ TEST_P(SuiteOnCardTest, EveryQosCasePassesOrDoesNotApply) {
 TEST_P(SuiteOnCardTest, AShiftedKeyIsVerifiedFieldByField) {
     if (GetParam().veltora) GTEST_SKIP() << "does not apply to this family";
     run("qos");
-    EXPECT_THAT(run_of("match_acl2").output,
+    EXPECT_THAT(run_of("match_acl2").printed,
                 ::testing::AllOf(::testing::HasSubstr("SrcIP inserted correctly"),
                                  ::testing::HasSubstr("DstIP inserted correctly"),
                                  ::testing::HasSubstr("Fragment Value inserted correctly"),
                                  ::testing::HasSubstr("Stats ID inserted correctly")));
-    EXPECT_THAT(run_of("match_acl1").output,
+    EXPECT_THAT(run_of("match_acl1").printed,
                 ::testing::AllOf(::testing::HasSubstr("SrcPort inserted correctly"),
                                  ::testing::HasSubstr("DstPort inserted correctly")));
-    EXPECT_THAT(run_of("match_prec").output,
+    EXPECT_THAT(run_of("match_prec").printed,
                 ::testing::AllOf(::testing::HasSubstr("Token Bucket ID inserted correctly"),
                                  ::testing::HasSubstr("Police Exceed Marking Value2 inserted correctly")));
 }
 
 TEST_P(SuiteOnCardTest, EveryClassOfEveryPortReadsBackAsConfigured) {
     run("qos");
-    const std::string &output = run_of("scale_sp_queue_on_all_ports").output;
+    const std::string &output = run_of("scale_sp_queue_on_all_ports").printed;
     const auto count = [&](const std::string &text) {
         size_t n = 0;
         for (size_t at = output.find(text); at != std::string::npos; at = output.find(text, at + 1)) ++n;

@@ -10,21 +10,13 @@ using standin::run;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 
-using Lines = std::vector<std::string>;
-
 constexpr uint64_t kVmrId = 0x1234AB0055667788;
 constexpr uint32_t kStatsId = 0x77;
-constexpr uint32_t kFailure = 0x1234;
 constexpr uint32_t kInvalidArg = 0x457C2A00, kInvalidMsg = 0x457C2C00;
 
 const char *const kNoMemory =
     "Error!!! Memory Allocation Failure under tc_kiv_tcam_allocate_and_offset_vmr \\n";
 const char *const kNullValue = "Error!!! info_p->value is NULL in free_vmr \\n";
-
-Lines operator+(Lines a, const Lines &b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
 
 // One step: call, line, check.
 Lines step(const std::string &operation, uint32_t code, const std::string &success,
@@ -80,15 +72,10 @@ Lines line(const char *text) {
     return {print_text(text)};
 }
 
-class AclTest : public SuiteTest {
+class AclTest : public TcamCaseTest {
   protected:
-    void SetUp() override {
-        SuiteTest::SetUp();
-        fresh();
-    }
-
     // A stand-in that hands out a statistics id and a TCAM, and reads back what was created.
-    void fresh() {
+    void fresh() override {
         standin::reset();
         standin::on("zor_vop_prm_tcam_vmr_stats_alloc").does([](standin::Call &call) {
             if (call.answer == 0) call.pointer<prm_info>(1)->stats_id = kStatsId;
@@ -96,22 +83,6 @@ class AclTest : public SuiteTest {
         hardware = TcamHardware();
         hardware.install(kVmrId);
     }
-
-    // The outline of a case whose n-th platform call fails.
-    Lines with_failing_call(kiv_function_t function, int nth) {
-        fresh();
-        standin::fail_call(nth, kFailure);
-        run(function);
-        return outline_without_lines();
-    }
-    Lines with_failing_allocation(kiv_function_t function, int nth) {
-        fresh();
-        standin::fail_allocation(nth);
-        run(function);
-        return outline_without_lines();
-    }
-
-    TcamHardware hardware;
 };
 
 // --- Positive cases

@@ -26,19 +26,6 @@ using testing::IsEmpty;
 constexpr char kTcsInput[] = "kiv_tcs_input_file";
 constexpr char kGoodInput[] = "IFH:8000038,UIDB:70000";
 constexpr uint32_t kFailure = 0x1234;
-using Lines = std::vector<std::string>;
-
-std::string print(const std::string &text) {
-    standin::Event event;
-    event.kind = standin::Kind::print;
-    event.text = text;
-    return event.line_text();
-}
-
-Lines operator+(Lines a, const Lines &b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
 
 // A status that the step under test returns.
 int status_of(prm_status_t (*step)(int), int argument) {

@@ -1,49 +1,31 @@
 // Forwarding chains: what each case sends and tells, on success and with each of its calls failing in turn.
 //
 // The expected course of a chain is built by a model of its own, which is told the call that fails.
-#include <cstdarg>
-#include <cstdio>
-
 #include "prm_kiv_label.h"
-#include "tests/standin/suite_test.h"
+#include "tests/standin/script.h"
 
 namespace {
 
 using standin::Bytes;
 using standin::RecordBuilder;
 using standin::run;
-using testing::ElementsAreArray;
 
-constexpr uint32_t kFailure = 0x1234;
+constexpr char kFile[] = "prm/test/src/prm_kiv_label";
 
-// Builds the expected transcript, check lines cut off, while counting calls and handing out indices as the
-// stand-in does: 1001 and on, one for each reservation that succeeds.
+// Writes down the course of a chain while handing out indices as the stand-in does: 1001 and on, one for each
+// reservation that succeeds. The lines of this area's checks are its source's own.
 class Course {
   public:
-    Course(const char *function, int failing) : function_(function), failing_(failing) {}
+    Course(const char *function, Script &script) : function_(function), script_(script) {}
 
     // Adds a call; its status.
     uint32_t call(const char *operation, const char *handle, const Bytes &record) {
-        lines_.push_back(std::string("call ") + operation + "(" + handle + ", " +
-                         standin::show_bytes(record.data(), record.size()) + ")");
-        return ++calls_ == failing_ ? kFailure : 0;
+        return script_.call(std::string(operation) + "(" + handle + ", " + shown(record) + ")");
     }
-    void check(uint32_t status) {
-        const std::string line =
-            check_line(status, 0, "CERR_SUCCESS", "prm/test/src/prm_kiv_label", function_, 0);
-        lines_.push_back(line.substr(0, line.rfind(' ')));
-        result_ = status == 0 ? 1 : 0;
-    }
-    __attribute__((format(printf, 2, 3))) void print(const char *format, ...) {
-        char text[256];
-        va_list arguments;
-        va_start(arguments, format);
-        vsnprintf(text, sizeof text, format, arguments);
-        va_end(arguments);
-        standin::Event event;
-        event.kind = standin::Kind::print;
-        event.text = text;
-        lines_.push_back(event.line_text());
+    void check(uint32_t status) { result_ = script_.check(status, function_, 0); }
+    template <class... Numbers>
+    void print(const char *format, Numbers... numbers) {
+        script_.print(formatted(format, numbers...));
     }
     uint32_t hand_out(uint32_t status) { return status == 0 ? 1000 + ++handed_out_ : 0; }
 
@@ -171,17 +153,13 @@ class Course {
                  .u32_at(136, mpls_nh));
     }
 
-    const std::vector<std::string> &lines() const { return lines_; }
-    int calls() const { return calls_; }
     int result() const { return result_; }
 
   private:
     const char *function_;
-    int failing_;
-    int calls_ = 0;
+    Script &script_;
     uint32_t handed_out_ = 0;
     int result_ = 0;
-    std::vector<std::string> lines_;
 };
 
 void pop_case(Course &course, uint32_t eos) {
@@ -239,16 +217,18 @@ const ChainCase kChainCases[] = {
 
 class ChainTest : public SuiteTest {
   protected:
-    void expect_course(const ChainCase &c, int failing) {
-        SetUp();
-        standin::fail_call(failing, kFailure);
-        const int result = run(c.function);
-        Course course(c.name, failing);
-        c.expect(course, c.eos);
-        EXPECT_THAT(without_line_numbers(standin::transcript()), ElementsAreArray(course.lines()))
-            << c.name << ", call " << failing << " failing";
-        EXPECT_EQ(result, course.result()) << c.name;
-        EXPECT_EQ(course.calls(), c.calls) << c.name;
+    // With the n-th call failing; none of them where it is 0.
+    static void expect_course(const ChainCase &c, int failing) {
+        SCOPED_TRACE(c.name);
+        const int calls = compare_with_flow(
+            c.function, kFile, failing, fresh_standin,
+            [&](Script &script) {
+                Course course(c.name, script);
+                c.expect(course, c.eos);
+                return course.result();
+            },
+            LineNumbers::cut);
+        EXPECT_EQ(calls, c.calls);
         EXPECT_EQ(standin::allocations(), 0);
     }
 };

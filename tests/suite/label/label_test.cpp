@@ -16,8 +16,7 @@ using testing::ElementsAre;
 constexpr uint32_t kFailure = 0x1234;
 
 std::string check(uint32_t status, const char *function, const char *file = "prm/test/src/prm_kiv_label") {
-    const std::string line = check_line(status, 0, "CERR_SUCCESS", file, function, 0);
-    return line.substr(0, line.rfind(' '));
+    return success_check_without_line(status, file, function);
 }
 
 // An add of a label with the always set bits of its payload.

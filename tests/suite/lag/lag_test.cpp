@@ -52,23 +52,10 @@ class LagTest : public SuiteTest {
         flash_file("kiv_tcs_input_file", parameters);
     }
 
-    // Runs a case with each of its calls failing in turn (and none), and compares all it did with the flow
-    // written down, line numbers apart.
-    template <class Flow>
-    static void run_with_every_call_failing(kiv_function_t function, const char *parameters, Flow flow) {
-        int calls = 1;
-        for (int n = 0; n <= calls; ++n) {
-            SCOPED_TRACE("failing call " + std::to_string(n));
-            start(parameters);
-            standin::fail_call(n, kScriptFailure);
-            Script script(kFile, n);
-            const int expected = flow(script);
-            EXPECT_EQ(run(function), expected);
-            EXPECT_THAT(without_line_numbers(transcript()),
-                        ElementsAreArray(without_line_numbers(script.lines())));
-            EXPECT_EQ(standin::live_blocks(), 0u);
-            calls = script.calls();
-        }
+    static void run_with_every_call_failing(kiv_function_t function, const char *parameters,
+                                            const std::function<int(Script &)> &flow) {
+        ::run_with_every_call_failing(
+            function, kFile, [=] { start(parameters); }, flow, LineNumbers::cut);
     }
 };
 
@@ -123,7 +110,7 @@ TEST_F(LagTest, CallStatusWinsOverTheOperationsOwn) {
 uint32_t expect_main_interface(Script &script, uint32_t l2_flag, uint32_t lag, uint32_t bundle,
                                const std::vector<uint32_t> &members) {
     const std::string step = "kiv_util_cfg_bdl_main_if";
-    script.print(format("if_handle = 0x%X\n iftype = %u \n", bundle, 3));
+    script.print(formatted("if_handle = 0x%X\n iftype = %u \n", bundle, 3));
     script.print("Calling uidb_create_single_interface\n");
     uint32_t rc = script.call("uidb_create_interface_batch(0x12123434, " +
                               shown(standin::RecordBuilder(108).u32_at(8, bundle).u32_at(16, 3)) + ", 1)");

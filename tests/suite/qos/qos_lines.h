@@ -15,12 +15,9 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
-using Lines = std::vector<std::string>;
-
 constexpr uint64_t kVmrId = 0x1234AB0055667788;
 constexpr uint32_t kPolicerId = 0x5A, kStatsId = 0x20000A01;  // the flag of the statistics id is set
 constexpr uint16_t kProfile = 0x8001;
-constexpr uint32_t kFailure = 0x1234;
 constexpr uint32_t kInvalidArg = 0x457C2A00, kInvalidMsg = 0x457C2C00;
 
 inline const char *const kNoMemory =
@@ -28,11 +25,6 @@ inline const char *const kNoMemory =
 inline const char *const kNoRequest = "Memory allocation failure for g_tm_config_request!!!\\n";
 inline const char *const kNoResponse = "Memory allocation failure for g_tm_config_response!!!\\n";
 inline const char *const kNoPolicy = "Failed in creating stats/policers";
-
-inline Lines operator+(Lines a, const Lines &b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
 
 inline Lines line(const std::string &text) {
     return {print_text(text)};
@@ -61,15 +53,10 @@ inline Lines tcam_destroy(uint32_t code = 0) {
             none(code, "tc_kiv_qos_tcam_destroy")};
 }
 
-class QosTest : public SuiteTest {
+class QosTest : public TcamCaseTest {
   protected:
-    void SetUp() override {
-        SuiteTest::SetUp();
-        fresh();
-    }
-
     // A stand-in that hands out a policy and a TCAM, releases nodes and reads back what was created.
-    void fresh() {
+    void fresh() override {
         standin::reset();
         g_tm_config_request = nullptr;
         g_tm_config_response = nullptr;
@@ -87,21 +74,6 @@ class QosTest : public SuiteTest {
             *call.pointer<uint32_t>(1) = 1;
         });
     }
-
-    Lines with_failing_call(kiv_function_t function, int nth) {
-        fresh();
-        standin::fail_call(nth, kFailure);
-        run(function);
-        return outline_without_lines();
-    }
-    Lines with_failing_allocation(kiv_function_t function, int nth) {
-        fresh();
-        standin::fail_allocation(nth);
-        run(function);
-        return outline_without_lines();
-    }
-
-    TcamHardware hardware;
 };
 
 }  // namespace qos_test

@@ -14,15 +14,6 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
-using Lines = std::vector<std::string>;
-
-constexpr uint32_t kFailure = 0x1234;
-
-inline Lines operator+(Lines a, const Lines &b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
 inline Lines line(const std::string &text) {
     return {print_text(text)};
 }

@@ -54,7 +54,7 @@ struct BusyFlow {
         return script.condition(rc == 0, "rc == EOK", kBusyCase, line,
                                 message(line, prefix,
                                         std::string("Failed to ") + (add ? "enable" : "disable") +
-                                            text_of(" span on ifh 0x%x", handle) + " session " + number(i) +
+                                            formatted(" span on ifh 0x%x", handle) + " session " + number(i) +
                                             " rc " + number(rc)));
     }
     bool refused(uint32_t i, int line, const char *prefix) {
@@ -72,9 +72,9 @@ struct BusyFlow {
 
     bool all(const std::vector<uint32_t> &handles) {
         for (uint32_t handle : handles) {
-            script.print(text_of("ifhandle is 0x%x\n", handle));
+            script.print(formatted("ifhandle is 0x%x\n", handle));
             script.check(0, kBusyCase, 356);
-            script.print(text_of("357: ifh is 0x%x", handle));
+            script.print(formatted("357: ifh is 0x%x", handle));
         }
         for (uint32_t i = 0; i < 4; ++i)
             for (int d = 0; d < 3; ++d)

@@ -17,8 +17,8 @@ TEST_F(SpanTest, SourcesGoRoundTheSessionsAndAreRemoved) {
             const char *const name = "prm_kiv_span_port_add_delete";
             expect_count(script, name, 534, 5);
             for (uint32_t k = 0; k < 5; ++k) {
-                script.print(text_of("input set %u\n", k));
-                script.print(text_of("ifhandle is 0x%x\n", handles[k]));
+                script.print(formatted("input set %u\n", k));
+                script.print(formatted("ifhandle is 0x%x\n", handles[k]));
                 script.check(0, name, 540);
             }
             int result = 0;
@@ -71,7 +71,7 @@ class SpanRefusedTest : public SpanTest, public testing::WithParamInterface<Refu
                 const uint32_t answer = ++attempt == accepted ? 0 : kBadId;
                 const uint32_t rc = expect_source(script, handle, row.session, direction, round.add, answer);
                 if (!script.condition(rc != 0, "rc != EOK", row.name, round.line, row.message)) return;
-                if (row.status_line != nullptr) script.print(text_of(row.status_line, rc));
+                if (row.status_line != nullptr) script.print(formatted(row.status_line, rc));
             }
         }
         if (row.tells_end) script.print(std::string(row.name) + ":kiv_util_uidb_set_feature called");
@@ -109,7 +109,7 @@ TEST_P(SpanRefusedTest, MissingMemoryCountsAsARefusal) {
     EXPECT_EQ(run(GetParam().function), 1);
     EXPECT_THAT(standin::printed(), HasSubstr("Malloc Failed for uidb_client_data \n"));
     if (GetParam().status_line != nullptr) {
-        EXPECT_THAT(standin::printed(), HasSubstr(text_of(GetParam().status_line, 22)));
+        EXPECT_THAT(standin::printed(), HasSubstr(formatted(GetParam().status_line, 22)));
     }
 }
 

@@ -21,12 +21,6 @@ inline std::string destroy_call(uint32_t session, uint32_t dest_port) {
     return session_call("fwd_del", session, dest_port);
 }
 
-inline std::string text_of(const char *pattern, uint32_t number) {
-    char text[256];
-    snprintf(text, sizeof text, pattern, number);
-    return text;
-}
-
 // The step that sets a source, whatever the stand-in answers: `status` when it is not 0, else as scripted.
 inline uint32_t expect_source(Script &script, uint32_t handle, uint32_t session, int direction, bool add,
                               uint32_t status = 0) {
@@ -41,7 +35,7 @@ inline uint32_t expect_source(Script &script, uint32_t handle, uint32_t session,
                                                     .u32_at(20, add ? session : session | 0x80000000)) +
                                           ")");
     const uint32_t rc = scripted != 0 ? scripted : status;
-    script.print(text_of("kiv_util_uidb_set_feature returned error is 0x%x\n", rc));
+    script.print(formatted("kiv_util_uidb_set_feature returned error is 0x%x\n", rc));
     return rc;
 }
 
@@ -53,26 +47,10 @@ class SpanTest : public SuiteTest {
         standin::standard_input(input);
     }
 
-    // Runs a case with each of its calls failing in turn (and none), and compares all it did with the flow
-    // written down. The flow ends where the process does, with any result.
-    template <class Flow>
-    static void run_with_every_call_failing(kiv_function_t function, const std::string &input, Flow flow) {
-        int calls = 1;
-        for (int n = 0; n <= calls; ++n) {
-            SCOPED_TRACE("failing call " + std::to_string(n));
-            start(input);
-            standin::fail_call(n, kScriptFailure);
-            Script script(kSpanFile, n);
-            const int expected = flow(script);
-            const int result = standin::run(function);
-            EXPECT_THAT(standin::transcript(), testing::ElementsAreArray(script.lines()));
-            EXPECT_EQ(standin::aborted(), script.lines().back() == "abort");
-            if (!standin::aborted()) {
-                EXPECT_EQ(result, expected);
-            }
-            EXPECT_EQ(standin::live_blocks(), 0u);
-            if (n == 0) calls = script.calls();
-        }
+    static void run_with_every_call_failing(kiv_function_t function, const std::string &input,
+                                            const std::function<int(Script &)> &flow) {
+        ::run_with_every_call_failing(
+            function, kSpanFile, [&] { start(input); }, flow);
     }
 };
 
@@ -81,7 +59,7 @@ inline constexpr char kLimitMessage[] = "Totatl number of interfaces has to be b
 
 inline void expect_count(Script &script, const char *name, int line, uint32_t count) {
     script.condition(true, kLimit, name, line, kLimitMessage);
-    script.print(text_of("Total number of inputs is %u\n", count));
+    script.print(formatted("Total number of inputs is %u\n", count));
 }
 
 #endif

@@ -211,10 +211,10 @@ const SourcesCase kSourcesCases[] = {
 
 int expect_set(Script &script, const SourcesCase &row, uint32_t k, uint32_t handle, int direction,
                uint32_t session) {
-    script.print(text_of("input set %u\n", k));
-    script.print(text_of("ifhandle is 0x%x\n", handle));
+    script.print(formatted("input set %u\n", k));
+    script.print(formatted("ifhandle is 0x%x\n", handle));
     script.print("direction is " + std::to_string(direction) + "\n");
-    script.print(text_of("session id is 0x%x\n", session));
+    script.print(formatted("session id is 0x%x\n", session));
     script.check(0, row.name, row.read_line);
     return script.check(expect_source(script, handle, session, direction, row.add), row.name, row.set_line);
 }

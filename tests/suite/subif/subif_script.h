@@ -12,12 +12,6 @@ struct Subif {
     bool l2 = false, in_bundle = false;
 };
 
-inline std::string format(const char *pattern, uint32_t a, uint32_t b = 0, uint32_t c = 0, uint32_t d = 0) {
-    char text[512];
-    snprintf(text, sizeof text, pattern, a, b, c, d);
-    return text;
-}
-
 // The five-feature message, as 268 bytes at their offsets.
 inline standin::Bytes encapsulation_record(const Subif &s, uint32_t tags) {
     return standin::RecordBuilder(268)
@@ -55,8 +49,8 @@ inline uint32_t expect_cfg_subif(Script &script, const Subif &s, int &granted) {
     const std::string step = "kiv_util_cfg_subif";
     const auto check = [&](uint32_t rc, int line) { script.check_in(kSubifFile, rc, step, line); };
 
-    script.print(format("channel_map = %u\n if_handle = 0x%X\n iftype = %u \nparent_ifh = 0x%X\n",
-                        s.np_port & 255, s.handle, 2, s.parent));
+    script.print(formatted("channel_map = %u\n if_handle = 0x%X\n iftype = %u \nparent_ifh = 0x%X\n",
+                           s.np_port & 255, s.handle, 2, s.parent));
     script.print("Calling uidb_create_single_interface\n");
     uint32_t rc = script.call("uidb_create_interface_batch(0x12123434, " +
                               shown(standin::RecordBuilder(108)
@@ -73,11 +67,11 @@ inline uint32_t expect_cfg_subif(Script &script, const Subif &s, int &granted) {
         rc = script.call(std::string("prm_stats_cl_alloc(async, ") + (egress ? "0x20000000" : "0x10000000") +
                          ", 5, 2, &1, &0)");
         pointers[egress] = rc == 0 ? 0x5000 + static_cast<uint32_t>(++granted) : 0;
-        if (rc == 0) script.print(format("Got Stats Ptr: 0x%x\n", pointers[egress]));
+        if (rc == 0) script.print(formatted("Got Stats Ptr: 0x%x\n", pointers[egress]));
         check(rc, egress ? 57 : 52);
-        script.print(format(egress ? "Egress Intf Stats Ptr allocated Ptr: 0x%x\n"
-                                   : "Ingress Intf Stats Ptr allocated Ptr: 0x%x\n",
-                            pointers[egress]));
+        script.print(formatted(egress ? "Egress Intf Stats Ptr allocated Ptr: 0x%x\n"
+                                      : "Ingress Intf Stats Ptr allocated Ptr: 0x%x\n",
+                               pointers[egress]));
     }
 
     script.print("Call UIDB Set feature batch\n");
@@ -111,7 +105,7 @@ inline uint32_t expect_cfg_subif(Script &script, const Subif &s, int &granted) {
                                .u32_at(48 + 12, 1)) +
                      ")");
     check(rc, 216);
-    script.print(format("kiv_util_uidb_set_feature_batch called rc: 0x%x\n", rc));
+    script.print(formatted("kiv_util_uidb_set_feature_batch called rc: 0x%x\n", rc));
     return rc;
 }
 

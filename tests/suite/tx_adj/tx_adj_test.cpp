@@ -14,7 +14,6 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 
 constexpr uint32_t kFailure = 0x1234;
-using Lines = std::vector<std::string>;
 
 const char kInput[] =
     "IFH:1a0,UIDB:17,INTF_NAME:HundredGigE0/1/0/0,NP_PORT:3\n"
@@ -46,12 +45,6 @@ RecordBuilder labelled(uint32_t uidb_index, uint32_t nh, uint32_t mpls_nh) {
 
 standin::Bytes deletion(uint32_t nh, uint32_t flags3 = 0) {
     return RecordBuilder(2124).u32_at(20, nh).u8_at(74, 0x82).u8_at(75, flags3).u32_at(96, nh);
-}
-
-Lines joined(std::initializer_list<Lines> parts) {
-    Lines lines;
-    for (const Lines &part : parts) lines.insert(lines.end(), part.begin(), part.end());
-    return lines;
 }
 
 Lines reserve_and_add(uint32_t nh) {
@@ -192,10 +185,9 @@ Lines add_case_lines(const AddCase &c) {
     Lines lines = {kInputLines};
     if (c.first != nullptr) lines.push_back(c.first);
     // The index line is put twice: by the step and by the case.
-    return joined(
-        {lines,
-         reserve_and_add(1001),
-         {"stdout \"nh_index : 1001\\n\\nnh_index : 1001\\n\\n\"", std::string("print \"") + c.last + "\""}});
+    return lines + reserve_and_add(1001) +
+           Lines{"stdout \"nh_index : 1001\\n\\nnh_index : 1001\\n\\n\"",
+                 std::string("print \"") + c.last + "\""};
 }
 
 TEST_F(TxAdjTest, AddCasesReserveAddPutWriteAndAppend) {
@@ -325,11 +317,11 @@ TEST_F(TxAdjTest, MplsVariantAddsALabelAdjacencyOnTheFirstNextHop) {
     EXPECT_EQ(nh, 1001u);
     EXPECT_EQ(mpls_nh, 1002u);
     EXPECT_THAT(outline(),
-                ElementsAreArray(joined({reserve_and_add(1001),
-                                         {"call prm_srh_tx_adj_buddy_reserve",
-                                          "print \"SUCCESS: Tx Adj Reserve SUCCESS. nh_idx = 1002 \"",
-                                          "print \"Mpls Nh reserved 1002 \"", "call prm_srh_tx_adj_add",
-                                          "print \"SUCCESS: MPLS  Tx Adj ADD completed. rc = 0x0 \""}})));
+                ElementsAreArray(reserve_and_add(1001) +
+                                 Lines{"call prm_srh_tx_adj_buddy_reserve",
+                                       "print \"SUCCESS: Tx Adj Reserve SUCCESS. nh_idx = 1002 \"",
+                                       "print \"Mpls Nh reserved 1002 \"", "call prm_srh_tx_adj_add",
+                                       "print \"SUCCESS: MPLS  Tx Adj ADD completed. rc = 0x0 \""}));
     EXPECT_EQ(standin::calls().at(3).record(), labelled(9, 1001, 1002).bytes());
     EXPECT_EQ(standin::flash_text("kiv_tcs_output_file"), "nh_index_mpls : 1002\n");
 }
@@ -347,7 +339,7 @@ TEST_F(TxAdjTest, AFailedMplsAddKeepsTheFirstNextHopInTheOutputFile) {
 TEST_F(TxAdjTest, DeleteCaseListsItsNextHopAndDeletesIt) {
     EXPECT_EQ(run(tc_kiv_tx_adj_del), 0);
     EXPECT_THAT(outline(),
-                ElementsAreArray(joined({{kInputLines}, reserve_and_add(1001), deletion_lines(1001)})));
+                ElementsAreArray(Lines{kInputLines} + reserve_and_add(1001) + deletion_lines(1001)));
     EXPECT_EQ(standin::calls("prm_srh_tx_adj_add").at(0).record(), plain(0x10, 17, 1001).bytes());
     EXPECT_EQ(standin::calls("prm_srh_tx_adj_del").at(0).record(), deletion(1001));
     EXPECT_EQ(standin::flash_text("kiv_tcs_cleanup_file"), "nh_index : 1001\n");
@@ -357,7 +349,7 @@ TEST_F(TxAdjTest, DeleteCaseListsItsNextHopAndDeletesIt) {
 TEST_F(TxAdjTest, AFailedDeleteStillSaysSucceeded) {
     standin::fail_call(3, kFailure);
     run(tc_kiv_tx_adj_del);
-    Lines expected = joined({{kInputLines}, reserve_and_add(1001), deletion_lines(1001)});
+    Lines expected = Lines{kInputLines} + reserve_and_add(1001) + deletion_lines(1001);
     expected.insert(expected.end() - 1, "print \"\\n kiv_util_tx_adj_del call 1 failed with rc=0x1234\\n\"");
     EXPECT_THAT(outline(), ElementsAreArray(expected));
 }
@@ -365,17 +357,15 @@ TEST_F(TxAdjTest, AFailedDeleteStillSaysSucceeded) {
 TEST_F(TxAdjTest, EarlierFailuresOfTheDeleteCaseAreTold) {
     standin::fail_call(1, kFailure);
     run(tc_kiv_tx_adj_del);
-    EXPECT_THAT(outline(),
-                ElementsAreArray(joined({{kInputLines},
-                                         {"call prm_srh_tx_adj_buddy_reserve",
-                                          "print \"ERROR: Tx Adj Reserve failed. rc = 0x1234 \"",
-                                          "print \"Nh index reserved 0 \"", "call prm_srh_tx_adj_add",
-                                          "print \"SUCCESS: Tx Adj ADD completed. rc = 0x0 \""},
-                                         deletion_lines(0)})));
+    EXPECT_THAT(outline(), ElementsAreArray(Lines{kInputLines, "call prm_srh_tx_adj_buddy_reserve",
+                                                  "print \"ERROR: Tx Adj Reserve failed. rc = 0x1234 \"",
+                                                  "print \"Nh index reserved 0 \"", "call prm_srh_tx_adj_add",
+                                                  "print \"SUCCESS: Tx Adj ADD completed. rc = 0x0 \""} +
+                                            deletion_lines(0)));
     SetUp();
     standin::fail_call(2, kFailure);
     run(tc_kiv_tx_adj_del);
-    Lines expected = joined({{kInputLines}, reserve_and_add(1001), deletion_lines(1001)});
+    Lines expected = Lines{kInputLines} + reserve_and_add(1001) + deletion_lines(1001);
     expected.at(5) = "print \"ERROR: Tx Adj ADD failed. rc = 0x1234 \"";
     EXPECT_THAT(outline(), ElementsAreArray(expected));
 }
@@ -391,9 +381,8 @@ TEST_F(TxAdjTest, DeleteOptionsAreBitsOneAndZero) {
 }
 
 Lines modify_lines() {
-    return joined({{kInputLines},
-                   reserve_and_add(1001),
-                   {"call prm_srh_tx_adj_mod", "print \"SUCCESS: Tx Adj ADD completed. rc = 0x0 \""}});
+    return Lines{kInputLines} + reserve_and_add(1001) +
+           Lines{"call prm_srh_tx_adj_mod", "print \"SUCCESS: Tx Adj ADD completed. rc = 0x0 \""};
 }
 
 TEST_F(TxAdjTest, ModifyCaseTurnsAPuntAdjacencyIntoANormalOne) {
@@ -433,10 +422,9 @@ TEST_F(TxAdjTest, EachFailingCallOfTheModifyCaseIsTold) {
 Lines delete_all_lines(const std::vector<uint32_t> &next_hops) {
     Lines lines;
     for (size_t pass = 0; pass < next_hops.size(); ++pass)
-        lines = joined({lines,
-                        deletion_lines(next_hops[pass]),
-                        {"print \"SUCCESS: Tx del SUCCESS. nh_idx" + std::to_string(pass) + " = " +
-                         std::to_string(static_cast<int32_t>(next_hops[pass])) + " \""}});
+        lines = lines + deletion_lines(next_hops[pass]) +
+                Lines{"print \"SUCCESS: Tx del SUCCESS. nh_idx" + std::to_string(pass) + " = " +
+                      std::to_string(static_cast<int32_t>(next_hops[pass])) + " \""};
     return lines;
 }
 

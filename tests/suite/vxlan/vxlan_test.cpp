@@ -21,14 +21,6 @@ using testing::IsEmpty;
 
 constexpr uint32_t kFailure = 0x1234;
 constexpr char kFile[] = "prm/test/src/prm_kiv_vxlan";
-using Lines = std::vector<std::string>;
-
-std::string print(const std::string &text) {
-    standin::Event event;
-    event.kind = standin::Kind::print;
-    event.text = text;
-    return event.line_text();
-}
 
 class VxlanTest : public SuiteTest {
   protected:

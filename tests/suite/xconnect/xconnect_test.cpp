@@ -53,27 +53,11 @@ class XconnectTest : public SuiteTest {
         });
     }
 
-    // Runs a case with each of its calls failing in turn (and none), and compares all it did with the flow
-    // written down. The lines of steps whose source numbers its own checks are cut off on both sides.
-    template <class Flow>
-    static void run_with_every_call_failing(kiv_function_t function, const char *lines, Flow flow,
-                                            bool cut_line_numbers = false) {
-        int calls = 1;
-        for (int n = 0; n <= calls; ++n) {
-            SCOPED_TRACE("failing call " + std::to_string(n));
-            Script script(kFile, n);
-            const int expected = flow(script);
-            start(lines);
-            standin::fail_call(n, kScriptFailure);
-            EXPECT_EQ(run(function), expected);
-            if (cut_line_numbers)
-                EXPECT_THAT(without_line_numbers(transcript()),
-                            ElementsAreArray(without_line_numbers(script.lines())));
-            else
-                EXPECT_THAT(transcript(), ElementsAreArray(script.lines()));
-            EXPECT_EQ(standin::live_blocks(), 0u);
-            calls = script.calls();
-        }
+    static void run_with_every_call_failing(kiv_function_t function, const char *lines,
+                                            const std::function<int(Script &)> &flow,
+                                            LineNumbers numbers = LineNumbers::compared) {
+        ::run_with_every_call_failing(
+            function, kFile, [=] { start(lines); }, flow, numbers);
     }
 };
 
@@ -391,7 +375,7 @@ TEST_F(XconnectTest, PseudowireAddTakesNextHopAndTunnelFromTheAdjacency) {
             const std::string name = "tc_kiv_xconnect_add_l2p_x_pw";
             if (const uint32_t rc = expect_l2_flag(script, true); rc != 0) {
                 script.print(name +
-                             format(":ERROR:kiv_util_uidb_l2_enable failed.ifh=0x%x rc=0x%x", kPort, rc));
+                             formatted(":ERROR:kiv_util_uidb_l2_enable failed.ifh=0x%x rc=0x%x", kPort, rc));
                 return 0;
             }
             script.print("\n calling kiv_prm_srh_eompls_xconnect_add() with AC = 6 & PW = 32768");
@@ -409,7 +393,7 @@ TEST_F(XconnectTest, PseudowireAddTakesNextHopAndTunnelFromTheAdjacency) {
             script.print("SUCCESS:" + name + " completed\n uidb_index1=6, pw_xid=0x8000");
             return 1;
         },
-        true);
+        LineNumbers::cut);
 }
 
 TEST_F(XconnectTest, PseudowireAddSendsZeroForWhatWasNotReserved) {
@@ -446,7 +430,7 @@ TEST_F(XconnectTest, PseudowireRemoveDeletesTheAdjacencyBeforeAndAfter) {
             script.print("SUCCESS:tc_kiv_xconnect_remove_l2p_x_pw done for ifh=0x8000038, pw_xid=0x8000");
             return 1;
         },
-        true);
+        LineNumbers::cut);
 }
 
 TEST_F(XconnectTest, PseudowireStepsReturnTheCrossConnectsStatusAlone) {
