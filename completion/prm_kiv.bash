@@ -5,16 +5,6 @@ _prm_kiv() {
     local program=$1 word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
     COMPREPLY=()
     case $before in
-        --plan | --rerun-failed | --junit | --tap | --json | --html | --trace)
-            mapfile -t COMPREPLY < <(compgen -f -- "$word")
-            compopt -o filenames 2>/dev/null
-            return
-            ;;
-        --site | --disk0 | --out)
-            mapfile -t COMPREPLY < <(compgen -d -- "$word")
-            compopt -o filenames 2>/dev/null
-            return
-            ;;
         --on-crash)
             mapfile -t COMPREPLY < <(compgen -W "next-folder next-case stop" -- "$word")
             return
@@ -28,8 +18,20 @@ _prm_kiv() {
             compopt -o nospace 2>/dev/null
             return
             ;;
-        --shard | --repeat | --seed | --timeout | --grace | --output-limit | --fault)
-            return
+        --exclude) ;;
+        --*)
+            # What the option before takes stands one blank behind it in the help; a flag takes nothing.
+            local takes
+            takes=$("$program" --help 2>/dev/null | awk -v option="  $before " \
+                'index($0, option) == 1 && substr($0, length(option) + 1, 1) != " " { print $2; exit }')
+            case $takes in
+                FILE) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
+                DIR) mapfile -t COMPREPLY < <(compgen -d -- "$word") ;;
+            esac
+            if [[ -n $takes ]]; then
+                compopt -o filenames 2>/dev/null
+                return
+            fi
             ;;
     esac
     if [[ $word == --* ]]; then

@@ -52,9 +52,10 @@ bool apply_test_environment(Options *options, std::string *error) {
     }
     const std::string fail_fast = variable("TESTBRIDGE_TEST_RUNNER_FAIL_FAST");
     if (fail_fast == "1") options->fail_fast = true;
-    if (options->reports.junit.empty()) {
-        for (const std::string &format : report_formats())
-            if (format == "junit") options->reports.junit = variable("XML_OUTPUT_FILE");
+    for (size_t i = 0; i < report_formats().size(); ++i) {
+        std::string &file = options->reports.files[i];
+        if (file.empty() && report_formats()[i].variable != nullptr)
+            file = variable(report_formats()[i].variable);
     }
     if (options->out.empty()) options->out = variable("TEST_TMPDIR");
     return true;

@@ -13,19 +13,21 @@ namespace kiv {
 
 bool read_file(const std::string &path, std::string *text, std::string *error) {
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    bool good = fd >= 0;
-    text->clear();
-    char buffer[16384];
-    while (good) {
-        const ssize_t got = read(fd, buffer, sizeof buffer);
-        if (got < 0 && errno == EINTR) continue;
-        good = got >= 0;
-        if (got <= 0) break;
-        text->append(buffer, static_cast<size_t>(got));
-    }
+    const bool good = fd >= 0 && read_all(fd, text);
     if (!good) *error = path + ": " + strerror(errno);
     if (fd >= 0) close(fd);
     return good;
+}
+
+bool read_all(int fd, std::string *text) {
+    text->clear();
+    char buffer[16384];
+    while (true) {
+        const ssize_t got = read(fd, buffer, sizeof buffer);
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) return got == 0;
+        text->append(buffer, static_cast<size_t>(got));
+    }
 }
 
 bool write_file(const std::string &path, std::string_view text, std::string *error) {

@@ -10,6 +10,9 @@ namespace kiv {
 // Reads a whole file of reasonable size. False, with *error naming the file and the reason.
 bool read_file(const std::string &path, std::string *text, std::string *error);
 
+// Reads a descriptor to its end. False, with errno set.
+bool read_all(int fd, std::string *text);
+
 // Replaces a file's contents. False, with *error set.
 bool write_file(const std::string &path, std::string_view text, std::string *error);
 

@@ -2,7 +2,8 @@
 #include "kiv/listing.h"
 
 #include <algorithm>
-#include <cstdio>
+
+#include "kiv/reports/escape.h"
 
 namespace kiv {
 
@@ -10,21 +11,9 @@ namespace {
 
 constexpr size_t kCommentColumn = 44;
 
-void append_json(std::string &to, std::string_view text) {
+void append_text(std::string &to, std::string_view text) {
     to += '"';
-    for (const char c : text) {
-        const unsigned char byte = static_cast<unsigned char>(c);
-        if (c == '"' || c == '\\') {
-            to += '\\';
-            to += c;
-        } else if (byte < 0x20) {
-            char escaped[8];
-            snprintf(escaped, sizeof escaped, "\\u%04x", byte);
-            to += escaped;
-        } else {
-            to += c;
-        }
-    }
+    reports::append_json(to, text);
     to += '"';
 }
 
@@ -52,13 +41,13 @@ std::string list_cases(const kiv_context &context, const std::vector<uint32_t> &
             text += separator;
             separator = ",\n";
             text += "{\"folder\":";
-            append_json(text, test.folder->path);
+            append_text(text, test.folder->path);
             text += ",\"name\":";
-            append_json(text, test.name());
+            append_text(text, test.name());
             text += ",\"selector\":";
-            append_json(text, test.selector());
+            append_text(text, test.selector());
             text += ",\"description\":";
-            append_json(text, test.description());
+            append_text(text, test.description());
             text += ",\"mode\":" + std::to_string(test.mode) + ",\"manual\":" + (manual ? "true}" : "false}");
             continue;
         }

@@ -161,16 +161,11 @@ void declare_output(CLI::App &app, Options *options) {
         ->type_name("KIB")
         ->check(CLI::Range(1, 1 << 20).description(""))
         ->group(group);
-    for (const std::string &format : report_formats()) {
-        std::string *file = format == "junit"  ? &options->reports.junit
-                            : format == "tap"  ? &options->reports.tap
-                            : format == "json" ? &options->reports.json
-                                               : &options->reports.html;
-        const char *what = format == "junit"  ? "Write JUnit XML"
-                           : format == "tap"  ? "Write KTAP"
-                           : format == "json" ? "Write the stream of events, one JSON object a line"
-                                              : "Write one page to look at";
-        app.add_option("--" + format, *file, what)->type_name("FILE")->group(group);
+    for (size_t i = 0; i < report_formats().size(); ++i) {
+        const ReportFormat &format = report_formats()[i];
+        app.add_option(std::string("--") + format.name, options->reports.files[i], format.help)
+            ->type_name("FILE")
+            ->group(group);
     }
 }
 

@@ -29,6 +29,16 @@ bool verdict_is_good(Verdict verdict) {
     return verdict == Verdict::passed || verdict == Verdict::unchecked;
 }
 
+void Summary::add(const CaseResult &result) {
+    ++counts[static_cast<size_t>(result.verdict)];
+    checks += result.checks;
+    failed_checks += result.failed_checks;
+}
+
+void Summary::add(const FixtureResult &fixture) {
+    if (fixture.failed()) ++failed_fixtures;
+}
+
 bool Summary::good() const {
     return failed_fixtures == 0 && !interrupted &&
            counts[static_cast<size_t>(Verdict::passed)] + counts[static_cast<size_t>(Verdict::unchecked)] ==

@@ -85,7 +85,7 @@ struct CaseResult {
     std::string selector() const { return folder + "/" + name; }
 };
 
-// A fixture that did not come through: its checks failed, or it ended the worker.
+// A set-up or tear-down that ended.
 struct FixtureResult {
     std::string folder;
     bool set_up = false;  // else tear-down
@@ -96,6 +96,10 @@ struct FixtureResult {
     std::vector<Check> failures;
     std::string output;
     std::chrono::nanoseconds duration{0};
+
+    bool failed() const { return ran && !verdict_is_good(verdict); }
+    const char *kind() const { return set_up ? "set-up" : "tear-down"; }
+    std::string name() const { return std::string(kind()) + " of " + folder; }
 };
 
 struct FolderInfo {
@@ -118,7 +122,7 @@ struct RunInfo {
     int shard_index = 0, shard_count = 1;
     size_t selected_cases = 0;          // in all passes
     std::vector<FolderInfo> folders;    // in run order, those with selected cases
-    std::vector<std::string> selected;  // selectors of every selected case, in run order
+    std::vector<std::string> selected;  // selectors of the cases of one pass, the first, in run order
     // Both lists are filled only for a report that needs them: a run may have a hundred thousand cases.
     // Descriptions of the selected cases, in the same order (reports list what was not reached).
     std::vector<std::string> descriptions;
@@ -135,6 +139,9 @@ struct Summary {
     std::vector<std::string> notes;  // lines of observers and of the supervision, in order
     size_t failed_fixtures = 0;
 
+    // Counts what has ended: verdict and checks of a case, a fixture that failed.
+    void add(const CaseResult &result);
+    void add(const FixtureResult &fixture);
     // Every case and every fixture did what it should.
     bool good() const;
 };

@@ -163,16 +163,17 @@ RunInfo Run::describe() const {
     std::vector<size_t> place(context_.folders.size());  // in info.folders, plus one
     const bool listed = options_.reports.list_cases();
     if (listed) {
-        info.selected.reserve(schedule_->size());
-        info.descriptions.reserve(schedule_->size());
+        info.selected.reserve(selected_.size());
+        info.descriptions.reserve(selected_.size());
     }
-    for (uint64_t at = 0; at < (listed ? schedule_->size() : selected_.size()); ++at) {
+    // The first pass stands for all: they run the same cases.
+    for (uint64_t at = 0; at < selected_.size(); ++at) {
         const Case &test = schedule_->case_at(at);
         if (place[test.folder->id] == 0) {
             info.folders.push_back({test.folder->path, test.folder->title, 0});
             place[test.folder->id] = info.folders.size();
         }
-        ++info.folders[place[test.folder->id] - 1].selected_cases;
+        info.folders[place[test.folder->id] - 1].selected_cases += static_cast<size_t>(options_.repeat);
         if (!listed) continue;
         info.selected.push_back(test.selector());
         info.descriptions.emplace_back(test.description());

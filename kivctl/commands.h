@@ -4,10 +4,18 @@
 #define KIVCTL_COMMANDS_H
 
 #include <CLI/CLI.hpp>
+#include <cstdio>
+#include <string>
 
 namespace kivctl {
 
 inline constexpr int kGood = 0, kBad = 1, kUnusable = 2;
+
+// Says a message on standard error; the exit status of what cannot be used.
+inline int unusable(const std::string &message) {
+    std::fprintf(stderr, "kivctl: %s\n", message.c_str());
+    return kUnusable;
+}
 
 void add_gate(CLI::App &app, int *status);
 void add_rerun(CLI::App &app, int *status);

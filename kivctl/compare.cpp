@@ -5,7 +5,7 @@
 #include <map>
 #include <memory>
 
-#include "kiv/reports/text.h"
+#include "kiv/reports/wording.h"
 #include "kivctl/commands.h"
 #include "kivctl/results.h"
 
@@ -32,7 +32,7 @@ struct Outcomes {
 };
 
 Outcomes outcomes(Results &results) {
-    results.finish("the run ended before it");
+    results.finish(kNotReached);
     Outcomes all;
     for (const kiv::CaseResult *const result : results.cases()) {
         const auto [found, is_new] = all.by_selector.try_emplace(result->selector());

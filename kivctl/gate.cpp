@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "kiv/reports/text.h"
+#include "kiv/reports/wording.h"
 #include "kivctl/commands.h"
 #include "kivctl/results.h"
 
@@ -42,7 +42,7 @@ int gate(const Options &options) {
         if (!load(file, &results)) return kUnusable;
         if (!results.complete && options.incomplete)
             say(fmt::format("{}: the run did not come to its end", file));
-        results.finish("the run ended before it");
+        results.finish(kNotReached);
         size_t ran = 0;
         for (const kiv::FixtureResult *const fixture : results.fixtures())
             if (fixture->ran && fails(fixture->verdict, options))
@@ -52,10 +52,9 @@ int gate(const Options &options) {
             ++cases;
             if (result->verdict != kiv::Verdict::not_run) ++ran;
             if (!fails(result->verdict, options)) continue;
+            const char *const verdict = verdict_text(result->verdict);
             const std::string why = kiv::reports::headline(*result);
-            say(fmt::format("{:<18} {}{}{}", verdict_text(result->verdict), result->selector(),
-                            why == verdict_text(result->verdict) ? "" : ": ",
-                            why == verdict_text(result->verdict) ? "" : why));
+            say(fmt::format("{:<18} {}{}", verdict, result->selector(), why == verdict ? "" : ": " + why));
         }
         if (ran == 0 && options.empty) say(fmt::format("{}: no case ran", file));
     }

@@ -5,8 +5,8 @@
 #include <memory>
 #include <set>
 
-#include "kiv/reports/reports.h"
-#include "kiv/reports/text.h"
+#include "kiv/reports/report_list.h"
+#include "kiv/reports/time.h"
 #include "kivctl/commands.h"
 #include "kivctl/results.h"
 
@@ -19,11 +19,6 @@ struct Options {
     bool partial = false;
 };
 
-int unusable(const std::string &message) {
-    fmt::print(stderr, "kivctl: {}\n", message);
-    return kUnusable;
-}
-
 int64_t start_of(const Results &results) {
     int64_t time = 0;
     return kiv::reports::parse_time(results.info.started_at, &time) ? time : 0;
@@ -33,7 +28,7 @@ std::string name_of(const kiv::RunInfo &info) {
     return fmt::format("shard {} of {}", info.shard_index + 1, info.shard_count);
 }
 
-// The parts of one run must be all there, once each; runs that are no shards only must not overlap in name.
+// The parts of one run must be all there, once each.
 int check_parts(const std::vector<Results> &parts, bool partial) {
     const int count = parts.front().info.shard_count;
     std::set<int> present;
@@ -55,6 +50,36 @@ int check_parts(const std::vector<Results> &parts, bool partial) {
     return kGood;
 }
 
+// The folders of all parts, in their order; a folder that several have counts the cases of all.
+void add_folders(std::vector<kiv::FolderInfo> &all, const std::vector<kiv::FolderInfo> &more) {
+    for (const kiv::FolderInfo &folder : more) {
+        const auto same = std::find_if(all.begin(), all.end(),
+                                       [&](const auto &known) { return known.path == folder.path; });
+        if (same == all.end())
+            all.push_back(folder);
+        else
+            same->selected_cases += folder.selected_cases;
+    }
+}
+
+// `offset`: of the part's start from that of the whole.
+void add_summary(kiv::Summary &whole, const kiv::Summary &part, std::chrono::nanoseconds offset) {
+    whole.duration = std::max(whole.duration, part.duration + offset);
+    whole.selected += part.selected;
+    for (size_t i = 0; i < std::size(whole.counts); ++i) whole.counts[i] += part.counts[i];
+    whole.checks += part.checks;
+    whole.failed_checks += part.failed_checks;
+    whole.failed_fixtures += part.failed_fixtures;
+    whole.interrupted = whole.interrupted || part.interrupted;
+    if (whole.stopped_because.empty()) whole.stopped_because = part.stopped_because;
+    whole.notes.insert(whole.notes.end(), part.notes.begin(), part.notes.end());
+}
+
+template <class Items>
+void add_items(Items &all, Items &more) {
+    std::move(more.begin(), more.end(), std::back_inserter(all));
+}
+
 Results merged(std::vector<Results> parts) {
     int64_t start = INT64_MAX;
     for (const Results &part : parts) start = std::min(start, start_of(part));
@@ -69,38 +94,17 @@ Results merged(std::vector<Results> parts) {
     whole.info.selected_cases = 0;
     whole.info.shard_index = 0;
     whole.info.shard_count = 1;
-    kiv::Summary sums;
     for (Results &part : parts) {
         const std::chrono::nanoseconds offset(start_of(part) - start);
-        for (const kiv::FolderInfo &folder : part.info.folders) {
-            const auto same = std::find_if(whole.info.folders.begin(), whole.info.folders.end(),
-                                           [&](const kiv::FolderInfo &f) { return f.path == folder.path; });
-            if (same == whole.info.folders.end())
-                whole.info.folders.push_back(folder);
-            else
-                same->selected_cases += folder.selected_cases;
-        }
-        std::move(part.info.selected.begin(), part.info.selected.end(),
-                  std::back_inserter(whole.info.selected));
-        std::move(part.info.descriptions.begin(), part.info.descriptions.end(),
-                  std::back_inserter(whole.info.descriptions));
-        whole.info.selected_cases += part.info.selected_cases;
-        for (auto &event : part.events) {
+        for (auto &event : part.events)
             if (auto *const result = std::get_if<kiv::CaseResult>(&event)) result->started += offset;
-            whole.events.push_back(std::move(event));
-        }
-        const kiv::Summary &summary = part.summary;
-        sums.duration = std::max(sums.duration, summary.duration + offset);
-        sums.selected += summary.selected;
-        for (size_t i = 0; i < std::size(sums.counts); ++i) sums.counts[i] += summary.counts[i];
-        sums.checks += summary.checks;
-        sums.failed_checks += summary.failed_checks;
-        sums.failed_fixtures += summary.failed_fixtures;
-        sums.interrupted = sums.interrupted || summary.interrupted;
-        if (sums.stopped_because.empty()) sums.stopped_because = summary.stopped_because;
-        sums.notes.insert(sums.notes.end(), summary.notes.begin(), summary.notes.end());
+        add_items(whole.events, part.events);
+        add_folders(whole.info.folders, part.info.folders);
+        add_items(whole.info.selected, part.info.selected);
+        add_items(whole.info.descriptions, part.info.descriptions);
+        whole.info.selected_cases += part.info.selected_cases;
+        add_summary(whole.summary, part.summary, offset);
     }
-    whole.summary = sums;
     return whole;
 }
 
@@ -118,9 +122,9 @@ int merge(const Options &options) {
         return a.info.shard_index < b.info.shard_index;
     });
     std::string error;
-    const auto reporter = kiv::make_json_reporter(options.output, &error);
-    if (reporter == nullptr) return unusable(error);
-    merged(std::move(parts)).replay(*reporter);
+    const auto report = kiv::open_report(kiv::make_json_reporter, options.output, &error);
+    if (report == nullptr) return unusable(error);
+    merged(std::move(parts)).replay(*report);
     return kGood;
 }
 

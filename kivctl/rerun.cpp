@@ -3,8 +3,8 @@
 
 #include <map>
 #include <memory>
-#include <set>
 
+#include "kiv/reports/rerun_list.h"
 #include "kivctl/commands.h"
 #include "kivctl/results.h"
 
@@ -13,46 +13,28 @@ namespace {
 
 struct Options {
     std::string file;
-    bool only = false, unchecked = false, not_run = true;
+    bool only = false;
+    kiv::reports::RerunRule rule;
 };
 
 int rerun(const Options &options) {
     Results results;
     if (!load(options.file, &results)) return kUnusable;
-    results.finish("the run ended before it");
-
-    std::set<std::string> bad;
-    std::map<std::string, std::string> last_bad;  // by folder
-    std::vector<std::string> order;
-    std::set<std::string> seen;
-    const auto consider = [&](const kiv::CaseResult &result) {
-        const std::string selector = result.selector();
-        if (seen.insert(selector).second) order.push_back(selector);
-        const bool counts = result.verdict == kiv::Verdict::unchecked ? options.unchecked
-                            : result.verdict == kiv::Verdict::not_run ? options.not_run
-                                                                      : !verdict_is_good(result.verdict);
-        if (counts) bad.insert(selector);
-    };
-    for (const kiv::CaseResult *const result : results.cases()) consider(*result);
-    // A fixture can only run with its cases: all of them, to see it through.
-    for (const kiv::FixtureResult *const fixture : results.fixtures()) {
-        if (!fixture->ran || verdict_is_good(fixture->verdict)) continue;
-        for (const std::string &selector : order)
-            if (selector.starts_with(fixture->folder + "/")) bad.insert(selector);
-    }
+    const std::vector<kiv::reports::RerunCase> list = kiv::reports::rerun_list(results, options.rule);
 
     // A case may use what the cases before it in its folder left: create before modify before delete.
-    for (const std::string &selector : order)
-        if (bad.contains(selector)) last_bad[selector.substr(0, selector.rfind('/'))] = selector;
-    std::set<std::string> finished;
-    for (const std::string &selector : order) {
-        const std::string folder = selector.substr(0, selector.rfind('/'));
-        if (!last_bad.contains(folder) || finished.contains(folder)) continue;
-        if (bad.contains(selector))
-            fmt::print("{}\n", selector);
-        else if (!options.only)
-            fmt::print("{}  # needed before\n", selector);
-        if (last_bad[folder] == selector) finished.insert(folder);
+    const auto folder_of = [](const std::string &selector) {
+        return selector.substr(0, selector.rfind('/'));
+    };
+    std::map<std::string, size_t> last;  // place in the list, by folder
+    for (size_t i = 0; i < list.size(); ++i)
+        if (list[i].again) last[folder_of(list[i].selector)] = i;
+    for (size_t i = 0; i < list.size(); ++i) {
+        const auto found = last.find(folder_of(list[i].selector));
+        if (list[i].again)
+            fmt::print("{}\n", list[i].selector);
+        else if (!options.only && found != last.end() && i < found->second)
+            fmt::print("{}  # needed before\n", list[i].selector);
     }
     return kGood;
 }
@@ -69,11 +51,10 @@ void add_rerun(CLI::App &app, int *status) {
         "run\n"
         "in which everything passed gives an empty plan. Exit status: 0, or 2 when the results cannot be "
         "used.");
-    command->add_option("RESULTS", options->file, "Event stream (--json of prm_kiv); \"-\" is standard input")
-        ->required();
+    add_results(*command, &options->file);
     command->add_flag("--only", options->only, "Leave out the cases that are only needed before");
-    command->add_flag("--unchecked", options->unchecked, "Cases that recorded no check, too");
-    command->add_flag("!--no-not-run", options->not_run, "Leave out the cases that did not run");
+    command->add_flag("--unchecked", options->rule.unchecked, "Cases that recorded no check, too");
+    command->add_flag("!--no-not-run", options->rule.not_run, "Leave out the cases that did not run");
     command->callback([=] { *status = rerun(*options); });
 }
 

@@ -6,8 +6,11 @@
 #include <cstdio>
 
 #include "kiv/files.h"
+#include "kiv/reports/time.h"
 
 namespace kiv {
+
+using reports::duration_text;
 
 namespace {
 
@@ -58,31 +61,6 @@ std::string shell_word(const std::string &word) {
 }
 
 }  // namespace
-
-std::string duration_text(std::chrono::nanoseconds duration) {
-    const double ns = static_cast<double>(duration.count());
-    struct Unit {
-        double size;
-        const char *name;
-    };
-    static constexpr Unit kUnits[] = {{1e9, "s"}, {1e6, "ms"}, {1e3, "us"}, {1, "ns"}};
-    char text[48];
-    if (ns >= 100e9) {
-        const long seconds = static_cast<long>(ns / 1e9 + 0.5);
-        if (seconds < 3600)
-            snprintf(text, sizeof text, "%ld min %ld s", seconds / 60, seconds % 60);
-        else
-            snprintf(text, sizeof text, "%ld h %ld min", seconds / 3600, seconds / 60 % 60);
-        return text;
-    }
-    for (const Unit &unit : kUnits) {
-        const double value = ns / unit.size;
-        if (value < 0.9995 && unit.size > 1) continue;
-        snprintf(text, sizeof text, value < 9.95 && unit.size > 1 ? "%.1f %s" : "%.0f %s", value, unit.name);
-        break;
-    }
-    return text;
-}
 
 void Console::flush() {
     if (!broken_ && !out_.empty()) broken_ = !write_all(fd_, out_);
@@ -239,14 +217,14 @@ void Console::checks(const std::vector<Check> &failures, uint64_t failed) {
                 "\n";
 }
 
-void Console::verdict_line(const CaseResult &result) {
+void Console::verdict_line(Verdict verdict, std::chrono::nanoseconds duration, std::string_view name) {
     out_ += "  ";
-    const std::string verdict = shown_verdict(result.verdict);
-    paint(color_of(result.verdict), verdict);
-    const std::string time = result.verdict == Verdict::not_run ? "" : duration_text(result.duration);
-    out_.append(18 - std::min<size_t>(verdict.size(), 17), ' ');
+    const std::string word = shown_verdict(verdict);
+    paint(color_of(verdict), word);
+    const std::string time = verdict == Verdict::not_run ? "" : duration_text(duration);
+    out_.append(18 - std::min<size_t>(word.size(), 17), ' ');
     out_.append(9 - std::min<size_t>(time.size(), 9), ' ');
-    out_.append(time).append("  ").append(result.name).append("\n");
+    out_.append(time).append("  ").append(name).append("\n");
 }
 
 void Console::case_ended(const CaseResult &result) {
@@ -274,7 +252,7 @@ void Console::case_ended(const CaseResult &result) {
     end_live_line();
     if (style_.quiet && good) return;
     folder_heading();
-    verdict_line(result);
+    verdict_line(result.verdict, result.duration, result.name);
     if (!result.reason.empty() && !good) out_ += "      " + result.reason + "\n";
     if (!good) checks(result.failures, result.failed_checks);
     if (!good && !live_ && !result.output.empty()) quote(result.output);
@@ -288,24 +266,11 @@ void Console::case_ended(const CaseResult &result) {
 void Console::fixture_ended(const FixtureResult &fixture) {
     end_live_line();
     live_ = false;
-    if (fixture.ran && fixture.verdict == Verdict::passed) return;
+    if (fixture.ran && !fixture.failed()) return;
     clear_progress();
     folder_heading();
-    const std::string name = std::string(fixture.set_up ? "set-up" : "tear-down") + " of " + fixture.folder;
-    out_ += "  ";
-    if (!fixture.ran) {
-        paint(kYellow, "not run");
-        out_.append(22, ' ');
-        out_ += name + "\n";
-    } else {
-        const std::string verdict = shown_verdict(fixture.verdict);
-        paint(color_of(fixture.verdict), verdict);
-        const std::string time = duration_text(fixture.duration);
-        out_.append(18 - std::min<size_t>(verdict.size(), 17), ' ');
-        out_.append(9 - std::min<size_t>(time.size(), 9), ' ');
-        out_ += time + "  " + name + "\n";
-        bad_fixtures_.push_back(name);
-    }
+    verdict_line(fixture.ran ? fixture.verdict : Verdict::not_run, fixture.duration, fixture.name());
+    if (fixture.failed()) bad_fixtures_.push_back(fixture.name());
     if (!fixture.reason.empty()) out_ += "      " + fixture.reason + "\n";
     checks(fixture.failures, fixture.failures.size());
     if (!fixture.output.empty() && !style_.verbose) quote(fixture.output);

@@ -18,9 +18,6 @@ struct ConsoleStyle {
     bool quiet = false;     // only what did not pass, and the summary
 };
 
-// "35 ns", "1.5 ms", "2 min 5 s": three digits at most.
-std::string duration_text(std::chrono::nanoseconds duration);
-
 class Console : public Reporter {
   public:
     Console(int fd, ConsoleStyle style) : fd_(fd), style_(style) {}
@@ -45,7 +42,7 @@ class Console : public Reporter {
 
   private:
     void paint(const char *color, std::string_view text);
-    void verdict_line(const CaseResult &result);
+    void verdict_line(Verdict verdict, std::chrono::nanoseconds duration, std::string_view name);
     void checks(const std::vector<Check> &failures, uint64_t failed);
     void quote(std::string_view output);
     void quoted(std::string_view text);

@@ -1,6 +1,8 @@
 // The run as events, one JSON object a line.
 #include "kiv/reports/event_reporter.h"
 
+#include "kiv/reports/escape.h"
+
 namespace kiv::reports {
 
 // A line with this much text, escaped, and its other fields still fits a page.
@@ -195,7 +197,7 @@ void EventReporter::check(std::string_view folder, const char *kind, std::string
 }
 
 void EventReporter::fixture_ended(const FixtureResult &fixture) {
-    const char *const name = fixture.set_up ? "set-up" : "tear-down";
+    const char *const name = fixture.kind();
     output(fixture.folder, "Fixture", name, fixture.output);
     for (const Check &failure : fixture.failures) check(fixture.folder, "Fixture", name, failure);
     now_ += fixture.duration;

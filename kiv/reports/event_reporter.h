@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "kiv/reports/text.h"
+#include "kiv/reports/time.h"
 #include "kiv/results.h"
 
 namespace kiv::reports {

@@ -5,7 +5,7 @@
 // behind them.
 #include "kiv/reports/event_reporter.h"
 #include "kiv/reports/page.h"
-#include "kiv/reports/reports.h"
+#include "kiv/reports/report_list.h"
 
 namespace kiv {
 namespace {
@@ -41,11 +41,6 @@ class HtmlReporter : public EventReporter {
 
 std::unique_ptr<Reporter> make_html_reporter(std::unique_ptr<Sink> sink) {
     return std::make_unique<HtmlReporter>(std::move(sink));
-}
-
-std::unique_ptr<Reporter> make_html_reporter(const std::string &path, std::string *error) {
-    auto sink = open_file_sink(path, error);
-    return sink == nullptr ? nullptr : make_html_reporter(std::move(sink));
 }
 
 }  // namespace kiv

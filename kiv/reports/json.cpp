@@ -1,6 +1,7 @@
 // The event stream: one JSON object a line, written as each case ends.
+#include "kiv/reports/escape.h"
 #include "kiv/reports/event_reporter.h"
-#include "kiv/reports/reports.h"
+#include "kiv/reports/report_list.h"
 
 namespace kiv {
 namespace {
@@ -48,11 +49,6 @@ class JsonReporter : public EventReporter {
 
 std::unique_ptr<Reporter> make_json_reporter(std::unique_ptr<Sink> sink) {
     return std::make_unique<JsonReporter>(std::move(sink));
-}
-
-std::unique_ptr<Reporter> make_json_reporter(const std::string &path, std::string *error) {
-    auto sink = open_file_sink(path, error);
-    return sink == nullptr ? nullptr : make_json_reporter(std::move(sink));
 }
 
 }  // namespace kiv

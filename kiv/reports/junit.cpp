@@ -4,8 +4,10 @@
 // holds exactly one failure, error or skipped element, whose message is the first thing that went wrong and
 // whose text lists all of it; the case's output comes last. "failure" is for what the case itself checked or
 // reported, "error" for a case that did not come to its end.
-#include "kiv/reports/reports.h"
-#include "kiv/reports/text.h"
+#include "kiv/reports/escape.h"
+#include "kiv/reports/report_list.h"
+#include "kiv/reports/time.h"
+#include "kiv/reports/wording.h"
 
 namespace kiv {
 namespace {
@@ -67,11 +69,11 @@ class JunitReporter : public Reporter {
     }
 
     void fixture_ended(const FixtureResult &fixture) override {
-        if (fixture.ran && verdict_is_good(fixture.verdict)) return;
+        if (fixture.ran && !fixture.failed()) return;
         enter(fixture.folder, false);
         text_.clear();
         const bool skipped = !fixture.ran;
-        open_case(fixture.set_up ? "set-up" : "tear-down", fixture.folder, fixture.duration,
+        open_case(fixture.kind(), fixture.folder, fixture.duration,
                   skipped ? "not run" : verdict_text(fixture.verdict), fixture.failures.size());
         text_ += ">\n";
         if (skipped) {
@@ -305,11 +307,6 @@ class JunitReporter : public Reporter {
 
 std::unique_ptr<Reporter> make_junit_reporter(std::unique_ptr<Sink> sink) {
     return std::make_unique<JunitReporter>(std::move(sink));
-}
-
-std::unique_ptr<Reporter> make_junit_reporter(const std::string &path, std::string *error) {
-    auto sink = open_file_sink(path, error);
-    return sink == nullptr ? nullptr : make_junit_reporter(std::move(sink));
 }
 
 }  // namespace kiv

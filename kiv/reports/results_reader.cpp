@@ -6,7 +6,8 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "kiv/reports/text.h"
+#include "kiv/reports/escape.h"
+#include "kiv/reports/time.h"
 
 namespace kiv::reports {
 namespace {
@@ -225,8 +226,17 @@ class Reader {
         }
         if (!info.descriptions.empty() && info.descriptions.size() != info.selected.size())
             throw Broken{"Description", "missing for some of the selected cases"};
+        list_one_pass(info);
         started_ = true;
         reporter_.run_begins(info);
+    }
+
+    // Releases before this one listed the cases of every pass.
+    static void list_one_pass(RunInfo &info) {
+        const size_t passes = static_cast<size_t>(std::max(info.repeat, 1));
+        if (info.selected.size() != info.selected_cases || info.selected.size() % passes != 0) return;
+        info.selected.resize(info.selected.size() / passes);
+        if (!info.descriptions.empty()) info.descriptions.resize(info.selected.size());
     }
 
     static FolderInfo folder(const Event &event) {

@@ -4,8 +4,9 @@
 // with cases left over reports those as skipped, whether or not the run tells of them later.
 #include <set>
 
-#include "kiv/reports/reports.h"
-#include "kiv/reports/text.h"
+#include "kiv/reports/escape.h"
+#include "kiv/reports/report_list.h"
+#include "kiv/reports/wording.h"
 
 namespace kiv {
 namespace {
@@ -44,15 +45,14 @@ class TapReporter : public Reporter {
     }
 
     void fixture_ended(const FixtureResult &fixture) override {
-        const bool bad = fixture.ran && !verdict_is_good(fixture.verdict);
+        const bool bad = fixture.failed();
         if (fixture.ran && !bad) return;
         Level *level = &levels_.back();
         for (Level &candidate : levels_)
             if (candidate.path == fixture.folder) level = &candidate;
         if (bad) level->bad = true;
         const std::string indent(4 * (levels_.size() - 1), ' ');
-        diagnostics(indent, std::string(fixture.set_up ? "set-up of " : "tear-down of ") + fixture.folder +
-                                ": " + (bad ? verdict_text(fixture.verdict) : "not run"));
+        diagnostics(indent, fixture.name() + ": " + (bad ? verdict_text(fixture.verdict) : "not run"));
         diagnostics(indent, details(fixture));
         diagnostics(indent, fixture.output);
         file_.flush();
@@ -75,6 +75,9 @@ class TapReporter : public Reporter {
         else if (result.verdict == Verdict::unchecked)
             suffix = " # no check was recorded";
         result_line(level, bad, result.name, suffix);
+        // The level's next planned item, if the run follows its plan.
+        if (level.cursor < selected_.size() && sub_folder(level, selected_[level.cursor]).empty())
+            ++level.cursor;
         file_.flush();
     }
 
@@ -209,13 +212,11 @@ class TapReporter : public Reporter {
             for (size_t i = at; i < level.cursor; ++i) left_over_.insert(selected_[i]);
             const std::string_view folder = sub_folder(level, selected_[at]);
             const std::string_view item = folder.empty() ? std::string_view(selected_[at]) : folder;
-            result_line(level, false, item.substr(item.rfind('/') + 1), " # SKIP not run", false);
+            result_line(level, false, item.substr(item.rfind('/') + 1), " # SKIP not run");
         }
     }
 
-    // `advance`: the item is the level's next planned one.
-    void result_line(Level &level, bool bad, std::string_view name, const std::string &suffix,
-                     bool advance = true) {
+    void result_line(Level &level, bool bad, std::string_view name, const std::string &suffix) {
         std::string line(4 * (levels_.size() - 1), ' ');
         line += bad ? "not ok " : "ok ";
         append_number(line, ++level.done);
@@ -225,9 +226,6 @@ class TapReporter : public Reporter {
         line += '\n';
         file_.add(line);
         if (bad) level.bad = true;
-        if (advance && planned_ && levels_.size() > 1 && level.cursor < selected_.size() &&
-            sub_folder(level, selected_[level.cursor]).empty())
-            ++level.cursor;
     }
 
     void diagnostics(const std::string &indent, std::string_view text) {
@@ -249,11 +247,6 @@ class TapReporter : public Reporter {
 
 std::unique_ptr<Reporter> make_tap_reporter(std::unique_ptr<Sink> sink) {
     return std::make_unique<TapReporter>(std::move(sink));
-}
-
-std::unique_ptr<Reporter> make_tap_reporter(const std::string &path, std::string *error) {
-    auto sink = open_file_sink(path, error);
-    return sink == nullptr ? nullptr : make_tap_reporter(std::move(sink));
 }
 
 }  // namespace kiv

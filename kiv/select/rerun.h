@@ -9,9 +9,9 @@
 
 namespace kiv {
 
-// Adds the cases that did not pass, in the order they ran; a case that ran several times counts by its last
-// result. A stream that was cut off is read up to there. False, with *error set, when the file cannot be read
-// or is no event stream.
+// Adds the cases that are to be run again (kiv/reports/rerun_list.h), in the order they ran. A stream that
+// was cut off is read up to there. False, with *error set, when the file cannot be read or is no event
+// stream.
 bool read_failed(const std::string &path, std::vector<Selector> *selectors, std::string *error);
 
 }  // namespace kiv

@@ -13,7 +13,6 @@ namespace kiv {
 
 namespace {
 
-
 std::vector<std::string> &default_sites() {
     static std::vector<std::string> directories;
     return directories;

@@ -4,7 +4,7 @@
 #include <csignal>
 
 #include "kiv/files.h"
-#include "kiv/signal_text.h"
+#include "kiv/reports/wording.h"
 
 namespace kiv {
 
@@ -19,8 +19,7 @@ std::string reason_of(const WorkerEnd &end) {
     if (end.interrupted) return "interrupted";
     if (!end.how.empty()) return end.how;
     if (end.signal == SIGABRT) return "called abort";
-    if (end.signal != 0) return "ended by " + signal_text(end.signal);
-    return "left the worker with exit code " + std::to_string(end.exit_code);
+    return reports::end_text(end.signal, end.exit_code);
 }
 
 }  // namespace
@@ -83,10 +82,8 @@ void Recorder::fixture_begins(uint32_t folder, bool set_up, int64_t time) {
 }
 
 void Recorder::report_fixture(const FixtureResult &fixture) {
-    if (fixture.ran && fixture.verdict != Verdict::passed) {
-        ++summary_.failed_fixtures;
-        bad_seen_ = true;
-    }
+    summary_.add(fixture);
+    if (fixture.failed()) bad_seen_ = true;
     tell([&](Reporter &reporter) { reporter.fixture_ended(fixture); });
 }
 
@@ -156,9 +153,7 @@ void Recorder::emit_case() {
     result_.failures.swap(failures_);
     if (!outcome_.failing_lines().empty()) result_.error_lines = outcome_.failing_lines();
     if (output_.size() > 0) output_.finish(&result_.output, &result_.output_size, &result_.output_file);
-    ++summary_.counts[static_cast<size_t>(result_.verdict)];
-    summary_.checks += result_.checks;
-    summary_.failed_checks += result_.failed_checks;
+    summary_.add(result_);
     if (!verdict_is_good(result_.verdict)) bad_seen_ = true;
     item_ = Item::none;
     tell([&](Reporter &reporter) { reporter.case_ended(result_); });

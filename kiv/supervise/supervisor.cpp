@@ -15,6 +15,7 @@
 
 #include "kiv/files.h"
 #include "kiv/journal/ring_journal.h"
+#include "kiv/reports/time.h"
 #include "kiv/signal_text.h"
 
 namespace kiv {
@@ -29,7 +30,7 @@ constexpr int kPipeSize = 256 * 1024;
 constexpr int kLowestDescriptor = 64;
 
 std::string seconds_text(int64_t nanoseconds) {
-    return duration_text(std::chrono::nanoseconds(nanoseconds));
+    return reports::duration_text(std::chrono::nanoseconds(nanoseconds));
 }
 
 // False when there is no pipe.

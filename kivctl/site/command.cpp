@@ -10,11 +10,6 @@
 namespace kivctl {
 namespace {
 
-int unusable(const std::string &error) {
-    fmt::print(stderr, "kivctl: {}\n", error);
-    return kUnusable;
-}
-
 int check(const std::string &directory) {
     SiteCheck result;
     std::string error;

@@ -60,4 +60,12 @@ TEST_F(ListingTest, EachFolderIsListedOnceInTheOrderOfItsFirstCase) {
     EXPECT_EQ(list(ListKind::folders), "two\none\n");
 }
 
+TEST_F(ListingTest, JsonIsTextWhateverBytesTheNamesHold) {
+    add(suite_.folder("f"), "a\"b\\c\n\x01\xFF", "");
+    EXPECT_EQ(
+        list(ListKind::json),
+        "[\n{\"folder\":\"f\",\"name\":\"a\\\"b\\\\c\\n\\u0001\xEF\xBF\xBD\",\"selector\":"
+        "\"f/a\\\"b\\\\c\\n\\u0001\xEF\xBF\xBD\",\"description\":\"\",\"mode\":1,\"manual\":false}\n]\n");
+}
+
 }  // namespace

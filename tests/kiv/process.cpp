@@ -10,30 +10,9 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
 
 namespace kiv_test {
-
-TemporaryDirectory::TemporaryDirectory() {
-    char path[] = "/tmp/kiv-test-XXXXXX";
-    if (mkdtemp(path) == nullptr) throw std::runtime_error("no temporary directory");
-    path_ = path;
-}
-
-TemporaryDirectory::~TemporaryDirectory() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
-
-std::string TemporaryDirectory::write(const std::string &name, const std::string &text) const {
-    const std::string path = file(name);
-    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-    std::ofstream(path, std::ios::binary) << text;
-    return path;
-}
 
 // A test that was started in the background passes on that it ignores interrupts.
 void default_signals() {
@@ -145,12 +124,6 @@ bool group_is_gone(pid_t group) {
         usleep(1000);
     }
     return !group_exists(group);
-}
-
-std::string read_text(const std::string &path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
 }
 
 }  // namespace kiv_test

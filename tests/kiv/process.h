@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/kiv/temporary.h"
+
 namespace kiv_test {
 
 struct Finished {
@@ -15,20 +17,6 @@ struct Finished {
     int exit_code = -1;  // -1 when a signal ended it
     int signal = 0;
     long peak_kib = 0;  // of the biggest process
-};
-
-// A directory of its own for one test, gone with it.
-class TemporaryDirectory {
-  public:
-    TemporaryDirectory();
-    ~TemporaryDirectory();
-    const std::string &path() const { return path_; }
-    std::string file(const std::string &name) const { return path_ + "/" + name; }
-    // Writes a file, creating the directories on the way.
-    std::string write(const std::string &name, const std::string &text) const;
-
-  private:
-    std::string path_;
 };
 
 // In a child before it becomes a sample: signals are what they are for a program in the foreground.
@@ -67,8 +55,6 @@ bool group_exists(pid_t group);
 bool process_exists(pid_t process);
 // Gives processes that were just killed the time to go.
 bool group_is_gone(pid_t group);
-
-std::string read_text(const std::string &path);
 
 }  // namespace kiv_test
 

@@ -185,6 +185,19 @@ TEST_F(RunTest, RepeatAndShuffleTellTheirSeed) {
     EXPECT_EQ(names(one.out), names(two.out));
 }
 
+TEST_F(RunTest, RepeatedRunListsTheCasesOfOnePass) {
+    run({"first/passes", "second/says_nothing", "--repeat", "2", "--json", "run.json", "--tap", "run.tap"});
+    EXPECT_THAT(read_text(directory_.file("run.json")),
+                HasSubstr("\"Repeat\":2,\"SelectedCases\":4,\"Folders\":[{\"Package\":\"first\",\"Title\":"
+                          "\"First things\",\"Cases\":2},{\"Package\":\"second\",\"Title\":\"Second "
+                          "things\",\"Cases\":2}],\"Selected\":[{\"Selector\":\"first/passes\","
+                          "\"Description\":\"Passes\"},{\"Selector\":\"second/says_nothing\",\"Description\":"
+                          "\"No check\"}]}\n"));
+    const std::string tap = read_text(directory_.file("run.tap"));
+    EXPECT_THAT(tap, testing::StartsWith("KTAP version 1\n1..4\n"));
+    EXPECT_THAT(tap, HasSubstr("\nok 4 second\n"));
+}
+
 TEST_F(RunTest, BazelShardsFilterReportAndMark) {
     const std::map<std::string, std::string> environment = {
         {"TEST_TOTAL_SHARDS", "2"},

@@ -55,7 +55,7 @@ TEST(ManPages, NameEveryOptionOfKivctl) {
 
 TEST(ManPages, NameEveryOptionThatTheFrameworkDeclares) {
     const std::set<std::string> described = options_in(rendered("prm_kiv.1"));
-    const std::string source = kiv::test::read_file(SOURCES "/kiv/options.cpp");
+    const std::string source = kiv_test::read_text(SOURCES "/kiv/options.cpp");
     const std::regex declared("add_(?:option|flag)\\(\\s*\"([^\"]*--[a-z0-9-]+)\"");
     size_t count = 0;
     for (std::sregex_iterator it(source.begin(), source.end(), declared), end; it != end; ++it, ++count)
@@ -118,7 +118,8 @@ class PrmKivCompletion : public testing::Test {
             "  --list-folders) printf 'acl\\nspan/manual\\nspan/session\\n' ;;\n"
             "  '--all --list') printf 'acl/create\\nacl/modify\\nspan/session/a\\n"
             "span/session/b#2\\n' ;;\n"
-            "  --help) printf '  -l,--list   List\\n  --list-json  The same\\n  --plan FILE\\n' ;;\n"
+            "  --help) printf '  -l,--list   List\\n  --list-json  The same\\n  --plan FILE  A plan\\n"
+            "  --site DIR   A site\\n  --timeout SECONDS\\n' ;;\n"
             "esac\n");
         std::filesystem::permissions(program_, std::filesystem::perms::owner_all);
     }
@@ -143,6 +144,10 @@ TEST_F(PrmKivCompletion, OffersOptionsAndTheirWords) {
     EXPECT_THAT(offered({"--on-crash", "next"}), ElementsAre("next-folder", "next-case"));
     EXPECT_THAT(offered({"--color", "a"}), ElementsAre("auto", "always"));
     EXPECT_THAT(offered({"--plan", "prm"}), ElementsAre("prm_kiv"));
+    EXPECT_THAT(offered({"--plan", "none"}), IsEmpty());
+    directory_.write("site/plan", "");
+    EXPECT_THAT(offered({"--site", ""}), ElementsAre("site"));
+    EXPECT_THAT(offered({"--list-json", "ac"}), ElementsAre("acl", "acl/")) << "a flag";
     EXPECT_THAT(offered({"--timeout", ""}), IsEmpty());
 }
 

@@ -1,10 +1,10 @@
-// Runs programs and keeps files.
+// Runs programs.
 #include "tests/kivctl/run.h"
 
 #include <stdlib.h>
 #include <sys/wait.h>
 
-#include <fstream>
+#include <cstdlib>
 
 #include "tests/kiv/reports/report_test.h"
 
@@ -17,8 +17,8 @@ Ran shell(const std::string &command) {
         ("{ " + command + "\n} >" + directory.path("out") + " 2>" + directory.path("err") + " </dev/null")
             .c_str());
     ran.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    ran.out = kiv::test::read_file(directory.path("out"));
-    ran.err = kiv::test::read_file(directory.path("err"));
+    ran.out = kiv_test::read_text(directory.path("out"));
+    ran.err = kiv_test::read_text(directory.path("err"));
     return ran;
 }
 
@@ -26,31 +26,37 @@ Ran kivctl(const std::string &arguments) {
     return shell(KIVCTL " " + arguments);
 }
 
-TemporaryDirectory::TemporaryDirectory() {
-    char name[] = "/tmp/kivctl_test_XXXXXX";
-    path_ = mkdtemp(name);
-}
-
-TemporaryDirectory::~TemporaryDirectory() {
-    std::filesystem::remove_all(path_);
-}
-
-std::string TemporaryDirectory::path(const std::string &name) const {
-    return path_ / name;
-}
-
-std::string TemporaryDirectory::write(const std::string &name, const std::string &text) const {
-    const std::filesystem::path path = path_ / name;
-    std::filesystem::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary) << text;
-    return path;
+std::string results_of(const std::vector<Play> &plays, bool ends, int shard, int shards,
+                       const std::string &started_at) {
+    kiv::RunInfo info;
+    info.program = "prm_kiv";
+    info.started_at = started_at;
+    info.shard_index = shard;
+    info.shard_count = shards;
+    for (const Play &play : plays) {
+        info.selected.push_back(play.name);
+        info.descriptions.push_back("describes " + play.name);
+    }
+    info.selected_cases = plays.size();
+    return kiv::test::report_of(kiv::make_json_reporter, [&](kiv::Reporter &reporter) {
+        reporter.run_begins(info);
+        kiv::Summary summary;
+        summary.selected = plays.size();
+        for (const Play &play : plays) {
+            kiv::CaseResult result = kiv::test::passing_case(play.name.substr(0, play.name.rfind('/')),
+                                                             play.name.substr(play.name.rfind('/') + 1));
+            result.verdict = play.verdict;
+            result.duration = std::chrono::nanoseconds(static_cast<int64_t>(play.milliseconds * 1e6));
+            if (play.verdict == kiv::Verdict::reported_error) result.error_lines = {"ERROR: it"};
+            reporter.case_ended(result);
+            summary.add(result);
+        }
+        if (ends) reporter.run_ended(summary);
+    });
 }
 
 std::string sample_results() {
-    std::string content;
-    auto reporter = kiv::make_json_reporter(std::make_unique<kiv::test::MemorySink>(&content));
-    kiv::test::play_sample_run(*reporter);
-    return content;
+    return kiv::test::report_of(kiv::make_json_reporter, kiv::test::play_sample_run);
 }
 
 }  // namespace kivctl::test

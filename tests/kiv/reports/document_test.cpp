@@ -1,21 +1,11 @@
 // Files stay well-formed whenever their writer dies: every content that any of their writes can leave is
-// looked at, and a real process is killed at random moments.
+// looked at.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
-#include <nlohmann/json.hpp>
-#include <random>
-#include <sstream>
 
 #include "tests/kiv/reports/report_test.h"
-
-extern char **environ;
 
 namespace kiv::test {
 namespace {
@@ -23,39 +13,6 @@ namespace {
 using reports::ClosedDocument;
 using reports::kPage;
 using reports::LineFile;
-
-// Complete lines that are JSON objects or blank; counts the cases with a verdict. Looks at what comes after
-// *seen, and moves it behind the last complete line.
-int json_cases(const std::string &text, std::string *error, size_t *seen = nullptr) {
-    std::istringstream lines(seen != nullptr ? text.substr(*seen) : text);
-    if (seen != nullptr) *seen = text.rfind('\n') + 1;
-    std::string line;
-    int cases = 0;
-    error->clear();
-    while (std::getline(lines, line)) {
-        if (line.find_first_not_of(' ') == std::string::npos) continue;
-        nlohmann::json object = nlohmann::json::parse(line, nullptr, false);
-        if (!object.is_object()) {
-            *error = "not an object: " + line.substr(0, 200);
-            return cases;
-        }
-        const std::string action = object["Action"];
-        if (action == "pass" || action == "fail" || action == "skip") ++cases;
-    }
-    return cases;
-}
-
-// Result lines of the innermost level, all of them whole.
-int tap_cases(const std::string &text) {
-    std::istringstream lines(text);
-    std::string line;
-    int cases = 0;
-    while (std::getline(lines, line)) {
-        if (lines.eof()) break;
-        if (line.rfind("    ok ", 0) == 0 || line.rfind("    not ok ", 0) == 0) ++cases;
-    }
-    return cases;
-}
 
 TEST(ClosedDocument, KeepsItsEndThroughEveryWrite) {
     for (const size_t largest : {0u, 100u, 3000u, 5000u, 40000u}) {
@@ -183,72 +140,23 @@ TEST(LineFile, TapResultLinesAreWholeAfterEveryWrite) {
 }
 
 TEST(FileSink, ReplacesAnOlderReportWhenTheRunBegins) {
-    const auto directory = std::filesystem::temp_directory_path() / ("kiv_sink_" + std::to_string(getpid()));
-    std::filesystem::create_directories(directory);
-    const std::string path = directory / "report.xml";
-    { std::ofstream(path) << "old"; }
+    const TemporaryDirectory directory;
+    const std::string path = directory.write("report.xml", "old");
     std::string error;
     {
-        auto reporter = make_junit_reporter(path, &error);
+        auto reporter = open_report(make_junit_reporter, path, &error);
         ASSERT_NE(reporter, nullptr) << error;
-        EXPECT_EQ(read_file(path), "old");
+        EXPECT_EQ(read_text(path), "old");
         reporter->run_begins(sample_info());
-        EXPECT_THAT(read_file(path), testing::HasSubstr("</testsuites>"));
+        EXPECT_THAT(read_text(path), testing::HasSubstr("</testsuites>"));
     }
-    { auto reporter = make_junit_reporter(path, &error); }
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory), {}), 1) << "nothing is left over";
-    EXPECT_EQ(make_junit_reporter(directory / "none/report.xml", &error), nullptr);
+    { auto reporter = open_report(make_junit_reporter, path, &error); }
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory.path()), {}), 1)
+        << "nothing is left over";
+    EXPECT_EQ(open_report(make_junit_reporter, directory.file("none/report.xml"), &error), nullptr);
     EXPECT_THAT(error, testing::HasSubstr("none/report.xml: No such file"));
-    EXPECT_EQ(make_json_reporter(directory.string(), &error), nullptr);
+    EXPECT_EQ(open_report(make_json_reporter, directory.path(), &error), nullptr);
     EXPECT_THAT(error, testing::HasSubstr("Is a directory"));
-    std::filesystem::remove_all(directory);
-}
-
-// The feeder reports the number of finished cases through a pipe after each; whatever it had told before it
-// was killed must be in every file.
-TEST(Killed, EveryReportHoldsEveryFinishedCase) {
-    const auto directory = std::filesystem::temp_directory_path() / ("kiv_kill_" + std::to_string(getpid()));
-    std::filesystem::create_directories(directory);
-    std::mt19937 random(20261121);
-    for (int round = 0; round < 200; ++round) {
-        int pipe_ends[2];
-        ASSERT_EQ(pipe(pipe_ends), 0);
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, pipe_ends[1], 1);
-        const std::string base = directory / "r";
-        std::string largest = std::to_string(round % 4 * 2500);
-        char program[] = FEEDER;
-        char *arguments[] = {program, const_cast<char *>(base.c_str()), largest.data(), nullptr};
-        pid_t pid;
-        ASSERT_EQ(posix_spawn(&pid, FEEDER, &actions, nullptr, arguments, environ), 0);
-        posix_spawn_file_actions_destroy(&actions);
-        close(pipe_ends[1]);
-
-        // Started once the first case is told of; then anywhere in the next milliseconds.
-        int told = 0;
-        ASSERT_EQ(read(pipe_ends[0], &told, sizeof told), static_cast<ssize_t>(sizeof told));
-        usleep(std::uniform_int_distribution<unsigned>(0, 20000)(random));
-        kill(pid, SIGKILL);
-        int status;
-        waitpid(pid, &status, 0);
-        ASSERT_TRUE(WIFSIGNALED(status)) << "the feeder ended by itself";
-        for (int next; read(pipe_ends[0], &next, sizeof next) == static_cast<ssize_t>(sizeof next);)
-            told = next;
-        close(pipe_ends[0]);
-
-        std::string error;
-        const int junit = static_cast<int>(junit_case_names(read_file(base + ".xml"), &error).size());
-        ASSERT_EQ(error, "") << "round " << round;
-        const int json = json_cases(read_file(base + ".jsonl"), &error);
-        ASSERT_EQ(error, "") << "round " << round;
-        const int tap = tap_cases(read_file(base + ".tap"));
-        for (const int count : {junit, json, tap}) {
-            ASSERT_GE(count, told) << "round " << round;
-            ASSERT_LE(count, told + 1) << "round " << round;
-        }
-    }
-    std::filesystem::remove_all(directory);
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "kiv/reports/reports.h"
+#include "kiv/reports/report_list.h"
 
 int main(int argc, char **argv) {
     if (argc != 3) return 2;
@@ -15,9 +15,9 @@ int main(int argc, char **argv) {
     const size_t largest = static_cast<size_t>(std::atol(argv[2]));
     std::string error;
     std::unique_ptr<kiv::Reporter> reporters[] = {
-        kiv::make_junit_reporter(base + ".xml", &error),
-        kiv::make_json_reporter(base + ".jsonl", &error),
-        kiv::make_tap_reporter(base + ".tap", &error),
+        kiv::open_report(kiv::make_junit_reporter, base + ".xml", &error),
+        kiv::open_report(kiv::make_json_reporter, base + ".jsonl", &error),
+        kiv::open_report(kiv::make_tap_reporter, base + ".tap", &error),
     };
     for (const auto &reporter : reporters)
         if (reporter == nullptr) return std::fprintf(stderr, "%s\n", error.c_str()), 2;

@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "kiv/reports/text.h"
+#include "kiv/reports/escape.h"
 #include "tests/kiv/reports/report_test.h"
 
 namespace kiv::test {
@@ -19,10 +19,15 @@ std::vector<nlohmann::json> events(const std::string &content) {
 }
 
 std::string sample_json() {
-    std::string content;
-    auto reporter = make_json_reporter(std::make_unique<MemorySink>(&content));
-    play_sample_run(*reporter);
-    return content;
+    return report_of(make_json_reporter, play_sample_run);
+}
+
+// The stream of a run of that one case.
+std::string json_of(const CaseResult &result) {
+    return report_of(make_json_reporter, [&](Reporter &reporter) {
+        reporter.run_begins({});
+        reporter.case_ended(result);
+    });
 }
 
 TEST(Json, Golden) {
@@ -38,6 +43,28 @@ TEST(Json, BeginsWithTheRunAndEndsWithTheSummary) {
     EXPECT_EQ(all.back()["Counts"]["passed"], 4);
 }
 
+TEST(Json, EveryEventIsSeenWhenItIsTold) {
+    std::string content;
+    auto reporter = make_json_reporter(std::make_unique<MemorySink>(&content));
+    const auto last = [&] { return events(content).back()["Action"]; };
+    reporter->run_begins({});
+    EXPECT_EQ(last(), "start");
+    reporter->folder_begins({"a", "", 1});
+    EXPECT_EQ(last(), "folder");
+    FixtureResult fixture;
+    fixture.folder = "a";
+    fixture.output = "opening";
+    reporter->fixture_ended(fixture);
+    EXPECT_EQ(last(), "fixture");
+    reporter->case_begins("a", "b");
+    reporter->case_ended(passing_case("a", "b"));
+    EXPECT_EQ(last(), "pass");
+    reporter->folder_ended({"a", "", 1});
+    EXPECT_EQ(last(), "folder-end");
+    reporter->run_ended({});
+    EXPECT_EQ(last(), "summary");
+}
+
 TEST(Json, BytesThatAreNotTextCanBeRecovered) {
     for (const auto &event : events(sample_json())) {
         if (event["Action"] != "output" || !event.contains("OutputBase64")) continue;
@@ -50,14 +77,11 @@ TEST(Json, BytesThatAreNotTextCanBeRecovered) {
 }
 
 TEST(Json, LongOutputComesInPiecesThatJoin) {
-    std::string content, output, joined;
+    std::string output, joined;
     for (int i = 0; i < 3000; ++i) output += i % 50 == 0 ? "\n" : i % 3 == 0 ? "\xE2\x82\xAC" : "\x02";
-    auto reporter = make_json_reporter(std::make_unique<MemorySink>(&content));
-    reporter->run_begins({});
     CaseResult result = passing_case("a", "b");
     result.output = output;
-    reporter->case_ended(result);
-    for (const auto &event : events(content)) {
+    for (const auto &event : events(json_of(result))) {
         EXPECT_NE(event["Action"], "part");
         EXPECT_FALSE(event.contains("OutputBase64"));
         if (event["Action"] == "output") joined += event["Output"].get<std::string>();
@@ -66,13 +90,10 @@ TEST(Json, LongOutputComesInPiecesThatJoin) {
 }
 
 TEST(Json, ALineThatNoPageHoldsComesInParts) {
-    std::string content, joined;
-    auto reporter = make_json_reporter(std::make_unique<MemorySink>(&content));
-    reporter->run_begins({});
+    std::string joined;
     CaseResult result = passing_case("a", "b");
     result.reason = std::string(10000, '"') + "\xE2\x82\xAC";
-    reporter->case_ended(result);
-    for (const auto &event : events(content))
+    for (const auto &event : events(json_of(result)))
         if (event["Action"] == "part") joined += event["Text"].get<std::string>();
     EXPECT_EQ(nlohmann::json::parse(joined)["Reason"], result.reason);
 }

@@ -1,10 +1,8 @@
 // JUnit: the shape that common readers accept, and what stands in it.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdlib>
-#include <fstream>
 #include <pugixml.hpp>
 
 #include "tests/kiv/reports/report_test.h"
@@ -15,10 +13,7 @@ namespace {
 using testing::HasSubstr;
 
 std::string sample_junit() {
-    std::string content;
-    auto reporter = make_junit_reporter(std::make_unique<MemorySink>(&content));
-    play_sample_run(*reporter);
-    return content;
+    return report_of(make_junit_reporter, play_sample_run);
 }
 
 pugi::xml_node find_case(const pugi::xml_document &document, const char *name) {
@@ -30,15 +25,13 @@ TEST(Junit, Golden) {
 }
 
 void expect_valid(const std::string &content) {
-    const std::string path = "/tmp/kiv_junit_" + std::to_string(getpid()) + ".xml";
-    { std::ofstream(path, std::ios::binary) << content; }
+    const TemporaryDirectory directory;
+    const std::string path = directory.write("junit.xml", content);
     EXPECT_EQ(
         std::system(
             ("xmllint --noout --schema " TEST_DATA "/junit.xsd " + path + " 2>" + path + ".err").c_str()),
         0)
-        << read_file(path + ".err");
-    unlink(path.c_str());
-    unlink((path + ".err").c_str());
+        << read_text(path + ".err");
 }
 
 TEST(Junit, IsValidForTheCommonSchema) {
@@ -112,22 +105,21 @@ TEST(Junit, CountsAgreeWithTheElementsAtTheEnd) {
 }
 
 TEST(Junit, AFileCutShortTellsHowManyCasesTheFolderHas) {
-    std::string content;
-    auto reporter = make_junit_reporter(std::make_unique<MemorySink>(&content));
-    reporter->run_begins(sample_info());
-    reporter->folder_begins({"acl", "ACL Testcases", 27});
-    reporter->case_ended(passing_case("acl", "create"));
+    const std::string content = report_of(make_junit_reporter, [](Reporter &reporter) {
+        reporter.run_begins(sample_info());
+        reporter.folder_begins({"acl", "ACL Testcases", 27});
+        reporter.case_ended(passing_case("acl", "create"));
+    });
     pugi::xml_document document;
     ASSERT_TRUE(document.load_string(content.c_str()));
     EXPECT_EQ(document.child("testsuites").child("testsuite").attribute("tests").as_int(), 27);
 }
 
 TEST(Junit, WithoutCasesIsADocumentToo) {
-    std::string content;
-    auto reporter = make_junit_reporter(std::make_unique<MemorySink>(&content));
-    reporter->run_begins({});
-    reporter->run_ended({});
-    expect_valid(content);
+    expect_valid(report_of(make_junit_reporter, [](Reporter &reporter) {
+        reporter.run_begins({});
+        reporter.run_ended({});
+    }));
 }
 
 }  // namespace

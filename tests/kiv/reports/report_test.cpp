@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <nlohmann/json.hpp>
 #include <pugixml.hpp>
 #include <sstream>
 
@@ -251,17 +252,10 @@ void play_long_run(Reporter &reporter, int cases, size_t largest,
     if (after_case) after_case(cases);
 }
 
-std::string read_file(const std::string &path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
 void expect_golden(const std::string &name, const std::string &content) {
     const std::string path = std::string(TEST_DATA) + "/golden/" + name;
     if (std::getenv("KIV_UPDATE_GOLDEN") != nullptr) std::ofstream(path, std::ios::binary) << content;
-    EXPECT_EQ(content, read_file(path)) << path;
+    EXPECT_EQ(content, read_text(path)) << path;
 }
 
 std::vector<std::string> junit_case_names(const std::string &xml, std::string *error) {
@@ -275,6 +269,36 @@ std::vector<std::string> junit_case_names(const std::string &xml, std::string *e
         for (const pugi::xml_node element : suite.children("testcase"))
             names.push_back(element.attribute("name").value());
     return names;
+}
+
+int json_cases(const std::string &text, std::string *error, size_t *seen) {
+    std::istringstream lines(seen != nullptr ? text.substr(*seen) : text);
+    if (seen != nullptr) *seen = text.rfind('\n') + 1;
+    std::string line;
+    int cases = 0;
+    error->clear();
+    while (std::getline(lines, line)) {
+        if (line.find_first_not_of(' ') == std::string::npos) continue;
+        nlohmann::json object = nlohmann::json::parse(line, nullptr, false);
+        if (!object.is_object()) {
+            *error = "not an object: " + line.substr(0, 200);
+            return cases;
+        }
+        const std::string action = object["Action"];
+        if (action == "pass" || action == "fail" || action == "skip") ++cases;
+    }
+    return cases;
+}
+
+int tap_cases(const std::string &text) {
+    std::istringstream lines(text);
+    std::string line;
+    int cases = 0;
+    while (std::getline(lines, line)) {
+        if (lines.eof()) break;
+        if (line.rfind("    ok ", 0) == 0 || line.rfind("    not ok ", 0) == 0) ++cases;
+    }
+    return cases;
 }
 
 }  // namespace kiv::test

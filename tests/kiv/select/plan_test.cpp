@@ -1,11 +1,10 @@
-// Plan files, suggestions, and the event stream that --rerun-failed reads.
+// Plan files and suggestions.
 #include "kiv/select/plan.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "kiv/select/nearest.h"
-#include "kiv/select/rerun.h"
 #include "tests/kiv/process.h"
 
 namespace {
@@ -74,38 +73,6 @@ TEST(Nearest, NamesTheBestFirstAndOnlyNearOnes) {
     for (const char *name : {"create", "destroy", "destroyed", "insert"}) nearest.offer(name);
     EXPECT_THAT(nearest.names(), ElementsAre("destroy", "destroyed"));
     EXPECT_EQ(nearest.question(), "; did you mean destroy or destroyed?");
-}
-
-class RerunTest : public PlanTest {
-  protected:
-    bool rerun(const std::string &text) {
-        selectors_.clear();
-        return kiv::read_failed(directory_.write("run.json", text), &selectors_, &error_);
-    }
-};
-
-constexpr const char *kStart = "{\"Action\":\"start\"}\n";
-
-TEST_F(RerunTest, TakesWhatDidNotPassByItsLastResult) {
-    ASSERT_TRUE(rerun(std::string(kStart) + "{\"Action\":\"pass\",\"Package\":\"f\",\"Test\":\"a\"}\n"
-                                            "   \n"
-                                            "{\"Action\":\"fail\",\"Package\":\"f\",\"Test\":\"b\"}\n"
-                                            "{\"Action\":\"fail\",\"Package\":\"f\",\"Test\":\"c\"}\n"
-                                            "{\"Action\":\"skip\",\"Package\":\"f/g\",\"Test\":\"d#2\"}\n"
-                                            "{\"Action\":\"pass\",\"Package\":\"f\",\"Test\":\"c\"}\n"));
-    EXPECT_THAT(texts(), ElementsAre("f/b@0", "f/g/d#2@0"));
-}
-
-TEST_F(RerunTest, StreamThatWasCutOffIsReadUpToThere) {
-    ASSERT_TRUE(
-        rerun(std::string(kStart) + "{\"Action\":\"fail\",\"Package\":\"f\",\"Test\":\"b\"}\n{\"Acti"));
-    EXPECT_THAT(texts(), ElementsAre("f/b@0"));
-}
-
-TEST_F(RerunTest, OtherFilesAreNoEventStream) {
-    EXPECT_FALSE(rerun("acl\nqos\n"));
-    EXPECT_THAT(error_, HasSubstr("run.json:1: no event of a run"));
-    EXPECT_FALSE(rerun(""));
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // Reading an event stream back: nothing is lost, and what is broken is said with its place.
-#include "kivctl/results.h"
+#include "kiv/reports/recorded_run.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,28 +8,29 @@
 #include <random>
 #include <sstream>
 
-#include "kiv/reports/results_reader.h"
 #include "tests/kiv/reports/report_test.h"
-#include "tests/kivctl/run.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
-namespace kivctl::test {
+namespace kiv::test {
 namespace {
 
+using reports::read_run;
+using reports::RecordedRun;
 using testing::HasSubstr;
 
-std::string rewritten(const Results &results) {
-    std::string content;
-    auto reporter = kiv::make_json_reporter(std::make_unique<kiv::test::MemorySink>(&content));
-    results.replay(*reporter);
-    return content;
+std::string sample_results() {
+    return report_of(make_json_reporter, play_sample_run);
+}
+
+std::string rewritten(const RecordedRun &run) {
+    return report_of(make_json_reporter, [&](Reporter &reporter) { run.replay(reporter); });
 }
 
 std::string error_of(const std::string &text) {
-    Results results;
+    RecordedRun results;
     std::string error;
-    return parse(text, "R", &results, &error) ? "" : error;
+    return read_run(text, "R", &results, &error) ? "" : error;
 }
 
 // The sample with one field of one line changed; null takes it away.
@@ -53,24 +54,24 @@ std::string with_field(const std::string &action, const std::string &field, cons
 }
 
 TEST(Results, WrittenAgainTheyAreTheSameBytes) {
-    Results results;
+    RecordedRun results;
     std::string error;
     const std::string text = sample_results();
-    ASSERT_TRUE(parse(text, "R", &results, &error)) << error;
+    ASSERT_TRUE(read_run(text, "R", &results, &error)) << error;
     EXPECT_TRUE(results.complete);
     EXPECT_EQ(rewritten(results), text);
 }
 
 TEST(Results, EveryFieldComesBack) {
-    Results results;
+    RecordedRun results;
     std::string error;
-    ASSERT_TRUE(parse(sample_results(), "R", &results, &error)) << error;
+    ASSERT_TRUE(read_run(sample_results(), "R", &results, &error)) << error;
     const auto cases = results.cases();
     ASSERT_EQ(cases.size(), 12u);
-    const kiv::CaseResult &failed = *cases[1];
+    const CaseResult &failed = *cases[1];
     EXPECT_EQ(failed.selector(), "prm-kiv/tc_prm_v4_leaf_delete");
     EXPECT_EQ(failed.description, "Checks Delete leaf entry");
-    EXPECT_EQ(failed.verdict, kiv::Verdict::failed);
+    EXPECT_EQ(failed.verdict, Verdict::failed);
     EXPECT_EQ(failed.checks, 4u);
     EXPECT_EQ(failed.failed_checks, 3u);
     EXPECT_EQ(failed.duration.count(), 1234567);
@@ -81,7 +82,7 @@ TEST(Results, EveryFieldComesBack) {
     EXPECT_EQ(failed.failures[1].status_text, "'prm' invalid argument");
     EXPECT_FALSE(failed.failures[1].is_condition);
     EXPECT_EQ(failed.output, "ERROR: <leaf> \"delete\" & co\r\n\ttab, bell \a, byte \xFF, end\n");
-    const kiv::CaseResult &late = *cases[4];
+    const CaseResult &late = *cases[4];
     EXPECT_EQ(late.mode, 4);
     EXPECT_EQ(late.signal, 9);
     EXPECT_EQ(late.output_size, 3000000000u);
@@ -90,27 +91,28 @@ TEST(Results, EveryFieldComesBack) {
     EXPECT_EQ(cases[7]->failures[0].message, "session 5 is not busy, rc = 0\n");
     EXPECT_EQ(cases[10]->exit_code, 3);
     EXPECT_EQ(results.fixtures().size(), 6u);
-    EXPECT_EQ(results.info.arguments, kiv::test::sample_info().arguments);
+    EXPECT_EQ(results.info.arguments, sample_info().arguments);
     EXPECT_EQ(results.summary.notes, std::vector<std::string>{"fault rule 1 fired 3 times"});
 }
 
 TEST(Results, LongOutputAndLongLinesComeBack) {
     for (const size_t length : {2000u, 5000u, 70000u}) {
-        std::string text, output;
+        std::string output;
         for (size_t i = 0; i < length; ++i) output += "\xE2\x82\xAC\n\xFF\x01z\""[i * 31 % 8];
-        auto reporter = kiv::make_json_reporter(std::make_unique<kiv::test::MemorySink>(&text));
-        kiv::RunInfo info = kiv::test::sample_info();
+        RunInfo info = sample_info();
         info.arguments = {output};
-        reporter->run_begins(info);
-        kiv::CaseResult result = kiv::test::passing_case("prm-kiv", "tc_kiv_update_mainif_mtu");
+        CaseResult result = passing_case("prm-kiv", "tc_kiv_update_mainif_mtu");
         result.output = output;
         result.output_size = output.size();
         result.reason = output;
         result.error_lines = {output};
-        reporter->case_ended(result);
-        Results results;
+        const std::string text = report_of(make_json_reporter, [&](Reporter &reporter) {
+            reporter.run_begins(info);
+            reporter.case_ended(result);
+        });
+        RecordedRun results;
         std::string error;
-        ASSERT_TRUE(parse(text, "R", &results, &error)) << error;
+        ASSERT_TRUE(read_run(text, "R", &results, &error)) << error;
         EXPECT_EQ(results.cases()[0]->output, output);
         EXPECT_EQ(results.cases()[0]->reason, output);
         EXPECT_EQ(results.cases()[0]->error_lines[0], output);
@@ -124,9 +126,9 @@ TEST(Results, CutAnywhereTheyAreUsable) {
     const size_t first = text.find('\n');
     size_t most = 0;
     for (size_t size = 1; size < text.size(); size += text[size] == '\n' || text[size - 1] == '\n' ? 1 : 9) {
-        Results results;
+        RecordedRun results;
         std::string error;
-        const bool usable = parse(text.substr(0, size), "R", &results, &error);
+        const bool usable = read_run(text.substr(0, size), "R", &results, &error);
         ASSERT_EQ(usable, size >= first) << "cut to " << size << ": " << error;
         if (!usable) continue;
         ASSERT_GE(results.cases().size(), most);
@@ -142,17 +144,24 @@ TEST(Results, CutAnywhereTheyAreUsable) {
 TEST(Results, WhatWasNotReachedIsKnown) {
     const std::string text = sample_results();
     const size_t cut = text.find("\"tc_kiv_tx_adj_add_punt\",\"Elapsed\"");
-    Results results;
+    RecordedRun results;
     std::string error;
-    ASSERT_TRUE(parse(text.substr(0, text.rfind('\n', cut) + 1), "R", &results, &error)) << error;
+    ASSERT_TRUE(read_run(text.substr(0, text.rfind('\n', cut) + 1), "R", &results, &error)) << error;
     EXPECT_FALSE(results.complete);
     EXPECT_FALSE(results.torn);
     EXPECT_EQ(results.cases().size(), 4u);
-    EXPECT_EQ(results.unreached().size(), 8u);
     results.finish("the run ended before it");
     EXPECT_EQ(results.cases().size(), 12u);
-    EXPECT_EQ(results.summary.counts[static_cast<size_t>(kiv::Verdict::not_run)], 8u);
+    EXPECT_EQ(results.summary.counts[static_cast<size_t>(Verdict::not_run)], 8u);
     EXPECT_EQ(results.cases()[4]->description, "Checks TX adj add punt ");
+    EXPECT_TRUE(results.complete);
+    EXPECT_EQ(results.summary.selected, 12u);
+    EXPECT_EQ(results.summary.checks, 5u);
+    EXPECT_EQ(results.summary.failed_checks, 3u);
+    EXPECT_EQ(results.summary.stopped_because, "the run ended before it");
+    const std::string whole = rewritten(results);
+    results.finish("once more");
+    EXPECT_EQ(rewritten(results), whole);
 }
 
 TEST(Results, ABrokenLineIsNamedWithItsField) {
@@ -185,6 +194,23 @@ TEST(Results, ABrokenLineIsNamedWithItsField) {
     std::string middle = sample_results();
     middle[middle.find('\n') + 1] = '!';
     EXPECT_EQ(error_of(middle), "R:2: not an event object");
+}
+
+// 4,000,000 s: the longest time that can be told.
+TEST(Results, TimesHaveALimit) {
+    const auto ran_for = [](const std::string &at, double seconds) {
+        return "{\"Time\":\"2026-01-01T00:00:00Z\",\"Action\":\"start\",\"Format\":1,\"Program\":\"p\","
+               "\"SelectedCases\":1,\"Folders\":[],\"Selected\":[]}\n"
+               "{\"Time\":\"" +
+               at + "\",\"Action\":\"run\",\"Package\":\"a\",\"Test\":\"x\"}\n" +
+               "{\"Action\":\"pass\",\"Package\":\"a\",\"Test\":\"x\",\"Elapsed\":" +
+               std::to_string(seconds) + ",\"Verdict\":\"passed\",\"Mode\":1,\"Checks\":1}\n";
+    };
+    EXPECT_EQ(error_of(ran_for("2026-02-16T07:06:39.999999999Z", 3999999)), "");
+    EXPECT_EQ(error_of(ran_for("2026-02-16T07:06:40Z", 1)), "R:2: Time: too far from the start of the run");
+    EXPECT_EQ(error_of(ran_for("2025-11-15T16:53:20Z", 1)), "R:2: Time: too far from the start of the run");
+    EXPECT_EQ(error_of(ran_for("2026-01-01T00:00:00Z", 4000000)), "R:3: Elapsed: out of range");
+    EXPECT_EQ(error_of(ran_for("2026-01-01T00:00:00Z", -4000000)), "R:3: Elapsed: out of range");
 }
 
 // Whatever is changed in a stream, it is read or refused, and what was read can be written and read again.
@@ -221,4 +247,4 @@ TEST(Results, RandomChangesAreReadOrRefused) {
 }
 
 }  // namespace
-}  // namespace kivctl::test
+}  // namespace kiv::test

@@ -1,5 +1,5 @@
-// Text of reports: escaping, numbers, wording.
-#include "kiv/reports/text.h"
+// How texts and numbers are written into each format.
+#include "kiv/reports/escape.h"
 
 #include <string.h>
 
@@ -199,24 +199,6 @@ void append_number(std::string &to, int number) {
     to.append(buffer, result.ptr);
 }
 
-void append_seconds(std::string &to, std::chrono::nanoseconds time) {
-    int64_t ns = time.count();
-    if (ns < 0) {
-        to += '-';
-        ns = -ns;
-    }
-    append_number(to, static_cast<uint64_t>(ns / 1000000000));
-    uint32_t fraction = static_cast<uint32_t>(ns % 1000000000);
-    if (fraction == 0) return;
-    char digits[10] = {'.'};
-    int used = 0;
-    for (int i = 9; i >= 1; --i, fraction /= 10) {
-        digits[i] = static_cast<char>('0' + fraction % 10);
-        if (used == 0 && digits[i] != '0') used = i + 1;
-    }
-    to.append(digits, static_cast<size_t>(used));
-}
-
 static constexpr char kBase64[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 std::string base64(std::string_view bytes) {
@@ -250,162 +232,6 @@ bool from_base64(std::string_view text, std::string *bytes) {
         for (size_t k = 0; k < 3 - padding; ++k) *bytes += static_cast<char>(bits >> (16 - 8 * k) & 0xFF);
     }
     return true;
-}
-
-bool parse_time(std::string_view text, int64_t *nanoseconds) {
-    const auto number = [&](size_t at, size_t length, int *value) {
-        *value = 0;
-        for (size_t i = at; i < at + length; ++i) {
-            if (text[i] < '0' || text[i] > '9') return false;
-            *value = *value * 10 + (text[i] - '0');
-        }
-        return true;
-    };
-    int year, month, day, hour, minute, second;
-    if (text.size() < 19 || text[4] != '-' || text[7] != '-' || text[10] != 'T' || text[13] != ':' ||
-        text[16] != ':' || !number(0, 4, &year) || !number(5, 2, &month) || !number(8, 2, &day) ||
-        !number(11, 2, &hour) || !number(14, 2, &minute) || !number(17, 2, &second))
-        return false;
-    const std::chrono::year_month_day date{std::chrono::year(year),
-                                           std::chrono::month(static_cast<unsigned>(month)),
-                                           std::chrono::day(static_cast<unsigned>(day))};
-    if (!date.ok() || hour > 23 || minute > 59 || second > 60 || year < 1970 || year > 2200) return false;
-    int64_t ns = std::chrono::nanoseconds(std::chrono::sys_days(date).time_since_epoch()).count() +
-                 ((hour * 60 + minute) * 60ll + second) * 1000000000;
-    size_t at = 19;
-    if (at < text.size() && text[at] == '.') {
-        int64_t scale = 100000000;
-        for (++at; at < text.size() && text[at] >= '0' && text[at] <= '9'; ++at, scale /= 10)
-            ns += (text[at] - '0') * scale;
-    }
-    if (at < text.size() && text.substr(at) != "Z") return false;
-    *nanoseconds = ns;
-    return true;
-}
-
-void Clock::start(std::string_view started_at) {
-    if (!parse_time(started_at, &start_ns_)) start_ns_ = 0;
-}
-
-void Clock::prepare(int64_t second) {
-    if (second == second_) return;
-    second_ = second;
-    const std::chrono::sys_seconds time{std::chrono::seconds(second)};
-    const auto day = std::chrono::floor<std::chrono::days>(time);
-    const std::chrono::year_month_day date(day);
-    const auto in_day = static_cast<unsigned>((time - day).count());
-    char text[64];
-    std::snprintf(text, sizeof text, "%04d-%02u-%02uT%02u:%02u:%02u", static_cast<int>(date.year()),
-                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()), in_day / 3600,
-                  in_day / 60 % 60, in_day % 60);
-    memcpy(text_, text, 19);
-}
-
-void Clock::append(std::string &to, std::chrono::nanoseconds since_start) {
-    const int64_t ns = start_ns_ + since_start.count();
-    prepare(ns / 1000000000);
-    to.append(text_, 19);
-    char digits[11] = ".000000000";
-    uint32_t fraction = static_cast<uint32_t>(ns % 1000000000);
-    for (int i = 9; i >= 1; --i, fraction /= 10) digits[i] = static_cast<char>('0' + fraction % 10);
-    digits[10] = 'Z';
-    to.append(digits, 11);
-}
-
-void Clock::append_to_second(std::string &to, std::chrono::nanoseconds since_start) {
-    prepare((start_ns_ + since_start.count()) / 1000000000);
-    to.append(text_, 19);
-}
-
-std::string check_line(const Check &check) {
-    std::string line = check.file;
-    line += ':';
-    append_number(line, check.line);
-    line += ": ";
-    line += check.function;
-    line += ": ";
-    if (check.is_condition) {
-        line += "\"" + check.expected_name + "\" does not hold";
-        if (!check.message.empty()) line += ": " + check.message;
-    } else {
-        char codes[64];
-        std::snprintf(codes, sizeof codes, " (0x%08x), got 0x%08x", check.expected, check.status);
-        line += "expected " + check.expected_name + codes;
-        if (!check.status_text.empty()) line += " (" + check.status_text + ")";
-    }
-    while (!line.empty() && line.back() == '\n') line.pop_back();
-    return line;
-}
-
-std::string end_text(int signal, int exit_code) {
-    if (signal != 0) {
-        const char *const name = sigabbrev_np(signal);
-        return "ended by signal " + std::to_string(signal) +
-               (name != nullptr ? " (" + std::string(name) + ")" : "");
-    }
-    if (exit_code >= 0) return "left through exit with code " + std::to_string(exit_code);
-    return "";
-}
-
-static std::string end_or_reason(Verdict verdict, const std::string &reason, int signal, int exit_code) {
-    if (verdict == Verdict::failed) return reason;  // the failed checks say it
-    if (!reason.empty()) return reason;
-    const std::string end = end_text(signal, exit_code);
-    return end.empty() ? verdict_text(verdict) : end;
-}
-
-std::string headline(const CaseResult &result) {
-    if (result.verdict == Verdict::failed && !result.failures.empty()) {
-        std::string line = check_line(result.failures.front());
-        if (result.failed_checks > 1) {
-            line += " (and ";
-            append_number(line, result.failed_checks - 1);
-            line += " more)";
-        }
-        return line;
-    }
-    if (result.verdict == Verdict::reported_error && !result.error_lines.empty())
-        return result.error_lines.front();
-    const std::string why = end_or_reason(result.verdict, result.reason, result.signal, result.exit_code);
-    return why.empty() ? verdict_text(result.verdict) : why;
-}
-
-std::string headline(const FixtureResult &result) {
-    const char *const what = result.set_up ? "set-up of " : "tear-down of ";
-    const std::string why = result.verdict == Verdict::failed && !result.failures.empty()
-                                ? check_line(result.failures.front())
-                                : end_or_reason(result.verdict, result.reason, result.signal, -1);
-    if (why.empty()) return what + result.folder + ": " + verdict_text(result.verdict);
-    return what + result.folder + ": " + why;
-}
-
-static void add_line(std::string &text, std::string_view line) {
-    if (line.empty()) return;
-    text += line;
-    if (text.back() != '\n') text += '\n';
-}
-
-std::string details(const CaseResult &result) {
-    std::string text;
-    if (!result.description.empty()) add_line(text, "description: " + result.description);
-    add_line(text, end_or_reason(result.verdict, result.reason, result.signal, result.exit_code));
-    for (const Check &check : result.failures) add_line(text, check_line(check));
-    if (result.failed_checks > result.failures.size()) {
-        text += "and ";
-        append_number(text, result.failed_checks - result.failures.size());
-        text += result.failed_checks - result.failures.size() == 1 ? " more failed check\n"
-                                                                   : " more failed checks\n";
-    }
-    for (const std::string &line : result.error_lines) add_line(text, "reported: " + line);
-    if (!result.output_file.empty()) add_line(text, "whole output: " + result.output_file);
-    return text;
-}
-
-std::string details(const FixtureResult &result) {
-    std::string text;
-    add_line(text, end_or_reason(result.verdict, result.reason, result.signal, -1));
-    for (const Check &check : result.failures) add_line(text, check_line(check));
-    return text;
 }
 
 }  // namespace kiv::reports

@@ -1,0 +1,96 @@
+// The wording that every format shares.
+#include "kiv/reports/wording.h"
+
+#include <cstdio>
+
+#include "kiv/reports/escape.h"
+#include "kiv/signal_text.h"
+
+namespace kiv::reports {
+
+std::string check_line(const Check &check) {
+    std::string line = check.file;
+    line += ':';
+    append_number(line, check.line);
+    line += ": ";
+    line += check.function;
+    line += ": ";
+    if (check.is_condition) {
+        line += "\"" + check.expected_name + "\" does not hold";
+        if (!check.message.empty()) line += ": " + check.message;
+    } else {
+        char codes[64];
+        std::snprintf(codes, sizeof codes, " (0x%08x), got 0x%08x", check.expected, check.status);
+        line += "expected " + check.expected_name + codes;
+        if (!check.status_text.empty()) line += " (" + check.status_text + ")";
+    }
+    while (!line.empty() && line.back() == '\n') line.pop_back();
+    return line;
+}
+
+std::string end_text(int signal, int exit_code) {
+    if (signal != 0) return "ended by " + signal_text(signal);
+    if (exit_code >= 0) return "left the worker with exit code " + std::to_string(exit_code);
+    return "";
+}
+
+static std::string end_or_reason(Verdict verdict, const std::string &reason, int signal, int exit_code) {
+    if (verdict == Verdict::failed) return reason;  // the failed checks say it
+    if (!reason.empty()) return reason;
+    const std::string end = end_text(signal, exit_code);
+    return end.empty() ? verdict_text(verdict) : end;
+}
+
+std::string headline(const CaseResult &result) {
+    if (result.verdict == Verdict::failed && !result.failures.empty()) {
+        std::string line = check_line(result.failures.front());
+        if (result.failed_checks > 1) {
+            line += " (and ";
+            append_number(line, result.failed_checks - 1);
+            line += " more)";
+        }
+        return line;
+    }
+    if (result.verdict == Verdict::reported_error && !result.error_lines.empty())
+        return result.error_lines.front();
+    const std::string why = end_or_reason(result.verdict, result.reason, result.signal, result.exit_code);
+    return why.empty() ? verdict_text(result.verdict) : why;
+}
+
+std::string headline(const FixtureResult &result) {
+    const std::string why = result.verdict == Verdict::failed && !result.failures.empty()
+                                ? check_line(result.failures.front())
+                                : end_or_reason(result.verdict, result.reason, result.signal, -1);
+    return result.name() + ": " + (why.empty() ? verdict_text(result.verdict) : why);
+}
+
+static void add_line(std::string &text, std::string_view line) {
+    if (line.empty()) return;
+    text += line;
+    if (text.back() != '\n') text += '\n';
+}
+
+std::string details(const CaseResult &result) {
+    std::string text;
+    if (!result.description.empty()) add_line(text, "description: " + result.description);
+    add_line(text, end_or_reason(result.verdict, result.reason, result.signal, result.exit_code));
+    for (const Check &check : result.failures) add_line(text, check_line(check));
+    if (result.failed_checks > result.failures.size()) {
+        text += "and ";
+        append_number(text, result.failed_checks - result.failures.size());
+        text += result.failed_checks - result.failures.size() == 1 ? " more failed check\n"
+                                                                   : " more failed checks\n";
+    }
+    for (const std::string &line : result.error_lines) add_line(text, "reported: " + line);
+    if (!result.output_file.empty()) add_line(text, "whole output: " + result.output_file);
+    return text;
+}
+
+std::string details(const FixtureResult &result) {
+    std::string text;
+    add_line(text, end_or_reason(result.verdict, result.reason, result.signal, -1));
+    for (const Check &check : result.failures) add_line(text, check_line(check));
+    return text;
+}
+
+}  // namespace kiv::reports

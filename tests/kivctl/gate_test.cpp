@@ -1,0 +1,141 @@
+// kivctl gate from outside: what it says, and its exit status.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/kiv/reports/report_test.h"
+#include "tests/kivctl/run.h"
+
+namespace kivctl::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+using Gate = CommandTest;
+
+TEST_F(Gate, IsGoodWhenEverythingPassed) {
+    const Ran ran = kivctl("gate " + file(results_of({{"a/x"}, {"a/y"}})));
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_EQ(ran.out, "good: 2 cases, 0 to answer for\n");
+    EXPECT_THAT(ran.err, IsEmpty());
+}
+
+TEST_F(Gate, NamesWhatFailed) {
+    const Ran ran = kivctl("gate " + file(sample_results()));
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_THAT(ran.out,
+                HasSubstr("failed             prm-kiv/tc_prm_v4_leaf_delete: prm/test/src/prm_kiv_uidb:120"));
+    EXPECT_THAT(ran.out,
+                HasSubstr("crashed            tear-down of span: ended by SIGSEGV (Segmentation fault)"));
+    EXPECT_THAT(ran.out, HasSubstr("not good: 12 cases, 9 to answer for\n"));
+}
+
+TEST_F(Gate, EveryOptionDecidesOneVerdict) {
+    const std::string unchecked = file(results_of({{"a/x", kiv::Verdict::unchecked}}), "u");
+    EXPECT_EQ(kivctl("gate " + unchecked).status, 0);
+    EXPECT_EQ(kivctl("gate --unchecked fail " + unchecked).status, 1);
+    const std::string lines = file(results_of({{"a/x", kiv::Verdict::reported_error}}), "l");
+    EXPECT_EQ(kivctl("gate " + lines).status, 1);
+    EXPECT_EQ(kivctl("gate --error-lines ignore " + lines).status, 0);
+    const std::string not_run = file(results_of({{"a/w"}, {"a/x", kiv::Verdict::not_run}}), "n");
+    EXPECT_EQ(kivctl("gate " + not_run).status, 1);
+    EXPECT_EQ(kivctl("gate --not-run ignore " + not_run).status, 0);
+    const std::string nothing = file(results_of({}), "e");
+    EXPECT_EQ(kivctl("gate " + nothing).status, 1);
+    EXPECT_EQ(kivctl("gate --empty ignore " + nothing).status, 0);
+    const std::string cut = file(results_of({{"a/x"}}, false), "c");
+    EXPECT_EQ(kivctl("gate " + cut).status, 1);
+    EXPECT_EQ(kivctl("gate --incomplete ignore " + cut).status, 0);
+}
+
+TEST_F(Gate, AFailureCountsWhateverIsIgnored) {
+    for (const kiv::Verdict verdict :
+         {kiv::Verdict::failed, kiv::Verdict::aborted, kiv::Verdict::crashed, kiv::Verdict::timed_out})
+        EXPECT_EQ(kivctl("gate --error-lines ignore --not-run ignore " + file(results_of({{"a/x", verdict}})))
+                      .status,
+                  1);
+}
+
+TEST_F(Gate, UnusableResultsHaveAStatusOfTheirOwn) {
+    const Ran ran = kivctl("gate " + file("nonsense\n"));
+    EXPECT_EQ(ran.status, 2);
+    EXPECT_THAT(ran.err, HasSubstr("results.jsonl:1: these are not results of a run"));
+    EXPECT_EQ(kivctl("gate " + directory_.path("none")).status, 2);
+    EXPECT_EQ(kivctl("gate").status, 2);
+    EXPECT_EQ(kivctl("gate --unchecked maybe x").status, 2);
+    EXPECT_EQ(kivctl("frobnicate").status, 2);
+    EXPECT_EQ(kivctl("--help").status, 0);
+}
+
+TEST_F(Gate, ATornLastLineIsToleratedAndSaid) {
+    const std::string text = results_of({{"a/x"}, {"a/y"}});
+    const Ran ran = kivctl("gate " + file(text.substr(0, text.size() - 20)));
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_THAT(ran.err, HasSubstr("the last line is cut off and was left out"));
+    EXPECT_THAT(ran.out, HasSubstr("the run did not come to its end"));
+}
+
+TEST_F(Gate, ReadsStandardInputAndSaysNothingWhenAsked) {
+    const Ran ran =
+        shell("cat " + file(results_of({{"a/x", kiv::Verdict::failed}})) + " | " KIVCTL " gate -q -");
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_THAT(ran.out, IsEmpty());
+}
+
+TEST_F(Gate, CountsTheCasesOfAllResults) {
+    const std::string one = file(results_of({{"a/x"}, {"a/y", kiv::Verdict::failed}}), "1");
+    const std::string two = file(results_of({{"b/z", kiv::Verdict::timed_out}}), "2");
+    const Ran ran = kivctl("gate " + one + " " + two);
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_EQ(ran.out,
+              "failed             a/y\n"
+              "timed out          b/z\n"
+              "not good: 3 cases, 2 to answer for\n");
+    EXPECT_EQ(kivctl("gate " + one + " " + directory_.path("none")).status, 2);
+}
+
+// The results of a run with that fixture.
+std::string results_with(const kiv::FixtureResult &fixture) {
+    return kiv::test::report_of(kiv::make_json_reporter, [&](kiv::Reporter &reporter) {
+        reporter.run_begins({});
+        reporter.fixture_ended(fixture);
+        reporter.case_ended(kiv::test::passing_case("a", "x"));
+        reporter.run_ended({});
+    });
+}
+
+TEST_F(Gate, AFixtureCountsWhenItFailedAndNotWhenItDidNotRun) {
+    kiv::FixtureResult fixture;
+    fixture.folder = "a";
+    fixture.ran = true;
+    fixture.set_up = true;
+    EXPECT_EQ(kivctl("gate " + file(results_with(fixture))).status, 0);
+    fixture.verdict = kiv::Verdict::failed;
+    fixture.reason = "no connection";
+    const Ran ran = kivctl("gate " + file(results_with(fixture)));
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_EQ(ran.out, "failed             set-up of a: no connection\nnot good: 1 cases, 1 to answer for\n");
+    fixture.ran = false;
+    fixture.verdict = kiv::Verdict::not_run;
+    EXPECT_EQ(kivctl("gate " + file(results_with(fixture))).out, "good: 1 cases, 0 to answer for\n");
+}
+
+TEST_F(Gate, ResultsInWhichNoCaseRanAreNamed) {
+    const std::string path = file(results_of({{"a/x", kiv::Verdict::not_run}}));
+    EXPECT_EQ(kivctl("gate --not-run ignore " + path).out,
+              path + ": no case ran\nnot good: 1 cases, 1 to answer for\n");
+}
+
+TEST_F(Gate, SaysWhyACaseOfAKilledRunDidNotRun) {
+    const std::string text = results_of({{"a/x"}, {"b/y"}});
+    const std::string path = file(text.substr(0, text.find("\"Action\":\"run\",\"Package\":\"b\"")));
+    const Ran ran = kivctl("gate " + path);
+    EXPECT_EQ(ran.out, path + ": the run did not come to its end\n" +
+                           "not run            b/y: the run ended before it\n" +
+                           "not good: 2 cases, 2 to answer for\n");
+    EXPECT_EQ(ran.err, "kivctl: " + path + ": the last line is cut off and was left out\nkivctl: " + path +
+                           ": the run did not tell of its end\n");
+}
+
+}  // namespace
+}  // namespace kivctl::test

@@ -1,0 +1,68 @@
+// kivctl report from outside.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/kiv/reports/report_test.h"
+#include "tests/kivctl/run.h"
+
+namespace kivctl::test {
+namespace {
+
+using testing::HasSubstr;
+
+using Report = CommandTest;
+
+TEST_F(Report, WritesTheSameReportsAsTheRun) {
+    const std::string base = directory_.path("r");
+    const Ran ran = kivctl("report " + file(sample_results()) + " --junit " + base + ".xml --tap " + base +
+                           ".tap --json " + base + ".jsonl --html " + base + ".html");
+    EXPECT_EQ(ran.status, 0) << ran.err;
+    EXPECT_EQ(kiv_test::read_text(base + ".xml"), kiv_test::read_text(TEST_DATA "/golden/sample.xml"));
+    EXPECT_EQ(kiv_test::read_text(base + ".tap"), kiv_test::read_text(TEST_DATA "/golden/sample.tap"));
+    EXPECT_EQ(kiv_test::read_text(base + ".jsonl"), kiv_test::read_text(TEST_DATA "/golden/sample.jsonl"));
+    EXPECT_THAT(kiv_test::read_text(base + ".html"), HasSubstr("tc_kiv_update_mainif_mtu"));
+}
+
+TEST_F(Report, OfAKilledRunListsWhatItDidNotReach) {
+    const std::string text = sample_results();
+    const std::string base = directory_.path("r");
+    EXPECT_EQ(kivctl("report " + file(text.substr(0, text.size() / 3)) + " --junit " + base + " --tap " +
+                     base + ".tap")
+                  .status,
+              0);
+    std::string error;
+    EXPECT_GE(kiv::test::junit_case_names(kiv_test::read_text(base), &error).size(), 12u);
+    EXPECT_EQ(error, "");
+}
+
+TEST_F(Report, NeedsAFormatAndAPlaceToWrite) {
+    const std::string results = file(sample_results());
+    EXPECT_EQ(kivctl("report " + results).status, 2);
+    const Ran ran = kivctl("report " + results + " --junit " + directory_.path("none/r.xml"));
+    EXPECT_EQ(ran.status, 2);
+    EXPECT_THAT(ran.err, HasSubstr("none/r.xml: No such file or directory"));
+}
+
+TEST_F(Report, OfAKilledRunTellsItsEnd) {
+    const std::string text = results_of({{"a/x"}, {"b/y"}});
+    const std::string cut = file(text.substr(0, text.find("\"Action\":\"run\",\"Package\":\"b\"")));
+    const std::string whole = directory_.path("whole.jsonl");
+    EXPECT_EQ(kivctl("report " + cut + " --json " + whole).status, 0);
+    EXPECT_EQ(kivctl("gate " + whole).out,
+              "not run            b/y: the run ended before it\nnot good: 2 cases, 1 to answer for\n");
+    EXPECT_THAT(kiv_test::read_text(whole), HasSubstr("\"Selected\":2,\"Counts\":{\"passed\":1,"));
+    EXPECT_THAT(kiv_test::read_text(whole), HasSubstr("\"StoppedBecause\":\"the run ended before it\"}\n"));
+}
+
+TEST_F(Report, NothingIsWrittenUnlessAllCanBe) {
+    const std::string good = directory_.path("r.tap");
+    EXPECT_EQ(
+        kivctl("report " + file(sample_results()) + " --tap " + good + " --html " + directory_.path("no/r"))
+            .status,
+        2);
+    EXPECT_FALSE(std::filesystem::exists(good));
+    EXPECT_EQ(kivctl("report " + directory_.path("none") + " --tap " + good).status, 2);
+}
+
+}  // namespace
+}  // namespace kivctl::test
