@@ -28,9 +28,9 @@ void set_flash(const uint8_t *bytes, size_t size) {
 
 extern "C" {
 
-#define OPERATION(family, result, name, parameters, arguments, record, direction, resource) \
-    result name parameters {                                                                \
-        return static_cast<result>(0);                                                      \
+#define OPERATION(family, result, name, parameters, arguments, ...) \
+    result name parameters {                                        \
+        return static_cast<result>(0);                              \
     }
 #include "card/operations.def"
 
