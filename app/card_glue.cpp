@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "card/codes.h"
 #include "card/sim/backend.h"
 #include "card/sim/card.h"
 #include "kiv/observer.h"
@@ -36,7 +37,7 @@ class CardGlue : public kiv::Observer {
     }
 
     const char *status_text(uint32_t status) override {
-        return sim::code_name(status) != nullptr ? cerr_strerror(status) : nullptr;
+        return card::code_name(status) != nullptr ? cerr_strerror(status) : nullptr;
     }
 
   private:

@@ -50,6 +50,14 @@ bool write_all(int fd, std::string_view text) {
     return true;
 }
 
+Descriptor::~Descriptor() {
+    if (number_ >= 0) close(number_);
+}
+
+Descriptor Descriptor::copy_of(int fd) {
+    return Descriptor(fcntl(fd, F_DUPFD_CLOEXEC, 3));
+}
+
 bool is_directory(const std::string &path) {
     struct stat info;
     return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);

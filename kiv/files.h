@@ -19,6 +19,22 @@ bool write_all(int fd, std::string_view text);
 bool is_directory(const std::string &path);
 bool is_file(const std::string &path);
 
+// A descriptor that is closed with its owner.
+class Descriptor {
+  public:
+    explicit Descriptor(int number) : number_(number) {}
+    ~Descriptor();
+    Descriptor(const Descriptor &) = delete;
+    Descriptor &operator=(const Descriptor &) = delete;
+    // A second one for the same file, of 3 or more, that no program inherits.
+    static Descriptor copy_of(int fd);
+
+    int number() const { return number_; }  // -1 when there is none
+
+  private:
+    int number_;
+};
+
 // Creates a directory and its parents. False, with *error set.
 bool make_directories(const std::string &path, std::string *error);
 

@@ -2,11 +2,12 @@
 #include "kiv/options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 
-#include "kiv/observer.h"
+#include "kiv/observers.h"
 #include "kiv/select/nearest.h"
-#include "kiv/worker/live.h"
 
 namespace kiv {
 
@@ -65,45 +66,25 @@ std::string unknown_option(const CLI::App &app, const std::string &word) {
     return "unknown option " + word + nearest.question();
 }
 
-bool parse_shard(const std::string &text, Options *options) {
-    char rest;
-    int index, count;
-    if (sscanf(text.c_str(), "%d/%d%c", &index, &count, &rest) != 2 || count < 1 || index < 1 ||
-        index > count)
-        return false;
-    options->shard_index = index - 1;
-    options->shard_count = count;
-    options->sharded = true;
-    return true;
-}
-
-}  // namespace
-
-Parsed parse_options(int argc, char **argv, CLI::App &app, Options *options) {
-    options->program = argc > 0 ? argv[0] : "kiv";
-    for (int i = 1; i < argc; ++i) options->arguments.emplace_back(argv[i]);
-    const std::string name = options->program.substr(options->program.rfind('/') + 1);
-    app.name(name);
-    app.description(kIntroduction);
-    app.footer(examples(name));
-    app.get_formatter()->column_width(26);
-    app.get_formatter()->label("OPTIONS", "OPTIONS] [SELECTOR...");
-    app.set_help_flag();  // comes back at the end of the list
-
+// What the option parser stores that is not an option of the run yet.
+struct Written {
     std::vector<std::string> plans, excludes;
     std::string shard, on_crash = "next-folder";
     bool list = false, list_json = false, list_folders = false, version = false;
+    const CLI::Option *seed = nullptr, *timeout = nullptr;
+};
 
-    const char *group = "Which cases";
+void declare_selection(CLI::App &app, Options *options, Written *written) {
+    const char *const group = "Which cases";
     app.add_option(
-           "--plan", plans,
+           "--plan", written->plans,
            "Selectors from a file, one a line, # comments;\nthey come before those of the command line")
         ->type_name("FILE")
         ->group(group)
         ->expected(1)
         ->take_all();
     app.add_flag("--all", options->all, "Manual cases too, and no plan of the site")->group(group);
-    app.add_option("--exclude", excludes, "Leave out, like a leading dash")
+    app.add_option("--exclude", written->excludes, "Leave out, like a leading dash")
         ->type_name("SELECTOR")
         ->group(group)
         ->expected(1)
@@ -111,26 +92,28 @@ Parsed parse_options(int argc, char **argv, CLI::App &app, Options *options) {
     app.add_option("--rerun-failed", options->rerun_failed, "What did not pass, by the event stream of a run")
         ->type_name("FILE")
         ->group(group);
-    app.add_option("--shard", shard, "The I-th of N parts, whole folders each")
+    app.add_option("--shard", written->shard, "The I-th of N parts, whole folders each")
         ->type_name("I/N")
         ->group(group);
-    app.add_flag("-l,--list", list, "List instead of running; the list is a plan")->group(group);
-    app.add_flag("--list-json", list_json, "The same, as JSON")->group(group);
-    app.add_flag("--list-folders", list_folders, "The folders alone")->group(group);
+    app.add_flag("-l,--list", written->list, "List instead of running; the list is a plan")->group(group);
+    app.add_flag("--list-json", written->list_json, "The same, as JSON")->group(group);
+    app.add_flag("--list-folders", written->list_folders, "The folders alone")->group(group);
+}
 
-    group = "How they run";
+void declare_manner(CLI::App &app, Options *options, Written *written) {
+    const char *const group = "How they run";
     app.add_option("--repeat", options->repeat, "Everything N times over")
         ->type_name("N")
         ->check(CLI::Range(1, 1000000).description(""))
         ->group(group);
     app.add_flag("--shuffle", options->shuffle, "Folders, and the cases in each, in random order")
         ->group(group);
-    CLI::Option *seed = app.add_option("--seed", options->seed, "Of --shuffle; gives the same order again")
-                            ->type_name("N")
-                            ->group(group);
+    written->seed = app.add_option("--seed", options->seed, "Of --shuffle; gives the same order again")
+                        ->type_name("N")
+                        ->group(group);
     app.add_flag("--fail-fast", options->fail_fast, "Stop after the first case that is not good")
         ->group(group);
-    CLI::Option *timeout =
+    written->timeout =
         app.add_option("--timeout", options->timeout, "End a case that takes longer; 0 never does [300]")
             ->type_name("SECONDS")
             ->check(CLI::Range(0.0, 1e8).description(""))
@@ -140,15 +123,17 @@ Parsed parse_options(int argc, char **argv, CLI::App &app, Options *options) {
         ->check(CLI::Range(0.0, 1e8).description(""))
         ->group(group);
     app.add_option(
-           "--on-crash", on_crash,
+           "--on-crash", written->on_crash,
            "Where to go on after a case that ended its worker:\nnext-folder, next-case or stop [next-folder]")
         ->type_name("WHERE")
         ->check(CLI::IsMember({"next-folder", "next-case", "stop"}).description(""))
         ->group(group);
     app.add_flag("--no-fork", options->no_fork, "Run in this process, for debuggers: a crash ends it")
         ->group(group);
+}
 
-    group = "Where";
+void declare_places(CLI::App &app, Options *options) {
+    const char *const group = "Where";
     app.add_option("--site", options->site,
                    "Directory with input files, standard input and plan\n[KIV_SITE, or the installed site "
                    "off a card]")
@@ -161,8 +146,10 @@ Parsed parse_options(int argc, char **argv, CLI::App &app, Options *options) {
     app.add_option("--out", options->out, "Directory for what the run leaves [kiv-out]")
         ->type_name("DIR")
         ->group(group);
+}
 
-    group = "What is shown and written";
+void declare_output(CLI::App &app, Options *options) {
+    const char *const group = "What is shown and written";
     app.add_flag("-v,--verbose", options->verbose, "Every case's output, as it comes")->group(group);
     app.add_flag("-q,--quiet", options->quiet, "Only what is not good, and the summary")->group(group);
     app.add_option("--color", options->color, "auto, always or never [auto]")
@@ -185,75 +172,132 @@ Parsed parse_options(int argc, char **argv, CLI::App &app, Options *options) {
                                               : "Write one page to look at";
         app.add_option("--" + format, *file, what)->type_name("FILE")->group(group);
     }
+}
+
+// Everything that --help lists, in its order.
+void declare(CLI::App &app, const std::string &name, Options *options, Written *written) {
+    app.name(name);
+    app.description(kIntroduction);
+    app.footer(examples(name));
+    app.get_formatter()->column_width(26);
+    app.get_formatter()->label("OPTIONS", "OPTIONS] [SELECTOR...");
+    app.set_help_flag();  // comes back at the end of the list
+    declare_selection(app, options, written);
+    declare_manner(app, options, written);
+    declare_places(app, options);
+    declare_output(app, options);
     for (Observer *observer : observers()) observer->add_options(app);
     app.set_help_flag("-h,--help", "Print this help and exit")->group("Other");
-    app.add_flag("--version", version, "Print the version and exit")->group("Other");
+    app.add_flag("--version", written->version, "Print the version and exit")->group("Other");
+}
 
-    // Selectors are picked out first: what begins with one dash excludes and is nothing for the option
-    // parser.
-    std::vector<std::string> rest, words;
-    bool only_selectors = false;
-    for (const std::string &word : options->arguments) {
-        const bool is_value = !rest.empty() && takes_value(app, rest.back()) && !only_selectors;
-        if (only_selectors || (!is_value && (word.empty() || word[0] != '-'))) {
-            words.push_back(word);
-        } else if (is_value && word.starts_with('-')) {
-            rest.back() += "=" + word;
-        } else if (!is_value && word == "--") {
-            only_selectors = true;
-        } else if (!is_value && word.size() > 1 && word[1] != '-' && !is_short_option(word)) {
-            words.push_back(word);
-        } else {
-            if (!is_value && word.starts_with("--")) {
-                const std::string option = word.substr(0, word.find('='));
-                if (app.get_option_no_throw(option) == nullptr) {
-                    fprintf(stderr, "%s: %s\n", name.c_str(), unknown_option(app, word).c_str());
-                    return Parsed::error;
-                }
+// The words of a command line: what is for the option parser, and the selectors.
+struct Words {
+    std::vector<std::string> options, selectors;
+};
+
+// Selectors are picked out before the option parser sees them: what begins with one dash excludes and is
+// nothing to it. False, with *error set, at an option that there is none of.
+bool sort_words(const CLI::App &app, const std::vector<std::string> &arguments, Words *words,
+                std::string *error) {
+    bool value_next = false;  // of the option before it
+    for (auto at = arguments.begin(); at != arguments.end(); ++at) {
+        const std::string &word = *at;
+        if (value_next) {
+            value_next = false;
+            // The parser would take a value with a dash for an option.
+            if (word.starts_with('-'))
+                words->options.back() += "=" + word;
+            else
+                words->options.push_back(word);
+        } else if (word == "--") {
+            words->selectors.insert(words->selectors.end(), std::next(at), arguments.end());
+            return true;
+        } else if (word.starts_with("--")) {
+            if (app.get_option_no_throw(word.substr(0, word.find('='))) == nullptr) {
+                *error = unknown_option(app, word);
+                return false;
             }
-            rest.push_back(word);
+            words->options.push_back(word);
+            value_next = takes_value(app, word);
+        } else if (is_short_option(word) || word == "-") {
+            words->options.push_back(word);
+        } else {
+            words->selectors.push_back(word);
         }
     }
-    try {
-        std::reverse(rest.begin(), rest.end());
-        app.parse(rest);
-    } catch (const CLI::CallForHelp &) {
-        printf("%s", app.help().c_str());
-        return Parsed::nothing_to_do;
-    } catch (const CLI::ParseError &mistake) {
-        fprintf(stderr, "%s: %s\n", name.c_str(), mistake.what());
-        return Parsed::error;
+    return true;
+}
+
+bool parse_shard(const std::string &text, Options *options) {
+    char rest;
+    int index, count;
+    if (sscanf(text.c_str(), "%d/%d%c", &index, &count, &rest) != 2 || count < 1 || index < 1 ||
+        index > count)
+        return false;
+    options->shard_index = index - 1;
+    options->shard_count = count;
+    options->sharded = true;
+    return true;
+}
+
+// What was written becomes what the run goes by. False, with *error set.
+bool convert(const Written &written, const std::vector<std::string> &selectors, Options *options,
+             std::string *error) {
+    options->timeout_given = written.timeout->count() > 0;
+    options->shuffle = options->shuffle || written.seed->count() > 0;
+    options->on_crash = written.on_crash == "stop"        ? OnCrash::stop
+                        : written.on_crash == "next-case" ? OnCrash::next_case
+                                                          : OnCrash::next_folder;
+    options->list = written.list_json      ? ListKind::json
+                    : written.list_folders ? ListKind::folders
+                    : written.list         ? ListKind::plain
+                                           : ListKind::none;
+    if (!written.shard.empty() && !parse_shard(written.shard, options)) {
+        *error = "--shard: \"" + written.shard + "\" is not I/N with I from 1 to N";
+        return false;
     }
-    if (version) {
-        printf("%s %s\n", name.c_str(), KIV_VERSION);
-        return Parsed::nothing_to_do;
-    }
-    options->timeout_given = timeout->count() > 0;
-    options->shuffle = options->shuffle || seed->count() > 0;
-    options->on_crash = on_crash == "stop"        ? OnCrash::stop
-                        : on_crash == "next-case" ? OnCrash::next_case
-                                                  : OnCrash::next_folder;
-    options->list = list_json      ? ListKind::json
-                    : list_folders ? ListKind::folders
-                    : list         ? ListKind::plain
-                                   : ListKind::none;
-    if (!shard.empty() && !parse_shard(shard, options)) {
-        fprintf(stderr, "%s: --shard: \"%s\" is not I/N with I from 1 to N\n", name.c_str(), shard.c_str());
-        return Parsed::error;
-    }
-    std::string error;
-    for (const std::string &plan : plans) {
-        if (!read_plan(plan, &options->selectors, &error)) {
-            fprintf(stderr, "%s: %s\n", name.c_str(), error.c_str());
-            return Parsed::error;
-        }
-    }
-    for (const std::string &word : words) options->selectors.push_back(make_selector(word));
-    for (const std::string &word : excludes) {
+    for (const std::string &plan : written.plans)
+        if (!read_plan(plan, &options->selectors, error)) return false;
+    for (const std::string &word : selectors) options->selectors.push_back(make_selector(word));
+    for (const std::string &word : written.excludes) {
         options->selectors.push_back(make_selector(word));
         options->selectors.back().excludes = true;
     }
-    return Parsed::run;
+    return true;
+}
+
+Parsed mistake(const std::string &name, const std::string &what) {
+    fprintf(stderr, "%s: %s\n", name.c_str(), what.c_str());
+    return Parsed::error;
+}
+
+}  // namespace
+
+Parsed parse_options(int argc, char **argv, CLI::App &app, Options *options) {
+    options->program = argc > 0 ? argv[0] : "kiv";
+    options->arguments.assign(argv + std::min(argc, 1), argv + argc);
+    const std::string name = options->program.substr(options->program.rfind('/') + 1);
+
+    Written written;
+    declare(app, name, options, &written);
+    Words words;
+    std::string error;
+    if (!sort_words(app, options->arguments, &words, &error)) return mistake(name, error);
+    try {
+        std::reverse(words.options.begin(), words.options.end());  // as the parser wants them
+        app.parse(words.options);
+    } catch (const CLI::CallForHelp &) {
+        printf("%s", app.help().c_str());
+        return Parsed::nothing_to_do;
+    } catch (const CLI::ParseError &wrong) {
+        return mistake(name, wrong.what());
+    }
+    if (written.version) {
+        printf("%s %s\n", name.c_str(), KIV_VERSION);
+        return Parsed::nothing_to_do;
+    }
+    return convert(written, words.selectors, options, &error) ? Parsed::run : mistake(name, error);
 }
 
 }  // namespace kiv

@@ -3,12 +3,12 @@
 #define KIV_OPTIONS_H
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "kiv/reports/report_list.h"
 #include "kiv/select/plan.h"
+#include "kiv/supervise/policy.h"
 
 namespace CLI {
 class App;
@@ -16,7 +16,6 @@ class App;
 
 namespace kiv {
 
-enum class OnCrash { next_folder, next_case, stop };
 enum class ListKind { none, plain, json, folders };
 
 struct Options {

@@ -88,7 +88,6 @@ kiv_folder *kiv_context::add_folder(kiv_folder *parent, const char *name, const 
     folder.context = this;
     folder.parent = parent;
     folder.id = static_cast<uint32_t>(folders.size() - 1);
-    folder.depth = parent ? parent->depth + 1 : 0;
     folder.path = std::move(path);
     folder.title = title ? title : "";
     return &folder;

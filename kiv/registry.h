@@ -24,7 +24,6 @@ struct kiv_folder {
     kiv_context *context;
     kiv_folder *parent;  // null at the top level
     uint32_t id;         // place in the context's folders
-    int depth;           // 0 at the top level
     std::string path;    // "span/session"; a name used twice below one parent is "name#2"
     std::string title;
     std::vector<kiv::Fixture> fixtures;

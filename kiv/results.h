@@ -4,7 +4,9 @@
 
 #include <chrono>
 #include <cstdint>
+#include <iterator>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kiv {
@@ -26,19 +28,40 @@ const char *verdict_text(Verdict verdict);
 // Whether the case did what it should: passed or unchecked.
 bool verdict_is_good(Verdict verdict);
 
-// One recorded check.
-struct Check {
+// One recorded check. Its texts are strings where it is kept, and views on its way there: a process that may
+// be dying copies nothing.
+template <class Text>
+struct BasicCheck {
     bool passed = false;
     bool is_condition = false;  // kiv_check__; else kiv_jyx_check_cerrno_
     uint32_t status = 0;
     uint32_t expected = 0;
-    std::string expected_name;  // of the expected status, or the condition's text
-    std::string status_text;    // what the error-code library says of the status, when it is known
-    std::string message;        // of a condition
-    std::string file;
-    std::string function;
+    Text expected_name;  // of the expected status, or the condition's text
+    Text status_text;    // what the error-code library says of the status, when it is known
+    Text message;        // of a condition
+    Text file;
+    Text function;
     int line = 0;
+
+    // All of its texts, for who copies or sends them.
+    static constexpr Text BasicCheck::*kTexts[] = {&BasicCheck::expected_name, &BasicCheck::status_text,
+                                                   &BasicCheck::message, &BasicCheck::file,
+                                                   &BasicCheck::function};
+
+    BasicCheck() = default;
+    template <class Other>
+    explicit BasicCheck(const BasicCheck<Other> &other)
+        : passed(other.passed),
+          is_condition(other.is_condition),
+          status(other.status),
+          expected(other.expected),
+          line(other.line) {
+        for (size_t i = 0; i < std::size(kTexts); ++i) this->*kTexts[i] = other.*BasicCheck<Other>::kTexts[i];
+    }
 };
+
+using Check = BasicCheck<std::string>;
+using CheckView = BasicCheck<std::string_view>;
 
 struct CaseResult {
     std::string folder;  // "span/session"

@@ -1,22 +1,19 @@
 // One run, from the command line to the summary.
 #include "kiv/run.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cstdio>
 
 #include "kiv/environment.h"
 #include "kiv/files.h"
 #include "kiv/listing.h"
+#include "kiv/observers.h"
 #include "kiv/select/rerun.h"
 #include "kiv/select/selection.h"
 #include "kiv/site/flash.h"
 #include "kiv/supervise/supervisor.h"
-#include "kiv/worker/capture.h"
-#include "kiv/worker/case_runner.h"
 #include "kiv/worker/live.h"
 
 namespace kiv {
@@ -27,7 +24,61 @@ uint32_t fresh_seed() {
     return static_cast<uint32_t>(now_ns() / 1000 ^ getpid()) % 999'999 + 1;
 }
 
+int64_t nanoseconds(double seconds) {
+    return static_cast<int64_t>(seconds * 1e9);
+}
+
+Policy policy_of(const Options &options) {
+    Policy policy;
+    policy.timeout = nanoseconds(options.timeout);
+    policy.grace = nanoseconds(options.grace);
+    policy.times_operators = options.timeout_given;
+    policy.on_crash = options.fail_fast ? OnCrash::stop : options.on_crash;
+    return policy;
+}
+
+ConsoleStyle console_style_of(const Options &options) {
+    ConsoleStyle style;
+    style.color = use_color(options.color, STDOUT_FILENO);
+    style.progress = isatty(STDOUT_FILENO);
+    style.verbose = options.verbose;
+    style.quiet = options.quiet;
+    return style;
+}
+
+Recorder::Settings recorder_settings_of(const Options &options, const std::string &out) {
+    Recorder::Settings settings;
+    settings.output_directory = out + "/output";
+    settings.output_limit = static_cast<size_t>(options.output_limit) * 1024;
+    settings.fail_fast = options.fail_fast;
+    return settings;
+}
+
 }  // namespace
+
+int Run::execute() {
+    std::string error;
+    context_.number_duplicates();
+    if (!choose_site(&error) || !select(&error)) return fail(error);
+    if (options_.list != ListKind::none) return list();
+    make_schedule();
+    PrematureExitMark mark;
+    mark.begun();
+    if (!prepare_flash(&error)) return fail(error);
+    RunInfo info = describe();
+    if (!tell_observers(info, &error)) return fail(error);
+    std::vector<std::unique_ptr<Reporter>> reports = open_reports(options_.reports, &error);
+    if (!error.empty()) return fail(error);
+
+    const Descriptor out = Descriptor::copy_of(STDOUT_FILENO);  // a case may close the original
+    Console console(out.number(), console_style_of(options_));
+    Recorder recorder(*schedule_, &console, std::move(reports), recorder_settings_of(options_, out_));
+    begin(info, recorder);
+    run_cases(recorder);
+    const bool good = finish(recorder).good();
+    mark.ended(good);
+    return good ? 0 : 1;
+}
 
 int Run::fail(const std::string &message) const {
     const std::string name = options_.program.substr(options_.program.rfind('/') + 1);
@@ -35,27 +86,59 @@ int Run::fail(const std::string &message) const {
     return 1;
 }
 
-bool Run::select(std::vector<uint32_t> *selected, std::string *error) {
-    SelectionRequest request;
-    request.selectors = options_.selectors;
-    request.all = options_.all || options_.list != ListKind::none;
-    if (!options_.rerun_failed.empty()) {
-        const size_t before = request.selectors.size();
-        if (!read_failed(options_.rerun_failed, &request.selectors, error)) return false;
-        if (request.selectors.size() == before)
-            return true;  // all of it passed: there is nothing to run again
-    }
-    const bool named = std::any_of(request.selectors.begin(), request.selectors.end(),
-                                   [](const Selector &selector) { return !selector.excludes; });
-    if (!named && !request.all && site_ && !site_->plan().empty() &&
-        !read_plan(site_->plan(), &request.selectors, error))
-        return false;
-    if (!select_cases(context_, request, selected, error)) return false;
-    if (options_.shard_count > 1) shard_cases(context_, options_.shard_index, options_.shard_count, selected);
+bool Run::choose_site(std::string *error) {
+    if (options_.list != ListKind::none) return true;
+    std::string directory;
+    if (!find_site(options_.site, options_.no_site, &directory, error)) return false;
+    if (!directory.empty()) site_.emplace(absolute_path(directory));
     return true;
 }
 
+bool Run::select(std::string *error) {
+    SelectionRequest request;
+    request.selectors = options_.selectors;
+    request.all = options_.all || options_.list != ListKind::none;
+    if (!add_other_selectors(&request, error)) {
+        *error += "\nNothing was run.";
+        return false;
+    }
+    const bool reruns = !options_.rerun_failed.empty();
+    if (reruns && request.selectors.size() == options_.selectors.size())
+        return true;  // all of it passed: there is nothing to run again
+    if (!select_cases(context_, request, &selected_, error)) {
+        *error += "\nNothing was run.";
+        return false;
+    }
+    const bool sharded = options_.shard_count > 1;
+    if (sharded) shard_cases(context_, options_.shard_index, options_.shard_count, &selected_);
+    if (selected_.empty() && !sharded && !reruns && options_.list == ListKind::none) {
+        *error = "the selection leaves no case to run";
+        return false;
+    }
+    return true;
+}
+
+// Of an earlier run, and of the site's plan when nothing else selects.
+bool Run::add_other_selectors(SelectionRequest *request, std::string *error) const {
+    if (!options_.rerun_failed.empty()) return read_failed(options_.rerun_failed, &request->selectors, error);
+    const bool named = std::any_of(request->selectors.begin(), request->selectors.end(),
+                                   [](const Selector &selector) { return !selector.excludes; });
+    if (named || request->all || !site_ || site_->plan().empty()) return true;
+    return read_plan(site_->plan(), &request->selectors, error);
+}
+
+int Run::list() const {
+    write_all(STDOUT_FILENO, list_cases(context_, selected_, options_.list));
+    return 0;
+}
+
+void Run::make_schedule() {
+    if (options_.shuffle && options_.seed == 0) options_.seed = fresh_seed();
+    schedule_.emplace(context_, selected_, options_.repeat, options_.shuffle, options_.seed);
+}
+
 bool Run::prepare_flash(std::string *error) {
+    out_ = output_directory(options_);
     if (options_.disk0.empty() && !site_) return true;
     flash_ = options_.disk0.empty() ? out_ + "/disk0" : absolute_path(options_.disk0);
     if (!make_directories(flash_, error)) return false;
@@ -63,7 +146,7 @@ bool Run::prepare_flash(std::string *error) {
     return true;
 }
 
-RunInfo Run::describe(const std::vector<uint32_t> &selected) const {
+RunInfo Run::describe() const {
     RunInfo info;
     info.program = options_.program;
     info.arguments = options_.arguments;
@@ -83,7 +166,7 @@ RunInfo Run::describe(const std::vector<uint32_t> &selected) const {
         info.selected.reserve(schedule_->size());
         info.descriptions.reserve(schedule_->size());
     }
-    for (uint64_t at = 0; at < (listed ? schedule_->size() : selected.size()); ++at) {
+    for (uint64_t at = 0; at < (listed ? schedule_->size() : selected_.size()); ++at) {
         const Case &test = schedule_->case_at(at);
         if (place[test.folder->id] == 0) {
             info.folders.push_back({test.folder->path, test.folder->title, 0});
@@ -97,99 +180,38 @@ RunInfo Run::describe(const std::vector<uint32_t> &selected) const {
     return info;
 }
 
-void Run::run_in_place(Recorder &recorder) {
-    Counters counters{};
-    uint32_t staged = 0;
-    std::optional<Stager> stager;
-    if (site_ && !flash_.empty()) stager.emplace(flash_, &staged);
-    Capture::Settings settings;
-    settings.scripted = site_.has_value();
-    Capture capture(recorder, settings);
-    go_live(&recorder, &counters);
-    for (Observer *observer : observers()) observer->worker_begins(1);
-    go_live(&recorder, &counters);
-    CaseRunner::Surroundings around;
-    around.site = site_ ? &*site_ : nullptr;
-    around.stager = stager ? &*stager : nullptr;
-    around.capture = &capture;
-    around.counters = &counters;
-    around.asks_to_go_on = options_.fail_fast;
-    CaseRunner(*schedule_, recorder, around).run(0);
-    for (Observer *observer : observers()) observer->worker_ends();
-    recorder.done();
-    go_live(nullptr, nullptr);
+bool Run::tell_observers(RunInfo &info, std::string *error) const {
+    for (Observer *observer : observers()) {
+        if (observer->run_begins(info, error)) continue;
+        *error += "\nNothing was run.";
+        return false;
+    }
+    return true;
 }
 
-int Run::execute() {
-    std::string error;
-    context_.number_duplicates();
-    if (options_.list == ListKind::none) {
-        std::string directory;
-        if (!find_site(options_.site, options_.no_site, &directory, &error)) return fail(error);
-        if (!directory.empty()) site_.emplace(absolute_path(directory));
-    }
-    std::vector<uint32_t> selected;
-    if (!select(&selected, &error)) return fail(error + "\nNothing was run.");
-    if (options_.list != ListKind::none) {
-        write_all(STDOUT_FILENO, list_cases(context_, selected, options_.list));
-        return 0;
-    }
-    if (selected.empty() && options_.shard_count == 1 && options_.rerun_failed.empty())
-        return fail("the selection leaves no case to run");
-    if (options_.shuffle && options_.seed == 0) options_.seed = fresh_seed();
-    out_ = output_directory(options_);
-    PrematureExitMark mark;
-    mark.begun();
-    schedule_ =
-        std::make_unique<Schedule>(context_, selected, options_.repeat, options_.shuffle, options_.seed);
-    if (!prepare_flash(&error)) return fail(error);
-
-    RunInfo info = describe(selected);
-    for (Observer *observer : observers())
-        if (!observer->run_begins(info, &error)) return fail(error + "\nNothing was run.");
-    std::vector<std::unique_ptr<Reporter>> reports = open_reports(options_.reports, &error);
-    if (!error.empty()) return fail(error);
-
-    ConsoleStyle style;
-    style.color = use_color(options_.color, STDOUT_FILENO);
-    style.progress = isatty(STDOUT_FILENO);
-    style.verbose = options_.verbose;
-    style.quiet = options_.quiet;
-    const int console_fd = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
-    Console console(console_fd, style);
-    Recorder::Settings settings;
-    settings.output_directory = out_ + "/output";
-    settings.output_limit = static_cast<size_t>(options_.output_limit) * 1024;
-    settings.fail_fast = options_.fail_fast;
-    Recorder recorder(*schedule_, &console, std::move(reports), settings);
+void Run::begin(const RunInfo &info, Recorder &recorder) {
     take_notes(&recorder);
     recorder.run_begins(info);
     if (site_)
         for (const std::string &stranger : site_->strangers(context_))
             recorder.note("the site has files for " + stranger + ", but no folder or case is called so");
-    console.flush();
-    if (schedule_->size() > 0) {
-        if (options_.no_fork) {
-            run_in_place(recorder);
-            if (recorder.next_position() < schedule_->size()) {
-                recorder.stopped("after the first case that is not good (--fail-fast)", false);
-                recorder.skip_to(schedule_->size(), "the run stopped before it");
-            }
-        } else {
-            Supervisor::Settings supervision;
-            supervision.options = &options_;
-            supervision.site = site_ ? &*site_ : nullptr;
-            supervision.flash = flash_;
-            Supervisor(*schedule_, recorder, supervision).run();
-        }
-    }
+    recorder.console()->flush();
+}
+
+void Run::run_cases(Recorder &recorder) {
+    if (schedule_->size() == 0) return;
+    const Work work{*schedule_, site_ ? &*site_ : nullptr, flash_, options_.fail_fast};
+    if (!options_.no_fork) return Supervisor(work, recorder, policy_of(options_)).run();
+    WorkerMemory memory{};
+    Worker{.work = work, .journal = recorder, .memory = memory}.run();
+    recorder.stop_if_unfinished();
+}
+
+const Summary &Run::finish(Recorder &recorder) const {
     for (Observer *observer : observers()) observer->run_ended(recorder.summary());
     const Summary &summary = recorder.finish(now_ns());
     take_notes(nullptr);
-    const bool good = summary.good();
-    mark.ended(good);
-    close(console_fd);
-    return good ? 0 : 1;
+    return summary;
 }
 
 }  // namespace kiv

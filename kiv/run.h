@@ -2,13 +2,14 @@
 #ifndef KIV_RUN_H
 #define KIV_RUN_H
 
-#include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "kiv/options.h"
 #include "kiv/registry.h"
 #include "kiv/select/schedule.h"
+#include "kiv/select/selection.h"
 #include "kiv/site/site.h"
 #include "kiv/supervise/recorder.h"
 
@@ -21,17 +22,27 @@ class Run {
     int execute();
 
   private:
-    bool select(std::vector<uint32_t> *selected, std::string *error);
+    // The steps, in their order. False: *error says what is wrong, and nothing is run.
+    bool choose_site(std::string *error);
+    bool select(std::string *error);
+    int list() const;
+    void make_schedule();
     bool prepare_flash(std::string *error);
-    RunInfo describe(const std::vector<uint32_t> &selected) const;
+    RunInfo describe() const;
+    bool tell_observers(RunInfo &info, std::string *error) const;
+    void begin(const RunInfo &info, Recorder &recorder);
+    void run_cases(Recorder &recorder);
+    const Summary &finish(Recorder &recorder) const;
+
+    bool add_other_selectors(SelectionRequest *request, std::string *error) const;
     int fail(const std::string &message) const;
-    void run_in_place(Recorder &recorder);
 
     kiv_context &context_;
     Options options_;
     std::optional<Site> site_;
+    std::vector<uint32_t> selected_;
     std::string out_, flash_;
-    std::unique_ptr<Schedule> schedule_;
+    std::optional<Schedule> schedule_;
 };
 
 }  // namespace kiv

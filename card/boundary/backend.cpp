@@ -6,7 +6,7 @@
 #include <type_traits>
 
 #include "card/boundary/operation.h"
-#include "card/sim/codes.h"
+#include "card/codes.h"
 
 namespace card {
 namespace {
@@ -40,7 +40,7 @@ struct Unsupported<id, Result (*)(Arguments...)> {
 // Texts need no card.
 template <>
 struct Unsupported<OperationId::cerr_strerror, const char *(*)(u32)> {
-    static const char *call(u32 code) { return sim::code_text(code); }
+    static const char *call(u32 code) { return code_text(code); }
 };
 
 const Backend *chosen = &kNothingSupported;
@@ -48,7 +48,7 @@ const Backend *chosen = &kNothingSupported;
 }  // namespace
 
 const Backend kNothingSupported = {
-#define OPERATION(family, result, name, parameters, arguments, record, direction, resource) \
+#define OPERATION(family, result, name, parameters, arguments, directions, ...) \
     .name = &Unsupported<OperationId::name, decltype(Backend::name)>::call,
 #include "card/operations.def"
 };

@@ -17,8 +17,7 @@ namespace card {
 // One entry per operation, named like it. An entry that nobody filled in answers CARD_ERROR_NOT_SUPPORTED (a
 // null pointer or 0 where the operation returns no status) and says so on standard error, once per operation.
 struct Backend {
-#define OPERATION(family, result, name, parameters, arguments, record, direction, resource) \
-    result(*name) parameters;
+#define OPERATION(family, result, name, parameters, arguments, directions, ...) result(*name) parameters;
 #include "card/operations.def"
 };
 

@@ -2,9 +2,9 @@
 #include "card/boundary/backend.h"
 
 extern "C" {
-#define OPERATION(family, result, name, parameters, arguments, record, direction, resource) \
-    result name parameters {                                                                \
-        return card::current_backend().name arguments;                                      \
+#define OPERATION(family, result, name, parameters, arguments, directions, ...) \
+    result name parameters {                                                    \
+        return card::current_backend().name arguments;                          \
     }
 #include "card/operations.def"
 }

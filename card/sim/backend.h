@@ -58,6 +58,11 @@ struct OnCard<Operation> {
 template <auto Operation>
 inline constexpr auto on_card = &OnCard<Operation>::call;
 
+// What an operation answers that a condition alone decides.
+constexpr prm_status_t success_if(bool condition, prm_status_t otherwise) {
+    return condition ? prm_status_t{CERR_SUCCESS} : otherwise;
+}
+
 // The check that begins every operation with a client's handle and a record.
 template <typename Record>
 prm_status_t require(const Card &card, prm_handle_t client, const Record *record) {

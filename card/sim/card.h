@@ -29,9 +29,9 @@
 #ifndef CARD_SIM_CARD_H
 #define CARD_SIM_CARD_H
 
+#include "card/codes.h"
 #include "card/sim/accounts.h"
 #include "card/sim/adjacency.h"
-#include "card/sim/codes.h"
 #include "card/sim/connection.h"
 #include "card/sim/evpn.h"
 #include "card/sim/index_pool.h"

@@ -4,8 +4,8 @@
 
 #include <vector>
 
+#include "card/codes.h"
 #include "card/sim/accounts.h"
-#include "card/sim/codes.h"
 #include "prm_types.h"
 
 namespace sim {

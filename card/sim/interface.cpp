@@ -9,15 +9,14 @@
 namespace sim {
 namespace {
 
-enum : u16 { kBviUidbOfVeltora = 2016, kBviUidb = 4064 };
 enum : u32 { kChannelMapPort = 0xFF };
 enum : u32 { kMaxBatchEntries = 1024 };
 
 u16 bvi_uidb_of(const Inventory &inventory) {
-    if (inventory.veltora_family) return kBviUidbOfVeltora;
+    if (inventory.veltora_family) return UIDB_BVI_INDEX_VELTORA;
     const bool known =
         inventory.card_type == PLATFORM_CARD_TYPE_A || inventory.card_type == PLATFORM_CARD_TYPE_B;
-    return known ? kBviUidb : 0;
+    return known ? UIDB_BVI_INDEX : 0;
 }
 
 // A client's cookie, none, or the handle of a registered client.

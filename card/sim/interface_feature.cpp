@@ -4,7 +4,7 @@
 #include <bit>
 #include <cstring>
 
-#include "card/sim/card.h"
+#include "card/sim/backend.h"
 #include "prm_mgr.h"
 
 namespace sim {
@@ -107,16 +107,16 @@ enum : u32 { kUnknownRewrite = ~0u };
 // How many tags of a frame a rewrite operation takes away or replaces.
 u32 tags_taken(u32 operation) {
     switch (operation) {
-        case 0:   // none
-        case 16:  // push one
-        case 32:  // push two
+        case UIDB_REWRITE_NORW:
+        case UIDB_REWRITE_PUSH1:
+        case UIDB_REWRITE_PUSH2:
             return 0;
-        case 1:   // one for one
-        case 4:   // pop one
-        case 18:  // one for two
+        case UIDB_REWRITE_SWAP11:
+        case UIDB_REWRITE_SWAP12:
+        case UIDB_REWRITE_POP1:
             return 1;
-        case 3:  // two for two
-        case 5:  // two for one
+        case UIDB_REWRITE_SWAP21:
+        case UIDB_REWRITE_SWAP22:
             return 2;
         default:
             return kUnknownRewrite;

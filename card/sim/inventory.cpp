@@ -1,11 +1,11 @@
 // Reading of card.toml.
 #include "card/sim/inventory.h"
 
-#include <fmt/format.h>
-
+#include <charconv>
 #include <fstream>
+#include <map>
+#include <optional>
 #include <set>
-#include <sstream>
 
 #define TOML_EXCEPTIONS 0
 #include <toml++/toml.h>
@@ -13,33 +13,41 @@
 namespace sim {
 namespace {
 
-// Reads fields out of the tables of one file; the first thing wrong is kept as the message and ends all.
-class Reader {
+constexpr u32 kMostPorts = 256, kHighestLimit = 1u << 24;
+
+std::string hexadecimal(u32 number) {
+    char digits[8];
+    const std::to_chars_result end = std::to_chars(digits, digits + sizeof digits, number, 16);
+    return "0x" + std::string(digits, end.ptr);
+}
+
+// Reads fields out of the tables of one file and keeps what is wrong with them.
+class Fields {
   public:
-    Reader(const std::string &file, std::string *error) : file_(file), error_(error) {}
+    explicit Fields(std::vector<InventoryProblem> *problems) : problems_(problems) {}
 
-    bool failed() const { return failed_; }
-
-    void fail(const toml::node &where, std::string_view field, std::string_view what) {
-        if (failed_) return;
-        failed_ = true;
-        *error_ = fmt::format("{}:{}: {}: {}", file_, where.source().begin.line, field, what);
+    void fail(const toml::node &where, std::string field, std::string text) {
+        problems_->push_back(
+            {static_cast<int>(where.source().begin.line), std::move(field), std::move(text)});
     }
 
-    // An integer field between low and high; absent fields leave the target as it is unless required.
+    // An integer field between low and high; one that is absent or wrong leaves the target as it is. False
+    // when something is wrong with it, or it is required and absent.
     template <typename Number>
-    void number(const toml::table &table, const std::string &prefix, std::string_view name, u64 low, u64 high,
+    bool number(const toml::table &table, const std::string &prefix, std::string_view name, u64 low, u64 high,
                 Number *target, bool required = false) {
-        const std::string field = prefix + std::string(name);
         const toml::node *const node = table.get(name);
         if (node == nullptr) {
-            if (required) fail(table, field, "missing");
-            return;
+            if (required) fail(table, prefix + std::string(name), "missing");
+            return !required;
         }
-        if (u64 value = 0; integer(*node, field, low, high, &value)) *target = static_cast<Number>(value);
+        u64 value = 0;
+        if (!integer(*node, prefix + std::string(name), low, high, &value)) return false;
+        *target = static_cast<Number>(value);
+        return true;
     }
 
-    bool integer(const toml::node &node, std::string_view field, u64 low, u64 high, u64 *value) {
+    bool integer(const toml::node &node, const std::string &field, u64 low, u64 high, u64 *value) {
         const toml::value<int64_t> *const number = node.as_integer();
         if (number == nullptr) {
             fail(node, field, "not a whole number");
@@ -47,7 +55,9 @@ class Reader {
         }
         const int64_t n = number->get();
         if (n < 0 || static_cast<u64>(n) < low || static_cast<u64>(n) > high) {
-            fail(node, field, fmt::format("{} is not between {} and {}", n, low, high));
+            fail(node, field,
+                 std::to_string(n) + " is not between " + std::to_string(low) + " and " +
+                     std::to_string(high));
             return false;
         }
         *value = static_cast<u64>(n);
@@ -77,171 +87,198 @@ class Reader {
     const toml::table *table(const toml::table &parent, std::string_view name) {
         const toml::node *const node = parent.get(name);
         if (node == nullptr) return nullptr;
-        if (node->as_table() == nullptr) fail(*node, name, "not a table");
+        if (node->as_table() == nullptr) fail(*node, std::string(name), "not a table");
         return node->as_table();
     }
 
   private:
-    std::string file_;
-    std::string *error_;
-    bool failed_ = false;
+    std::vector<InventoryProblem> *problems_;
 };
 
-void read_card(Reader &read, const toml::table &table, Inventory *inventory) {
+void read_card(Fields &fields, const toml::table &table, Inventory *inventory) {
     const std::string prefix = "card.";
-    read.only(table, prefix, {"type", "veltora_family", "ports", "np_local_ports"});
-    read.number(table, prefix, "type", 0, 0xFFFFFFFF, &inventory->card_type);
-    read.flag(table, prefix, "veltora_family", &inventory->veltora_family);
-    read.number(table, prefix, "ports", 1, 256, &inventory->ports);
+    fields.only(table, prefix, {"type", "veltora_family", "ports", "np_local_ports"});
+    fields.number(table, prefix, "type", 0, 0xFFFFFFFF, &inventory->card_type);
+    fields.flag(table, prefix, "veltora_family", &inventory->veltora_family);
+    // Of ports that depend on a wrong number nothing more is said than of those that no card has.
+    if (!fields.number(table, prefix, "ports", 1, kMostPorts, &inventory->ports))
+        inventory->ports = kMostPorts;
     const toml::node *const node = table.get("np_local_ports");
     if (node == nullptr) return;
     const toml::array *const list = node->as_array();
     if (list == nullptr || list->empty()) {
-        read.fail(*node, prefix + "np_local_ports", "not a list with one number of ports per NP");
+        fields.fail(*node, prefix + "np_local_ports", "not a list with one number of ports per NP");
         return;
     }
     inventory->np_local_ports.clear();
     for (const toml::node &entry : *list) {
         u64 ports = 0;
-        if (!read.integer(entry, prefix + "np_local_ports", 0, 255, &ports)) return;
-        inventory->np_local_ports.push_back(static_cast<u8>(ports));
+        if (fields.integer(entry, prefix + "np_local_ports", 0, 255, &ports))
+            inventory->np_local_ports.push_back(static_cast<u8>(ports));
     }
 }
 
-void read_limits(Reader &read, const toml::table &table, Inventory *inventory) {
+void read_limits(Fields &fields, const toml::table &table, Inventory *inventory) {
     for (const auto &[key, node] : table) {
-        const std::string field = fmt::format("limits.{}", key.str());
+        const std::string field = "limits." + std::string(key.str());
         Account *const account = inventory->limits.find(key.str());
+        u64 limit = 0;
         if (account == nullptr) {
-            read.fail(node, field, "unknown resource");
+            fields.fail(node, field, "unknown resource");
+        } else if (fields.integer(node, field, 0, kHighestLimit, &limit)) {
+            account->limit = static_cast<u32>(limit);
+        }
+    }
+}
+
+// Reads the list of interfaces, in which one may name an earlier one.
+class Interfaces {
+  public:
+    Interfaces(Fields &fields, Inventory *inventory) : fields_(fields), inventory_(inventory) {}
+
+    void read(const toml::node &node) {
+        const toml::array *const list = node.as_array();
+        if (list == nullptr) {
+            fields_.fail(node, "interface", "not a list of [[interface]] tables");
             return;
         }
-        u64 limit = 0;
-        if (!read.integer(node, field, 0, 1u << 24, &limit)) return;
-        account->limit = static_cast<u32>(limit);
+        for (size_t i = 0; i < list->size(); ++i) {
+            const toml::table *const table = (*list)[i].as_table();
+            const std::string name = "interface[" + std::to_string(i) + "]";
+            if (table == nullptr) {
+                fields_.fail((*list)[i], name, "not a table");
+            } else {
+                read(*table, name + ".");
+            }
+        }
+        const u32 limit = inventory_->limits[Resource::interface].limit;
+        if (list->size() > limit) {
+            fields_.fail(
+                node, "interface",
+                std::to_string(list->size()) + " interfaces, limits.interface is " + std::to_string(limit));
+        }
     }
-}
 
-bool read_kind(Reader &read, const toml::table &table, const std::string &prefix, InterfaceKind *kind) {
-    const toml::node *const node = table.get("kind");
-    if (node == nullptr) {
-        read.fail(table, prefix + "kind", "missing");
-        return false;
+  private:
+    std::optional<InterfaceKind> read_kind(const toml::table &table, const std::string &prefix) {
+        const toml::node *const node = table.get("kind");
+        if (node == nullptr) {
+            fields_.fail(table, prefix + "kind", "missing");
+            return std::nullopt;
+        }
+        const std::string name = node->value_or(std::string());
+        if (name == "main") return InterfaceKind::MAIN;
+        if (name == "sub") return InterfaceKind::SUB;
+        if (name == "bundle") return InterfaceKind::BUNDLE;
+        fields_.fail(*node, prefix + "kind", "not one of \"main\", \"sub\", \"bundle\"");
+        return std::nullopt;
     }
-    const std::string name = node->value_or(std::string());
-    if (name == "main") {
-        *kind = InterfaceKind::MAIN;
-    } else if (name == "sub") {
-        *kind = InterfaceKind::SUB;
-    } else if (name == "bundle") {
-        *kind = InterfaceKind::BUNDLE;
-    } else {
-        read.fail(*node, prefix + "kind", "not one of \"main\", \"sub\", \"bundle\"");
-        return false;
-    }
-    return true;
-}
 
-// Position of an earlier interface with that handle, or null.
-const InventoryInterface *earlier(const Inventory &inventory, u32 handle) {
-    for (const InventoryInterface &interface : inventory.interfaces) {
-        if (interface.handle == handle) return &interface;
-    }
-    return nullptr;
-}
-
-void read_interface(Reader &read, const toml::table &table, Inventory *inventory) {
-    const std::string prefix = fmt::format("interface[{}].", inventory->interfaces.size());
-    InventoryInterface interface;
-    read.only(
-        table, prefix,
-        {"handle", "kind", "parent", "np_port", "uidb", "layer2", "outer_vlan", "inner_vlan", "lag_id"});
-    if (!read_kind(read, table, prefix, &interface.kind)) return;
-    const bool sub = interface.kind == InterfaceKind::SUB;
-    read.number(table, prefix, "handle", 1, 0xFFFFFFFF, &interface.handle, true);
-    read.number(table, prefix, "parent", 1, 0xFFFFFFFF, &interface.parent, sub);
-    read.number(table, prefix, "np_port", 0, inventory->ports - 1, &interface.np_port,
-                interface.kind == InterfaceKind::MAIN);
-    read.number(table, prefix, "uidb", 1, 0xFFFF, &interface.uidb);
-    read.flag(table, prefix, "layer2", &interface.layer2);
-    read.number(table, prefix, "outer_vlan", 0, 4095, &interface.outer_vlan);
-    read.number(table, prefix, "inner_vlan", 0, 4095, &interface.inner_vlan);
-    read.number(table, prefix, "lag_id", 0, 255, &interface.lag_id, interface.kind == InterfaceKind::BUNDLE);
-    interface.in_bundle = table.contains("lag_id");
-    if (read.failed()) return;
-
-    if (earlier(*inventory, interface.handle) != nullptr) {
-        read.fail(*table.get("handle"), prefix + "handle",
-                  fmt::format("{:#x} is there twice", interface.handle));
-    }
-    if (sub) {
-        const InventoryInterface *const parent = earlier(*inventory, interface.parent);
-        if (parent == nullptr || parent->kind == InterfaceKind::SUB) {
-            read.fail(*table.get("parent"), prefix + "parent",
-                      fmt::format("{:#x} is no main or bundle interface above it", interface.parent));
-        } else if (parent->kind == InterfaceKind::BUNDLE) {
-            interface.in_bundle = true;
-            interface.lag_id = parent->lag_id;
+    // What a sub-interface has from the interface it belongs to.
+    void take_from_parent(const toml::table &table, const std::string &prefix,
+                          InventoryInterface *interface) {
+        const auto found = by_handle_.find(interface->parent);
+        if (found == by_handle_.end() || inventory_->interfaces[found->second].kind == InterfaceKind::SUB) {
+            fields_.fail(*table.get("parent"), prefix + "parent",
+                         hexadecimal(interface->parent) + " is no main or bundle interface above it");
+            return;
+        }
+        const InventoryInterface &parent = inventory_->interfaces[found->second];
+        if (parent.kind == InterfaceKind::BUNDLE) {
+            interface->in_bundle = true;
+            interface->lag_id = parent.lag_id;
         } else if (!table.contains("np_port")) {
-            interface.np_port = parent->np_port;
-        }
-    } else if (table.contains("parent")) {
-        read.fail(*table.get("parent"), prefix + "parent", "only a sub-interface has one");
-    }
-    for (const InventoryInterface &other : inventory->interfaces) {
-        if (interface.uidb != 0 && other.uidb == interface.uidb) {
-            read.fail(*table.get("uidb"), prefix + "uidb", fmt::format("{} is there twice", interface.uidb));
+            interface->np_port = parent.np_port;
         }
     }
-    inventory->interfaces.push_back(interface);
-}
+
+    void read(const toml::table &table, const std::string &prefix) {
+        InventoryInterface interface;
+        fields_.only(
+            table, prefix,
+            {"handle", "kind", "parent", "np_port", "uidb", "layer2", "outer_vlan", "inner_vlan", "lag_id"});
+        // Of an unknown kind nothing is required.
+        const std::optional<InterfaceKind> kind = read_kind(table, prefix);
+        interface.kind = kind.value_or(interface.kind);
+        const bool sub = kind == InterfaceKind::SUB;
+        fields_.number(table, prefix, "handle", 1, 0xFFFFFFFF, &interface.handle, true);
+        fields_.number(table, prefix, "parent", 1, 0xFFFFFFFF, &interface.parent, sub);
+        fields_.number(table, prefix, "np_port", 0, inventory_->ports - 1, &interface.np_port,
+                       kind == InterfaceKind::MAIN);
+        fields_.number(table, prefix, "uidb", 1, 0xFFFF, &interface.uidb);
+        fields_.flag(table, prefix, "layer2", &interface.layer2);
+        fields_.number(table, prefix, "outer_vlan", 0, 4095, &interface.outer_vlan);
+        fields_.number(table, prefix, "inner_vlan", 0, 4095, &interface.inner_vlan);
+        fields_.number(table, prefix, "lag_id", 0, 255, &interface.lag_id, kind == InterfaceKind::BUNDLE);
+        interface.in_bundle = table.contains("lag_id");
+
+        // What could not be read is zero.
+        if (interface.handle != 0 &&
+            !by_handle_.emplace(interface.handle, inventory_->interfaces.size()).second)
+            fields_.fail(*table.get("handle"), prefix + "handle",
+                         hexadecimal(interface.handle) + " is there twice");
+        if (sub && interface.parent != 0) take_from_parent(table, prefix, &interface);
+        if (kind && !sub && table.contains("parent"))
+            fields_.fail(*table.get("parent"), prefix + "parent", "only a sub-interface has one");
+        if (interface.uidb != 0 && !uidbs_.insert(interface.uidb).second)
+            fields_.fail(*table.get("uidb"), prefix + "uidb",
+                         std::to_string(interface.uidb) + " is there twice");
+        inventory_->interfaces.push_back(interface);
+    }
+
+    Fields &fields_;
+    Inventory *inventory_;
+    std::map<u32, size_t> by_handle_;  // places in the inventory
+    std::set<u16> uidbs_;
+};
 
 }  // namespace
 
+InventoryReading read_inventory(std::string_view text) {
+    InventoryReading reading;
+    const toml::parse_result parsed = toml::parse(text);
+    if (!parsed) {
+        reading.problems.push_back({static_cast<int>(parsed.error().source().begin.line), "",
+                                    std::string(parsed.error().description())});
+        return reading;
+    }
+    reading.is_toml = true;
+    const toml::table &root = parsed.table();
+    Fields fields(&reading.problems);
+    fields.only(root, "", {"card", "limits", "interface"});
+    if (const toml::table *const card = fields.table(root, "card"))
+        read_card(fields, *card, &reading.inventory);
+    if (const toml::table *const limits = fields.table(root, "limits"))
+        read_limits(fields, *limits, &reading.inventory);
+    if (const toml::node *const node = root.get("interface"))
+        Interfaces(fields, &reading.inventory).read(*node);
+    return reading;
+}
+
 bool parse_inventory(std::string_view text, const std::string &name, Inventory *inventory,
                      std::string *error) {
-    const toml::parse_result parsed = toml::parse(text, name);
-    if (!parsed) {
-        *error =
-            fmt::format("{}:{}: {}", name, parsed.error().source().begin.line, parsed.error().description());
+    InventoryReading reading = read_inventory(text);
+    if (!reading.problems.empty()) {
+        const InventoryProblem &first = reading.problems.front();
+        *error = name + ":" + std::to_string(first.line) + ": " +
+                 (first.field.empty() ? "" : first.field + ": ") + first.text;
         return false;
     }
-    const toml::table &root = parsed.table();
-    Reader read(name, error);
-    Inventory result;
-    read.only(root, "", {"card", "limits", "interface"});
-    if (const toml::table *const card = read.table(root, "card")) read_card(read, *card, &result);
-    if (const toml::table *const limits = read.table(root, "limits")) read_limits(read, *limits, &result);
-    if (const toml::node *const node = root.get("interface"); node != nullptr && !read.failed()) {
-        const toml::array *const list = node->as_array();
-        if (list == nullptr) read.fail(*node, "interface", "not a list of [[interface]] tables");
-        for (size_t i = 0; list != nullptr && i < list->size() && !read.failed(); ++i) {
-            const toml::table *const table = (*list)[i].as_table();
-            if (table == nullptr) {
-                read.fail((*list)[i], fmt::format("interface[{}]", i), "not a table");
-            } else {
-                read_interface(read, *table, &result);
-            }
-        }
-        const u32 limit = result.limits[Resource::interface].limit;
-        if (result.interfaces.size() > limit) {
-            read.fail(*node, "interface",
-                      fmt::format("{} interfaces, limits.interface is {}", result.interfaces.size(), limit));
-        }
-    }
-    if (read.failed()) return false;
-    *inventory = std::move(result);
+    *inventory = std::move(reading.inventory);
     return true;
 }
 
 bool load_inventory(const std::string &path, Inventory *inventory, std::string *error) {
     std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    if (!file || !(text << file.rdbuf())) {
-        *error = fmt::format("{}: cannot be read", path);
+    std::string text;
+    char buffer[4096];
+    while (file.read(buffer, sizeof buffer), file.gcount() > 0)
+        text.append(buffer, static_cast<size_t>(file.gcount()));
+    if (!file.is_open() || file.bad()) {
+        *error = path + ": cannot be read";
         return false;
     }
-    return parse_inventory(text.str(), path, inventory, error);
+    return parse_inventory(text, path, inventory, error);
 }
 
 }  // namespace sim

@@ -35,8 +35,23 @@ struct Inventory {
     std::vector<InventoryInterface> interfaces;
 };
 
-// Reads a card.toml. False with one line in *error that names file, line and field; *inventory is then
-// unchanged.
+struct InventoryProblem {
+    int line = 0;
+    std::string field;  // "interface[2].handle"; empty where the text is no TOML
+    std::string text;
+};
+
+// What the text of a card.toml says, and everything that is wrong with it. Where something is, the inventory
+// has what could be read beside it.
+struct InventoryReading {
+    Inventory inventory;
+    std::vector<InventoryProblem> problems;  // in the order of reading
+    bool is_toml = false;
+};
+InventoryReading read_inventory(std::string_view text);
+
+// Reads a card.toml. False with one line in *error that names file, line and field of the first problem;
+// *inventory is then unchanged.
 bool load_inventory(const std::string &path, Inventory *inventory, std::string *error);
 
 // The same from text; `name` stands for the file in messages.

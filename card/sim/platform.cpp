@@ -29,7 +29,7 @@ void install_platform(card::Backend &backend) {
     };
     backend.is_veltora_family = on_card<veltora_family>;
     // Texts need no card.
-    backend.cerr_strerror = code_text;
+    backend.cerr_strerror = card::code_text;
 }
 
 }  // namespace sim

@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "card/sim/codes.h"
+#include "card/sim/backend.h"
 #include "prm_buddy_reserve.h"
 
 namespace sim {

@@ -7,7 +7,6 @@
 namespace sim {
 namespace {
 
-enum : u32 { kRemoveSource = 0x80000000 };
 enum : u16 { kLastDirection = 2 };
 
 prm_status_t check_session(const Card &card, prm_handle_t client, const prm_span_request *request) {
@@ -47,7 +46,7 @@ prm_status_t disable(Card &card, prm_handle_t client, prm_span_request *request)
 }  // namespace
 
 prm_status_t check_mirror_source(const Card &card, u32 if_handle, u16 direction, u32 value) {
-    const u32 session_id = value & ~kRemoveSource;
+    const u32 session_id = value & ~UIDB_SPAN_SOURCE_REMOVE;
     const Interface *const interface = card.interfaces.table.find(if_handle);
     if (interface == nullptr) return CARD_ERROR_UNKNOWN_INTERFACE;
     if (is_l3_sub_interface(*interface)) return CARD_ERROR_NO_MIRROR_SOURCE;
@@ -55,7 +54,7 @@ prm_status_t check_mirror_source(const Card &card, u32 if_handle, u16 direction,
     if (session_id >= PRM_SPAN_SESSIONS) return PRM_ERROR_BCM_E_BADID;
     if (!card.span.sessions.contains(session_id)) return CARD_ERROR_NO_SESSION;
     const MirrorSource *const source = card.span.sources.find(mirror_source_key(if_handle, direction));
-    if ((value & kRemoveSource) != 0) {
+    if ((value & UIDB_SPAN_SOURCE_REMOVE) != 0) {
         return success_if(source != nullptr && source->session_id == session_id, CARD_ERROR_NOT_A_SOURCE);
     }
     if (source != nullptr) return success_if(source->session_id == session_id, CARD_ERROR_OTHER_SESSION);
@@ -64,9 +63,9 @@ prm_status_t check_mirror_source(const Card &card, u32 if_handle, u16 direction,
 
 prm_status_t set_mirror_source(Card &card, u32 if_handle, u16 direction, u32 value) {
     if (const prm_status_t status = check_mirror_source(card, if_handle, direction, value)) return status;
-    const u32 session_id = value & ~kRemoveSource;
+    const u32 session_id = value & ~UIDB_SPAN_SOURCE_REMOVE;
     const u64 key = mirror_source_key(if_handle, direction);
-    if ((value & kRemoveSource) != 0) {
+    if ((value & UIDB_SPAN_SOURCE_REMOVE) != 0) {
         card.span.sessions.release(session_id);
         card.interfaces.table.release(if_handle);
         return card.span.sources.remove(key);

@@ -32,7 +32,7 @@ struct SpanState {
 };
 
 // Feature UIDB_FEATURE_SPAN_SOURCE of an interface: adds it to the session of that number as a source, or
-// removes it when bit 31 is set. check_mirror_source() tells what set_mirror_source() would answer.
+// removes it with UIDB_SPAN_SOURCE_REMOVE. check_mirror_source() tells what set_mirror_source() would answer.
 prm_status_t check_mirror_source(const Card &card, u32 if_handle, u16 direction, u32 value);
 prm_status_t set_mirror_source(Card &card, u32 if_handle, u16 direction, u32 value);
 

@@ -4,7 +4,7 @@
 
 #include <absl/container/flat_hash_set.h>
 
-#include "card/sim/codes.h"
+#include "card/codes.h"
 #include "card/sim/index_pool.h"
 #include "card/sim/inventory.h"
 

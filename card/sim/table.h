@@ -6,8 +6,8 @@
 
 #include <utility>
 
+#include "card/codes.h"
 #include "card/sim/accounts.h"
-#include "card/sim/codes.h"
 #include "prm_types.h"
 
 namespace sim {
@@ -52,7 +52,7 @@ class Table {
         }
         *entry = find(key);
         if (created != nullptr) *created = false;
-        return success_if(*entry != nullptr, CARD_ERROR_TABLE_FULL);
+        return *entry != nullptr ? prm_status_t{CERR_SUCCESS} : CARD_ERROR_TABLE_FULL;
     }
 
     // CARD_ERROR_NOT_FOUND, or CARD_ERROR_IN_USE while another entry refers to this one. Whoever removes an

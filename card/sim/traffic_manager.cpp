@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "card/codes.h"
 #include "card/sim/backend.h"
-#include "card/sim/codes.h"
 #include "zor_vop_prm_tcam.h"
 
 namespace sim {

@@ -5,20 +5,20 @@
 #include <cstdint>
 #include <string_view>
 
+#include "kiv/results.h"
+
 namespace kiv {
 
-// Checks of the running case or fixture. In memory that outlives the worker.
+// Checks of the running case or fixture.
 struct Counters {
     uint64_t checks;
     uint64_t failed;
 };
 
-// A failed check on its way: nothing is copied until it is kept.
-struct FailedCheck {
-    bool is_condition;
-    uint32_t status, expected;
-    int line;
-    std::string_view expected_name, status_text, message, file, function;
+// What a worker leaves when it dies: lies in memory that outlives it.
+struct WorkerMemory {
+    Counters counters;
+    uint32_t staged;  // a bit for each input file that the run put into the flash
 };
 
 enum class Printed : uint8_t {
@@ -41,7 +41,7 @@ class Journal {
     virtual void fixture_ended(int64_t time, const Counters &counters) = 0;
     virtual void case_begins(uint64_t position, int64_t time) = 0;
     virtual void case_ended(int64_t time, const Counters &counters) = 0;
-    virtual void failed_check(const FailedCheck &check) = 0;
+    virtual void failed_check(const CheckView &check) = 0;
     virtual void text(Printed kind, std::string_view text) = 0;
     // The case reads standard input for the first time: from `source`, `lines` lines; from whoever is there
     // when empty.

@@ -56,7 +56,7 @@ bool Ring::create(std::string *error) {
 void Ring::reset() {
     control_->head = control_->tail = 0;
     control_->reader_waits = control_->writer_waits = 0;
-    control_->counters = {};
+    control_->worker.counters = {};
     control_->answered = 0;
     written_ = known_tail_ = read_ = 0;
 }

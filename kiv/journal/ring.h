@@ -12,21 +12,13 @@
 
 namespace kiv {
 
-// Head of every record; `size` counts it too and is a multiple of 8.
-struct RecordHeader {
-    uint32_t size;
-    uint16_t type;
-    uint16_t detail;
-};
-
 // What both processes see besides the records.
 struct RingControl {
     alignas(64) std::atomic<uint64_t> head;  // bytes written since the begin
     alignas(64) std::atomic<uint64_t> tail;  // bytes read
     alignas(64) std::atomic<uint32_t> reader_waits;
     std::atomic<uint32_t> writer_waits;
-    alignas(64) Counters counters;   // of the running case
-    uint32_t staged;                 // input files that the run put into the flash
+    alignas(64) WorkerMemory worker;
     std::atomic<uint64_t> answered;  // --fail-fast: questions answered
     std::atomic<uint32_t> answer;    // the last answer: 1 goes on
 };
@@ -45,7 +37,7 @@ class Ring {
 
     RingControl &control() { return *control_; }
 
-    // Writer: room for a record of `size` bytes, header included, at most kSize / 4; waits for the reader.
+    // Writer: room for a record of `size` bytes, at most kSize / 4; waits for the reader.
     // Then publish().
     char *reserve(size_t size);
     void publish(size_t size);
@@ -59,8 +51,6 @@ class Ring {
     void interrupt();
 
   private:
-    void wake_writer(bool drained);
-
     RingControl *control_ = nullptr;
     char *data_ = nullptr;  // kSize bytes, mapped twice in a row: records are never cut
     uint64_t written_ = 0, known_tail_ = 0;

@@ -5,46 +5,133 @@
 #include <time.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
+#include <iterator>
+#include <type_traits>
 
 namespace kiv {
 
 namespace {
 
-enum RecordType : uint16_t {
-    kGroupBegins = 1,
-    kGroupEnded,
-    kFixtureBegins,
-    kFixtureEnded,
-    kCaseBegins,
-    kCaseEnded,
-    kFailedCheck,
-    kText,
-    kReadsInput,
-    kNote,
-    kDone,
-    kQuestion,
+// The wire format. A record is a header, the fixed part of its type, and the texts whose sizes end that part,
+// one after the other; what is left up to a multiple of 8 means nothing. Both ends are one program: numbers
+// lie as the machine has them. kRecords below is the table of all types.
+struct RecordHeader {
+    uint32_t size;  // of the whole record, the header included
+    uint32_t type;
+};
+static_assert(sizeof(RecordHeader) == 8);
+
+struct GroupBegins {
+    static constexpr uint32_t kType = 1, kTexts = 0;
+    uint64_t position;
+    uint64_t count;
 };
 
-struct Begin {
-    uint64_t what;  // position or folder
-    int64_t time;   // or count
+struct GroupEnded {
+    static constexpr uint32_t kType = 2, kTexts = 0;
 };
 
-struct End {
+struct FixtureBegins {
+    static constexpr uint32_t kType = 3, kTexts = 0;
+    int64_t time;
+    uint32_t folder;
+    uint32_t set_up;  // else tear-down
+};
+
+struct FixtureEnded {
+    static constexpr uint32_t kType = 4, kTexts = 0;
     int64_t time;
     Counters counters;
 };
 
-struct CheckRecord {
-    uint32_t status, expected;
-    int32_t line;
-    uint32_t sizes[5];  // of the texts that follow
+struct CaseBegins {
+    static constexpr uint32_t kType = 5, kTexts = 0;
+    uint64_t position;
+    int64_t time;
 };
 
-struct TextRecord {
-    uint32_t size, number;
+struct CaseEnded {
+    static constexpr uint32_t kType = 6, kTexts = 0;
+    int64_t time;
+    Counters counters;
 };
+
+struct FailedCheck {
+    static constexpr uint32_t kType = 7, kTexts = std::size(CheckView::kTexts);
+    uint32_t is_condition;
+    uint32_t status, expected;
+    int32_t line;
+    uint32_t sizes[kTexts];  // in the order of CheckView::kTexts
+};
+
+struct Text {
+    static constexpr uint32_t kType = 8, kTexts = 1;
+    uint32_t kind;  // Printed
+    uint32_t sizes[kTexts];
+};
+
+struct ReadsInput {
+    static constexpr uint32_t kType = 9, kTexts = 1;
+    uint32_t lines;
+    uint32_t sizes[kTexts];  // source
+};
+
+struct Note {
+    static constexpr uint32_t kType = 10, kTexts = 1;
+    uint32_t sizes[kTexts];
+};
+
+struct Done {
+    static constexpr uint32_t kType = 11, kTexts = 0;
+};
+
+// The writer waits until RingControl::answered has counted it.
+struct Question {
+    static constexpr uint32_t kType = 12, kTexts = 0;
+};
+
+template <typename Fixed>
+constexpr size_t fixed_size() {
+    return std::is_empty_v<Fixed> ? 0 : sizeof(Fixed);
+}
+
+struct RecordFormat {
+    uint32_t type;
+    size_t fixed;    // bytes
+    uint32_t texts;  // their sizes are the last numbers of the fixed part
+};
+
+template <typename Fixed, size_t size>
+constexpr RecordFormat format() {
+    static_assert(fixed_size<Fixed>() == size && std::is_trivially_copyable_v<Fixed>);
+    if constexpr (Fixed::kTexts > 0)
+        static_assert(offsetof(Fixed, sizes) == size - Fixed::kTexts * sizeof(uint32_t));
+    return {Fixed::kType, size, Fixed::kTexts};
+}
+
+constexpr RecordFormat kRecords[] = {
+    format<GroupBegins, 16>(),    //
+    format<GroupEnded, 0>(),      //
+    format<FixtureBegins, 16>(),  //
+    format<FixtureEnded, 24>(),   //
+    format<CaseBegins, 16>(),     //
+    format<CaseEnded, 24>(),      //
+    format<FailedCheck, 36>(),    //
+    format<Text, 8>(),            //
+    format<ReadsInput, 8>(),      //
+    format<Note, 4>(),            //
+    format<Done, 0>(),            //
+    format<Question, 0>(),        //
+};
+
+constexpr bool in_order_of_type() {
+    for (uint32_t i = 0; i < std::size(kRecords); ++i)
+        if (kRecords[i].type != i + 1) return false;
+    return true;
+}
+static_assert(in_order_of_type());
 
 constexpr size_t kLongestText = 64 * 1024;  // of one record; longer texts take several
 constexpr size_t kLongestCheckText = 4096;
@@ -83,99 +170,80 @@ class RingJournal::Guard {
 };
 
 template <typename Fixed>
-void RingJournal::put(uint16_t type, uint16_t detail, const Fixed &fixed) {
+void RingJournal::put(Fixed fixed, std::span<const std::string_view> texts) {
     const Guard guard(*this);
     if (!guard.mine()) return;
-    constexpr size_t size = padded(sizeof(RecordHeader) + sizeof(Fixed));
+    size_t size = sizeof(RecordHeader) + fixed_size<Fixed>();
+    if constexpr (Fixed::kTexts > 0) {
+        uint32_t *text_size = fixed.sizes;
+        for (const std::string_view text : texts) {
+            *text_size++ = static_cast<uint32_t>(text.size());
+            size += text.size();
+        }
+    }
+    size = padded(size);
     char *at = ring_.reserve(size);
-    const RecordHeader header{static_cast<uint32_t>(size), type, detail};
+    const RecordHeader header{static_cast<uint32_t>(size), Fixed::kType};
     memcpy(at, &header, sizeof header);
-    memcpy(at + sizeof header, &fixed, sizeof fixed);
-    ring_.publish(size);
-}
-
-void RingJournal::put_text(uint16_t type, uint16_t detail, uint32_t number, std::string_view text) {
-    const Guard guard(*this);
-    if (!guard.mine()) return;
-    const size_t size = padded(sizeof(RecordHeader) + sizeof(TextRecord) + text.size());
-    char *at = ring_.reserve(size);
-    const RecordHeader header{static_cast<uint32_t>(size), type, detail};
-    const TextRecord fixed{static_cast<uint32_t>(text.size()), number};
-    memcpy(at, &header, sizeof header);
-    memcpy(at + sizeof header, &fixed, sizeof fixed);
-    std::copy(text.begin(), text.end(), at + sizeof header + sizeof fixed);
+    at += sizeof header;
+    memcpy(at, &fixed, fixed_size<Fixed>());
+    at += fixed_size<Fixed>();
+    for (const std::string_view text : texts) at = std::copy(text.begin(), text.end(), at);
     ring_.publish(size);
 }
 
 void RingJournal::group_begins(uint64_t position, uint32_t count) {
-    put(kGroupBegins, 0, Begin{position, static_cast<int64_t>(count)});
+    put(GroupBegins{position, count});
 }
 
 void RingJournal::group_ended() {
-    put(kGroupEnded, 0, Begin{});
+    put(GroupEnded{});
 }
 
 void RingJournal::fixture_begins(uint32_t folder, bool set_up, int64_t time) {
-    put(kFixtureBegins, set_up, Begin{folder, time});
+    put(FixtureBegins{time, folder, set_up});
 }
 
 void RingJournal::fixture_ended(int64_t time, const Counters &counters) {
-    put(kFixtureEnded, 0, End{time, counters});
+    put(FixtureEnded{time, counters});
 }
 
 void RingJournal::case_begins(uint64_t position, int64_t time) {
-    put(kCaseBegins, 0, Begin{position, time});
+    put(CaseBegins{position, time});
 }
 
 void RingJournal::case_ended(int64_t time, const Counters &counters) {
-    put(kCaseEnded, 0, End{time, counters});
+    put(CaseEnded{time, counters});
 }
 
-void RingJournal::failed_check(const FailedCheck &check) {
-    const Guard guard(*this);
-    if (!guard.mine()) return;
-    const std::string_view texts[] = {check.expected_name, check.status_text, check.message, check.file,
-                                      check.function};
-    CheckRecord fixed{check.status, check.expected, check.line, {}};
-    size_t size = sizeof(RecordHeader) + sizeof fixed;
-    for (size_t i = 0; i < 5; ++i) {
-        fixed.sizes[i] = static_cast<uint32_t>(std::min(texts[i].size(), kLongestCheckText));
-        size += fixed.sizes[i];
-    }
-    size = padded(size);
-    char *at = ring_.reserve(size);
-    const RecordHeader header{static_cast<uint32_t>(size), kFailedCheck, check.is_condition};
-    memcpy(at, &header, sizeof header);
-    at += sizeof header;
-    memcpy(at, &fixed, sizeof fixed);
-    at += sizeof fixed;
-    for (size_t i = 0; i < 5; ++i) {
-        at = std::copy_n(texts[i].begin(), fixed.sizes[i], at);
-    }
-    ring_.publish(size);
+void RingJournal::failed_check(const CheckView &check) {
+    std::string_view texts[FailedCheck::kTexts];
+    for (size_t i = 0; i < std::size(texts); ++i)
+        texts[i] = (check.*CheckView::kTexts[i]).substr(0, kLongestCheckText);
+    put(FailedCheck{check.is_condition, check.status, check.expected, check.line, {}}, texts);
 }
 
 void RingJournal::text(Printed kind, std::string_view text) {
+    put_text(Text{static_cast<uint32_t>(kind), {}}, text.substr(0, kLongestText));
     // The later pieces of a long print are no prints of their own.
-    put_text(kText, static_cast<uint16_t>(kind), 0, text.substr(0, kLongestText));
     for (size_t at = kLongestText; at < text.size(); at += kLongestText)
-        put_text(kText, static_cast<uint16_t>(Printed::direct), 0, text.substr(at, kLongestText));
+        put_text(Text{static_cast<uint32_t>(Printed::direct), {}}, text.substr(at, kLongestText));
 }
 
 void RingJournal::reads_input(std::string_view source, uint32_t lines) {
-    put_text(kReadsInput, 0, lines, source.substr(0, kLongestText));
+    put_text(ReadsInput{lines, {}}, source.substr(0, kLongestText));
 }
 
 void RingJournal::note(std::string_view text) {
-    put_text(kNote, 0, 0, text.substr(0, kLongestText));
+    put_text(Note{}, text.substr(0, kLongestText));
 }
 
 void RingJournal::done() {
-    put(kDone, 0, Begin{});
+    put(Done{});
 }
 
 bool RingJournal::go_on() {
-    put(kQuestion, 0, Begin{});
+    put(Question{});
     ++questions_;
     while (ring_.control().answered.load() < questions_) {
         const timespec pause{0, 20'000};
@@ -193,95 +261,105 @@ Fixed fixed_part(const char *payload) {
     return fixed;
 }
 
+// The only text of a record.
+template <typename Fixed>
+std::string_view text_of(const Fixed &fixed, const char *payload) {
+    return {payload + sizeof fixed, fixed.sizes[0]};
+}
+
 bool is_sound(const RecordHeader &header, const char *payload, size_t available) {
-    if (header.size < sizeof header + 8 || header.size > available || header.size % 8 != 0) return false;
+    if (header.size < sizeof header || header.size > available || header.size % 8 != 0) return false;
+    if (header.type == 0 || header.type > std::size(kRecords)) return false;
+    const RecordFormat &format = kRecords[header.type - 1];
     const uint64_t room = header.size - sizeof header;
+    uint64_t used = format.fixed;
+    if (used > room) return false;
+    const char *size_at = payload + format.fixed - format.texts * sizeof(uint32_t);
+    for (uint32_t i = 0; i < format.texts; ++i, size_at += sizeof(uint32_t))
+        used += fixed_part<uint32_t>(size_at);
+    return used <= room;
+}
+
+bool is_in_bounds(const RecordHeader &header, const char *payload, const RecordBounds &bounds) {
     switch (header.type) {
-        case kFixtureEnded:
-        case kCaseEnded:
-            return room >= sizeof(End);
-        case kFailedCheck: {
-            if (room < sizeof(CheckRecord)) return false;
-            uint64_t used = sizeof(CheckRecord);
-            for (const uint32_t size : fixed_part<CheckRecord>(payload).sizes) used += size;
-            return used <= room;
+        case GroupBegins::kType: {
+            const auto begins = fixed_part<GroupBegins>(payload);
+            return begins.position < bounds.positions && begins.count <= bounds.positions - begins.position;
         }
-        case kText:
-        case kReadsInput:
-        case kNote:
-            return sizeof(TextRecord) + uint64_t{fixed_part<TextRecord>(payload).size} <= room;
+        case FixtureBegins::kType:
+            return fixed_part<FixtureBegins>(payload).folder < bounds.folders;
+        case CaseBegins::kType:
+            return fixed_part<CaseBegins>(payload).position < bounds.positions;
         default:
-            return header.type >= kGroupBegins && header.type <= kQuestion && room >= sizeof(Begin);
+            return true;
     }
 }
 
-void replay_check(bool is_condition, const char *payload, Journal &journal) {
-    const CheckRecord fixed = fixed_part<CheckRecord>(payload);
-    FailedCheck check{};
-    check.is_condition = is_condition;
+void replay_check(const char *payload, Journal &journal) {
+    const auto fixed = fixed_part<FailedCheck>(payload);
+    CheckView check;
+    check.is_condition = fixed.is_condition != 0;
     check.status = fixed.status;
     check.expected = fixed.expected;
     check.line = fixed.line;
-    std::string_view *texts[] = {&check.expected_name, &check.status_text, &check.message, &check.file,
-                                 &check.function};
-    payload += sizeof fixed;
-    for (size_t i = 0; i < 5; ++i) {
-        *texts[i] = {payload, fixed.sizes[i]};
-        payload += fixed.sizes[i];
+    const char *at = payload + sizeof fixed;
+    for (size_t i = 0; i < FailedCheck::kTexts; ++i) {
+        check.*CheckView::kTexts[i] = {at, fixed.sizes[i]};
+        at += fixed.sizes[i];
     }
     journal.failed_check(check);
 }
 
 void replay_record(const RecordHeader &header, const char *payload, Ring &ring, Journal &journal) {
     switch (header.type) {
-        case kGroupBegins: {
-            const Begin begin = fixed_part<Begin>(payload);
-            journal.group_begins(begin.what, static_cast<uint32_t>(begin.time));
+        case GroupBegins::kType: {
+            const auto begins = fixed_part<GroupBegins>(payload);
+            journal.group_begins(begins.position, static_cast<uint32_t>(begins.count));
             break;
         }
-        case kGroupEnded:
+        case GroupEnded::kType:
             journal.group_ended();
             break;
-        case kFixtureBegins: {
-            const Begin begin = fixed_part<Begin>(payload);
-            journal.fixture_begins(static_cast<uint32_t>(begin.what), header.detail != 0, begin.time);
+        case FixtureBegins::kType: {
+            const auto begins = fixed_part<FixtureBegins>(payload);
+            journal.fixture_begins(begins.folder, begins.set_up != 0, begins.time);
             break;
         }
-        case kFixtureEnded: {
-            const End end = fixed_part<End>(payload);
-            journal.fixture_ended(end.time, end.counters);
+        case FixtureEnded::kType: {
+            const auto ended = fixed_part<FixtureEnded>(payload);
+            journal.fixture_ended(ended.time, ended.counters);
             break;
         }
-        case kCaseBegins: {
-            const Begin begin = fixed_part<Begin>(payload);
-            journal.case_begins(begin.what, begin.time);
+        case CaseBegins::kType: {
+            const auto begins = fixed_part<CaseBegins>(payload);
+            journal.case_begins(begins.position, begins.time);
             break;
         }
-        case kCaseEnded: {
-            const End end = fixed_part<End>(payload);
-            journal.case_ended(end.time, end.counters);
+        case CaseEnded::kType: {
+            const auto ended = fixed_part<CaseEnded>(payload);
+            journal.case_ended(ended.time, ended.counters);
             break;
         }
-        case kFailedCheck:
-            replay_check(header.detail != 0, payload, journal);
+        case FailedCheck::kType:
+            replay_check(payload, journal);
             break;
-        case kText:
-        case kReadsInput:
-        case kNote: {
-            const TextRecord fixed = fixed_part<TextRecord>(payload);
-            const std::string_view text(payload + sizeof fixed, fixed.size);
-            if (header.type == kText)
-                journal.text(static_cast<Printed>(header.detail), text);
-            else if (header.type == kNote)
-                journal.note(text);
-            else
-                journal.reads_input(text, fixed.number);
+        case Text::kType: {
+            const auto text = fixed_part<Text>(payload);
+            journal.text(static_cast<Printed>(text.kind), text_of(text, payload));
             break;
         }
-        case kDone:
+        case ReadsInput::kType: {
+            const auto reads = fixed_part<ReadsInput>(payload);
+            journal.reads_input(text_of(reads, payload), reads.lines);
+            break;
+        }
+        case Note::kType:
+            journal.note(text_of(fixed_part<Note>(payload), payload));
+            break;
+        case Done::kType:
             journal.done();
             break;
-        case kQuestion:
+        case Question::kType:
             ring.control().answer.store(journal.go_on());
             ring.control().answered.fetch_add(1);
             break;
@@ -292,7 +370,7 @@ void replay_record(const RecordHeader &header, const char *payload, Ring &ring, 
 
 }  // namespace
 
-size_t replay_ring(Ring &ring, Journal &journal, size_t limit, bool *damaged) {
+size_t replay_ring(Ring &ring, Journal &journal, const RecordBounds &bounds, size_t limit, bool *damaged) {
     size_t total = 0;
     while (total < limit) {
         size_t size;
@@ -307,11 +385,12 @@ size_t replay_ring(Ring &ring, Journal &journal, size_t limit, bool *damaged) {
         while (used < size && used < 32 * 1024) {
             RecordHeader header;
             memcpy(&header, at + used, sizeof header);
-            if (!is_sound(header, at + used + sizeof header, size - used)) {
+            const char *payload = at + used + sizeof header;
+            if (!is_sound(header, payload, size - used) || !is_in_bounds(header, payload, bounds)) {
                 *damaged = true;
                 return total + used;
             }
-            replay_record(header, at + used + sizeof header, ring, journal);
+            replay_record(header, payload, ring, journal);
             used += header.size;
         }
         ring.consume(used);

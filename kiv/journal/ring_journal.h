@@ -5,6 +5,9 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
 
 #include "kiv/journal/journal.h"
 #include "kiv/journal/ring.h"
@@ -22,7 +25,7 @@ class RingJournal : public Journal {
     void fixture_ended(int64_t time, const Counters &counters) override;
     void case_begins(uint64_t position, int64_t time) override;
     void case_ended(int64_t time, const Counters &counters) override;
-    void failed_check(const FailedCheck &check) override;
+    void failed_check(const CheckView &check) override;
     void text(Printed kind, std::string_view text) override;
     void reads_input(std::string_view source, uint32_t lines) override;
     void note(std::string_view text) override;
@@ -32,18 +35,27 @@ class RingJournal : public Journal {
   private:
     class Guard;
     template <typename Fixed>
-    void put(uint16_t type, uint16_t detail, const Fixed &fixed);
-    void put_text(uint16_t type, uint16_t detail, uint32_t number, std::string_view text);
+    void put(Fixed fixed, std::span<const std::string_view> texts = {});
+    template <typename Fixed>
+    void put_text(const Fixed &fixed, std::string_view text) {
+        put(fixed, {&text, 1});
+    }
 
     Ring &ring_;
     uint64_t questions_ = 0;
     std::atomic<const void *> writing_{nullptr};  // the thread that is at it
 };
 
+// What the numbers of sound records stay below.
+struct RecordBounds {
+    uint64_t positions;
+    uint32_t folders;
+};
+
 // Reads records from the ring into `journal` until it is empty, or for `limit` bytes. Returns the number of
 // bytes. A question (go_on) is answered by `journal`. What a case may have written over the records by
 // accident is found: *damaged is set, and nothing more can be read.
-size_t replay_ring(Ring &ring, Journal &journal, size_t limit, bool *damaged);
+size_t replay_ring(Ring &ring, Journal &journal, const RecordBounds &bounds, size_t limit, bool *damaged);
 
 }  // namespace kiv
 

@@ -1,7 +1,6 @@
 // A site: the input files, the standard input and the plan of one place where the suite runs.
 #include "kiv/site/site.h"
 
-#include <dirent.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -15,7 +14,6 @@ namespace kiv {
 namespace {
 
 constexpr const char *kFlashOfTheCard = "/disk0:/";
-constexpr int kDeepest = 16;
 
 std::vector<std::string> &default_sites() {
     static std::vector<std::string> directories;
@@ -48,75 +46,28 @@ bool find_site(const std::string &option, bool no_site, std::string *directory, 
     return true;
 }
 
-Site::Site(std::string directory) : directory_(std::move(directory)) {
-    scan("", 0);
-}
-
 std::string Site::plan() const {
-    const std::string path = directory_ + "/plan";
+    const std::string path = directory() + "/plan";
     return is_file(path) ? path : std::string();
 }
 
-void Site::scan(const std::string &relative, int depth) {
-    if (depth > kDeepest) return;
-    DIR *listing = opendir((directory_ + "/cases/" + relative).c_str());
-    if (listing == nullptr) return;
-    while (const dirent *entry = readdir(listing)) {
-        const std::string name = entry->d_name;
-        if (name == "." || name == "..") continue;
-        const std::string path = relative.empty() ? name : relative + "/" + name;
-        if (name == "stdin" || name == kInputFiles[0] || name == kInputFiles[1]) {
-            files_.insert(path);
-        } else if (entry->d_type == DT_DIR ||
-                   (entry->d_type != DT_REG && is_directory(directory_ + "/cases/" + path))) {
-            directories_.insert(path);
-            scan(path, depth + 1);
-        }
-    }
-    closedir(listing);
-}
-
-bool Site::overlay(const std::string &relative, CaseFiles *files) const {
-    if (!directories_.contains(relative)) return false;
-    for (size_t i = 0; i < kInputFileCount; ++i) {
-        const std::string path = relative + "/" + kInputFiles[i];
-        if (files_.contains(path)) files->inputs[i] = directory_ + "/cases/" + path;
-    }
-    if (files_.contains(relative + "/stdin"))
-        files->standard_input = directory_ + "/cases/" + relative + "/stdin";
-    return true;
-}
-
-const CaseFiles &Site::folder_files(const kiv_folder *folder) {
-    const auto known = folders_.find(folder);
-    if (known != folders_.end()) return known->second;
-    CaseFiles files;
-    if (folder->parent != nullptr) {
-        files = folder_files(folder->parent);
-    } else {
-        for (size_t i = 0; i < kInputFileCount; ++i) {
-            const std::string path = directory_ + "/disk0/" + kInputFiles[i];
-            if (is_file(path)) files.inputs[i] = path;
-        }
-    }
-    overlay(folder->path, &files);
-    const auto below = directories_.lower_bound(folder->path + "/");
-    has_case_directories_[folder] = below != directories_.end() && below->starts_with(folder->path + "/");
-    return folders_[folder] = files;
+const Site::Folder &Site::known(const kiv_folder *folder) {
+    const auto [known, is_new] = folders_.try_emplace(folder);
+    if (is_new)
+        known->second = {overlay_.folder_files(folder->path), overlay_.has_case_directories(folder->path)};
+    return known->second;
 }
 
 const CaseFiles &Site::case_files(const Case &test) {
-    const CaseFiles &files = folder_files(test.folder);
-    if (!has_case_directories_[test.folder]) return files;
-    own_ = files;
-    const std::string place = test.folder->path + "/";
-    bool found = overlay(place + std::string(test.bare_name()), &own_);
-    if (test.ordinal > 1) found = overlay(place + test.name(), &own_) || found;
-    return found ? own_ : files;
+    const Folder &folder = known(test.folder);
+    if (!folder.has_case_directories) return folder.files;
+    own_ = folder.files;
+    const bool found = overlay_.add_case_files(test.folder->path, test.bare_name(), test.ordinal, &own_);
+    return found ? own_ : folder.files;
 }
 
 std::vector<std::string> Site::strangers(const kiv_context &context) const {
-    if (directories_.empty()) return {};
+    if (overlay_.directories().empty()) return {};
     std::set<std::string> known;
     for (const kiv_folder &folder : context.folders) known.insert(folder.path);
     for (const Case &test : context.cases) {
@@ -124,7 +75,7 @@ std::vector<std::string> Site::strangers(const kiv_context &context) const {
         known.insert(test.folder->path + "/" + std::string(test.bare_name()));
     }
     std::vector<std::string> strangers;
-    for (const std::string &directory : directories_)
+    for (const std::string &directory : overlay_.directories())
         if (!known.contains(directory)) strangers.push_back(directory);
     return strangers;
 }

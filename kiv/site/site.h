@@ -5,11 +5,11 @@
 #include <array>
 #include <cstdint>
 #include <map>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "kiv/registry.h"
+#include "kiv/site/overlay.h"
 
 namespace kiv {
 
@@ -20,41 +20,30 @@ void set_default_sites(std::vector<std::string> directories);
 // with *error set, when the one asked for does not exist.
 bool find_site(const std::string &option, bool no_site, std::string *directory, std::string *error);
 
-// The input files that the run puts into the flash.
-inline constexpr const char *kInputFiles[] = {"kiv_input_file", "kiv_tcs_input_file"};
-inline constexpr size_t kInputFileCount = 2;
-
-// What the site has for one case; empty where it has nothing.
-struct CaseFiles {
-    std::array<std::string, kInputFileCount> inputs;
-    std::string standard_input;
-    bool operator==(const CaseFiles &) const = default;
-};
-
 // Finds a case's files. The site's tree is read once.
 class Site {
   public:
-    explicit Site(std::string directory);
-    const std::string &directory() const { return directory_; }
+    explicit Site(std::string directory) : overlay_(std::move(directory)) {}
+    const std::string &directory() const { return overlay_.directory(); }
     std::string plan() const;  // path of the plan, empty when there is none
 
     // The files for cases of a folder that have none of their own.
-    const CaseFiles &folder_files(const kiv_folder *folder);
-    // For one case: its own directory (of "case#2", then of "case"), its folder's, the folders' above, disk0.
+    const CaseFiles &folder_files(const kiv_folder *folder) { return known(folder).files; }
+    // For one case: its own or its folder's.
     const CaseFiles &case_files(const Case &test);
 
     // Directories below cases/ that belong to no folder or case of the suite: misspelt, most likely.
     std::vector<std::string> strangers(const kiv_context &context) const;
 
   private:
-    void scan(const std::string &relative, int depth);
-    bool overlay(const std::string &relative, CaseFiles *files) const;
+    struct Folder {
+        CaseFiles files;
+        bool has_case_directories = false;
+    };
+    const Folder &known(const kiv_folder *folder);
 
-    std::string directory_;
-    std::set<std::string> directories_;  // below cases/
-    std::set<std::string> files_;        // below cases/, the names that count
-    std::map<const kiv_folder *, CaseFiles> folders_;
-    std::map<const kiv_folder *, bool> has_case_directories_;
+    Overlay overlay_;
+    std::map<const kiv_folder *, Folder> folders_;
     CaseFiles own_;
 };
 

@@ -2,6 +2,7 @@
 #include "kiv/supervise/processes.h"
 
 #include <dirent.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
@@ -18,8 +19,7 @@ namespace kiv {
 
 namespace {
 
-constexpr int kSignals[7] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGCHLD, SIGCONT, SIGPIPE};
-
+// A signal handler reaches nothing else.
 Ring *interrupted_ring;
 volatile sig_atomic_t interruption_count, last_signal, child_event, continued;
 
@@ -45,16 +45,14 @@ RunSignals::RunSignals(Ring &ring) {
     last_signal = 0;
     child_event = 0;
     continued = 0;
-    for (size_t i = 0; i < 7; ++i) {
+    for (size_t i = 0; i < std::size(kSignals); ++i) {
         struct sigaction action {};
         action.sa_handler = kSignals[i] == SIGPIPE ? SIG_IGN : notice;
         sigfillset(&action.sa_mask);
-        saved_[i].signal = kSignals[i];
-        sigaction(kSignals[i], &action, &saved_[i].action);
+        sigaction(kSignals[i], &action, &saved_[i]);
         // Started in the background by a shell, or under nohup: what was ignored stays so.
         const bool can_be_ignored = kSignals[i] == SIGINT || kSignals[i] == SIGQUIT || kSignals[i] == SIGHUP;
-        if (can_be_ignored && saved_[i].action.sa_handler == SIG_IGN)
-            sigaction(kSignals[i], &saved_[i].action, nullptr);
+        if (can_be_ignored && saved_[i].sa_handler == SIG_IGN) sigaction(kSignals[i], &saved_[i], nullptr);
     }
     sigemptyset(&old_mask_);
 }
@@ -64,10 +62,10 @@ RunSignals::~RunSignals() {
     interrupted_ring = nullptr;
 }
 
-int RunSignals::interruptions() {
+int RunSignals::interruptions() const {
     return interruption_count;
 }
-int RunSignals::last_interruption() {
+int RunSignals::last_interruption() const {
     return last_signal;
 }
 
@@ -94,7 +92,20 @@ void RunSignals::unblock() {
 }
 
 void RunSignals::restore() {
-    for (const Saved &saved : saved_) sigaction(saved.signal, &saved.action, nullptr);
+    for (size_t i = 0; i < std::size(kSignals); ++i) sigaction(kSignals[i], &saved_[i], nullptr);
+}
+
+Subreaper::Subreaper() {
+    prctl(PR_GET_CHILD_SUBREAPER, &before_);
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
+}
+
+Subreaper::~Subreaper() {
+    prctl(PR_SET_CHILD_SUBREAPER, before_);
+}
+
+void Subreaper::resign() {
+    prctl(PR_SET_CHILD_SUBREAPER, 0);
 }
 
 std::set<pid_t> children() {

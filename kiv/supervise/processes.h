@@ -5,6 +5,7 @@
 #include <sys/types.h>
 
 #include <csignal>
+#include <iterator>
 #include <set>
 
 namespace kiv {
@@ -12,7 +13,7 @@ namespace kiv {
 class Ring;
 
 // While it lives, the signals that end or concern a run are noticed instead of acted on; each ends a wait on
-// the ring.
+// the ring. One at a time.
 class RunSignals {
   public:
     explicit RunSignals(Ring &ring);
@@ -21,10 +22,10 @@ class RunSignals {
     RunSignals &operator=(const RunSignals &) = delete;
 
     // Number of interruptions so far (SIGINT, SIGTERM, SIGHUP, SIGQUIT), and the last of them.
-    static int interruptions();
-    static int last_interruption();
-    static bool take_child_event();
-    static bool take_continued();
+    int interruptions() const;
+    int last_interruption() const;
+    bool take_child_event();
+    bool take_continued();
 
     // Around fork: nothing is delivered in between.
     void block();
@@ -33,12 +34,25 @@ class RunSignals {
     void restore();
 
   private:
-    struct Saved {
-        int signal;
-        struct sigaction action;
-    };
-    Saved saved_[7];
+    static constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGCHLD, SIGCONT, SIGPIPE};
+
+    struct sigaction saved_[std::size(kSignals)];
     sigset_t old_mask_;
+};
+
+// While it lives, processes that lose their parent become children of this one.
+class Subreaper {
+  public:
+    Subreaper();
+    ~Subreaper();
+    Subreaper(const Subreaper &) = delete;
+    Subreaper &operator=(const Subreaper &) = delete;
+
+    // In a worker: it is none.
+    static void resign();
+
+  private:
+    int before_ = 0;
 };
 
 // The processes whose parent is this one.

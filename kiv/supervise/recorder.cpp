@@ -2,21 +2,13 @@
 #include "kiv/supervise/recorder.h"
 
 #include <csignal>
-#include <cstring>
 
 #include "kiv/files.h"
+#include "kiv/signal_text.h"
 
 namespace kiv {
 
 namespace {
-
-std::string signal_text(int signal) {
-    const char *name = sigabbrev_np(signal);
-    const char *what = sigdescr_np(signal);
-    std::string text = name ? std::string("SIG") + name : "signal " + std::to_string(signal);
-    if (what) text += std::string(" (") + what + ")";
-    return text;
-}
 
 Verdict verdict_of(const WorkerEnd &end) {
     if (end.timed_out) return Verdict::timed_out;
@@ -24,18 +16,11 @@ Verdict verdict_of(const WorkerEnd &end) {
 }
 
 std::string reason_of(const WorkerEnd &end) {
-    std::string reason;
-    if (end.interrupted)
-        reason = "interrupted";
-    else if (end.timed_out)
-        reason = end.how;
-    else if (end.signal == SIGABRT)
-        reason = "called abort";
-    else if (end.signal != 0)
-        reason = "ended by " + signal_text(end.signal);
-    else
-        reason = "left the worker with exit code " + std::to_string(end.exit_code);
-    return reason;
+    if (end.interrupted) return "interrupted";
+    if (!end.how.empty()) return end.how;
+    if (end.signal == SIGABRT) return "called abort";
+    if (end.signal != 0) return "ended by " + signal_text(end.signal);
+    return "left the worker with exit code " + std::to_string(end.exit_code);
 }
 
 }  // namespace
@@ -97,21 +82,7 @@ void Recorder::fixture_begins(uint32_t folder, bool set_up, int64_t time) {
         std::erase(open_, fixture_folder_);
 }
 
-Check Recorder::kept(const FailedCheck &check) {
-    Check kept;
-    kept.is_condition = check.is_condition;
-    kept.status = check.status;
-    kept.expected = check.expected;
-    kept.expected_name = check.expected_name;
-    kept.status_text = check.status_text;
-    kept.message = check.message;
-    kept.file = check.file;
-    kept.function = check.function;
-    kept.line = check.line;
-    return kept;
-}
-
-void Recorder::report_fixture(FixtureResult &fixture) {
+void Recorder::report_fixture(const FixtureResult &fixture) {
     if (fixture.ran && fixture.verdict != Verdict::passed) {
         ++summary_.failed_fixtures;
         bad_seen_ = true;
@@ -119,25 +90,30 @@ void Recorder::report_fixture(FixtureResult &fixture) {
     tell([&](Reporter &reporter) { reporter.fixture_ended(fixture); });
 }
 
-void Recorder::fixture_ended(int64_t time, const Counters &counters) {
+FixtureResult Recorder::end_fixture(int64_t time, const Counters &counters) {
     FixtureResult fixture;
     fixture.folder = fixture_folder_->path;
     fixture.set_up = item_ == Item::set_up;
     fixture.ran = true;
-    outcome_.finish();
-    fixture.verdict = judge(counters);
-    if (fixture.verdict == Verdict::unchecked) fixture.verdict = Verdict::passed;
-    if (fixture.verdict == Verdict::reported_error && !outcome_.failing_lines().empty())
-        fixture.reason = "printed \"" + outcome_.failing_lines().front() + "\"";
     fixture.failures = std::move(failures_);
     failures_.clear();
     uint64_t size;
     std::string file;
     output_.finish(&fixture.output, &size, &file);
     fixture.duration = std::chrono::nanoseconds(time - started_);
-    item_ = Item::none;
     summary_.checks += counters.checks;
     summary_.failed_checks += counters.failed;
+    item_ = Item::none;
+    return fixture;
+}
+
+void Recorder::fixture_ended(int64_t time, const Counters &counters) {
+    if (item_ != Item::set_up && item_ != Item::tear_down) return;  // a record that a case wrote over
+    outcome_.finish();
+    FixtureResult fixture = end_fixture(time, counters);
+    fixture.verdict = judge(counters);
+    if (fixture.verdict == Verdict::unchecked) fixture.verdict = Verdict::passed;
+    if (fixture.verdict == Verdict::reported_error) fixture.reason = printed_failure();
     report_fixture(fixture);
 }
 
@@ -188,11 +164,12 @@ void Recorder::emit_case() {
     tell([&](Reporter &reporter) { reporter.case_ended(result_); });
 }
 
-void Recorder::case_ended(int64_t time, const Counters &counters) {
-    outcome_.finish();
-    result_.verdict = judge(counters);
-    if (result_.verdict == Verdict::reported_error && !outcome_.failing_lines().empty())
-        result_.reason = "printed \"" + outcome_.failing_lines().front() + "\"";
+std::string Recorder::printed_failure() const {
+    const std::vector<std::string> &lines = outcome_.failing_lines();
+    return lines.empty() ? "" : "printed \"" + lines.front() + "\"";
+}
+
+void Recorder::end_case(int64_t time, const Counters &counters) {
     result_.checks = counters.checks;
     result_.failed_checks = counters.failed;
     result_.duration = std::chrono::nanoseconds(time - started_);
@@ -200,8 +177,16 @@ void Recorder::case_ended(int64_t time, const Counters &counters) {
     emit_case();
 }
 
-void Recorder::failed_check(const FailedCheck &check) {
-    if (item_ != Item::none && failures_.size() < kKeptFailures) failures_.push_back(kept(check));
+void Recorder::case_ended(int64_t time, const Counters &counters) {
+    if (item_ != Item::test) return;  // a record that a case wrote over
+    outcome_.finish();
+    result_.verdict = judge(counters);
+    if (result_.verdict == Verdict::reported_error) result_.reason = printed_failure();
+    end_case(time, counters);
+}
+
+void Recorder::failed_check(const CheckView &check) {
+    if (item_ != Item::none && failures_.size() < kKeptFailures) failures_.emplace_back(check);
 }
 
 void Recorder::text(Printed kind, std::string_view text) {
@@ -263,45 +248,32 @@ void Recorder::worker_died(const WorkerEnd &end, int64_t time, const Counters &c
         result_.signal = end.signal;
         result_.exit_code = end.exit_code;
         result_.reason = reason;
-        result_.checks = counters.checks;
-        result_.failed_checks = counters.failed;
-        result_.duration = std::chrono::nanoseconds(time - started_);
-        result_.started = std::chrono::nanoseconds(started_ - run_started_);
-        emit_case();
+        end_case(time, counters);
     } else if (item_ != Item::none) {
-        FixtureResult fixture;
-        fixture.folder = fixture_folder_->path;
-        fixture.set_up = item_ == Item::set_up;
-        fixture.ran = true;
+        FixtureResult fixture = end_fixture(time, counters);
         fixture.verdict = verdict_of(end);
         fixture.signal = end.signal;
         fixture.reason = reason;
-        fixture.failures = std::move(failures_);
-        failures_.clear();
-        uint64_t size;
-        std::string file;
-        output_.finish(&fixture.output, &size, &file);
-        fixture.duration = std::chrono::nanoseconds(time - started_);
-        summary_.checks += counters.checks;
-        summary_.failed_checks += counters.failed;
         if (fixture.set_up) {
             dead_set_up_ = fixture_folder_;
             std::erase(open_, fixture_folder_);
         }
-        item_ = Item::none;
         report_fixture(fixture);
     } else if (!end.interrupted) {
         worker_failed_at_exit("the worker " + reason + " between cases");
     }
-    while (!open_.empty()) {
+    report_owed_tear_downs(what.empty() ? "its worker ended" : "its worker ended in " + what);
+}
+
+void Recorder::report_owed_tear_downs(const std::string &reason) {
+    for (; !open_.empty(); open_.pop_back()) {
         const kiv_folder *folder = open_.back();
-        open_.pop_back();
         if (folder->fixtures.empty()) continue;
         FixtureResult fixture;
         fixture.folder = folder->path;
         fixture.ran = false;
         fixture.verdict = Verdict::not_run;
-        fixture.reason = what.empty() ? "its worker ended" : "its worker ended in " + what;
+        fixture.reason = reason;
         report_fixture(fixture);
     }
 }
@@ -326,9 +298,18 @@ void Recorder::skip_to(uint64_t end, const std::string &reason) {
     close_group();
 }
 
-void Recorder::stopped(const std::string &reason, bool interrupted) {
+void Recorder::interrupted(const std::string &reason) {
     if (summary_.stopped_because.empty()) summary_.stopped_because = reason;
-    summary_.interrupted = summary_.interrupted || interrupted;
+    summary_.interrupted = true;
+}
+
+void Recorder::stop(const std::string &reason, const std::string &of_the_rest) {
+    if (summary_.stopped_because.empty()) summary_.stopped_because = reason;
+    skip_to(schedule_.size(), of_the_rest);
+}
+
+void Recorder::stop_if_unfinished() {
+    if (next_ < schedule_.size()) stop("after the first case that is not good (--fail-fast)");
 }
 
 void Recorder::worker_failed_at_exit(const std::string &what) {

@@ -21,7 +21,7 @@ struct WorkerEnd {
     int exit_code = -1;
     bool timed_out = false;
     bool interrupted = false;
-    std::string how;  // "", or what the supervision knows besides
+    std::string how;  // why the supervision ended it; empty when it ended by itself
 };
 
 class Recorder : public Journal {
@@ -43,7 +43,7 @@ class Recorder : public Journal {
     void fixture_ended(int64_t time, const Counters &counters) override;
     void case_begins(uint64_t position, int64_t time) override;
     void case_ended(int64_t time, const Counters &counters) override;
-    void failed_check(const FailedCheck &check) override;
+    void failed_check(const CheckView &check) override;
     void text(Printed kind, std::string_view text) override;
     void reads_input(std::string_view source, uint32_t lines) override;
     void note(std::string_view text) override;
@@ -70,7 +70,12 @@ class Recorder : public Journal {
     uint64_t next_position() const { return next_; }
     // Reports every case from the next one up to `end` as not run.
     void skip_to(uint64_t end, const std::string &reason);
-    void stopped(const std::string &reason, bool interrupted);
+    // The run is interrupted.
+    void interrupted(const std::string &reason);
+    // The run ends here: `reason` stands in the summary, `of_the_rest` with each case that it did not reach.
+    void stop(const std::string &reason, const std::string &of_the_rest = "the run stopped before it");
+    // The worker is done: with --fail-fast that may be before the last case.
+    void stop_if_unfinished();
     // Something went wrong outside of cases and fixtures.
     void worker_failed_at_exit(const std::string &what);
 
@@ -85,11 +90,14 @@ class Recorder : public Journal {
     void start_item(Item item, int64_t time);
     void close_group();
     void open_group(uint64_t position, uint32_t count);
-    void report_fixture(FixtureResult &fixture);
+    FixtureResult end_fixture(int64_t time, const Counters &counters);
+    void report_fixture(const FixtureResult &fixture);
+    void report_owed_tear_downs(const std::string &reason);
     Verdict judge(const Counters &counters);
+    std::string printed_failure() const;
+    void end_case(int64_t time, const Counters &counters);
     void emit_case();
     void prepare_result(uint64_t position);
-    static Check kept(const FailedCheck &check);
 
     template <typename Tell>
     void tell(Tell tell) {

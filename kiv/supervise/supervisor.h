@@ -4,51 +4,57 @@
 
 #include <sys/types.h>
 
+#include <optional>
+#include <set>
 #include <string>
 
 #include "kiv/journal/ring.h"
-#include "kiv/options.h"
-#include "kiv/select/schedule.h"
-#include "kiv/site/site.h"
+#include "kiv/supervise/policy.h"
+#include "kiv/supervise/processes.h"
 #include "kiv/supervise/recorder.h"
+#include "kiv/worker/worker.h"
 
 namespace kiv {
 
 class Supervisor {
   public:
-    struct Settings {
-        const Options *options = nullptr;
-        Site *site = nullptr;
-        std::string flash;
-    };
-
-    Supervisor(const Schedule &schedule, Recorder &recorder, Settings settings)
-        : schedule_(schedule),
-          recorder_(recorder),
-          settings_(std::move(settings)),
-          options_(*settings_.options) {}
+    Supervisor(const Work &work, Recorder &recorder, const Policy &policy)
+        : work_(work), schedule_(work.schedule), recorder_(recorder), policy_(policy) {}
 
     // Every case has been reported when it returns, and no process is left.
     void run();
 
   private:
+    // A worker from its start to its end.
     bool start_worker(uint64_t from);
-    [[noreturn]] void work(pid_t supervisor, uint64_t from, int direct_read, int direct_write);
+    [[noreturn]] void work(pid_t supervisor, uint64_t from, const DirectPipe &pipe);
     void watch();
     void look_after_worker();
-    void keep_time(int64_t now);
-    void heed_interrupts(int64_t now);
-    void end_worker(int64_t now, const std::string &why);
-    void announce_slow(int64_t now);
     size_t drain_direct();
-    bool decide_what_next(uint64_t from);
     void end_leftovers();
 
+    // What makes it end early.
+    void keep_time(int64_t now);
+    void keep_time_between_items(int64_t now);
+    void keep_time_of_an_ending_worker(int64_t now);
+    void announce_slow(int64_t now);
+    void heed_interrupts(int64_t now);
+    void end_worker(int64_t now, const std::string &why);
+    void kill_worker();
+
+    // What its end means. False: the run is over.
+    bool decide_what_next(uint64_t from);
+    WorkerEnd worker_end() const;
+    void report_leaving(const WorkerEnd &end);
+    void skip_what_cannot_run(const std::string &ended_in);
+
+    const Work &work_;
     const Schedule &schedule_;
     Recorder &recorder_;
-    Settings settings_;
-    const Options &options_;
+    const Policy policy_;
     Ring ring_;
+    std::optional<RunSignals> signals_;  // while it runs
+    std::set<pid_t> present_before_;     // children that are not the run's
 
     pid_t worker_ = 0;
     int worker_number_ = 0;

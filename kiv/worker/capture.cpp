@@ -59,20 +59,21 @@ uint32_t count_lines(const std::string &path) {
     return static_cast<uint32_t>(std::count(text.begin(), text.end(), '\n')) + (text.back() != '\n');
 }
 
-Capture::Capture(Journal &journal, const Settings &settings)
+Capture::Capture(Journal &journal, bool scripted, const std::optional<DirectPipe> &pipe)
     : journal_(journal),
-      settings_(settings),
+      scripted_(scripted),
+      pipe_(pipe),
       saved_stdin_(stdin),
       saved_stdout_(stdout),
       saved_stderr_(stderr) {
     fflush(stdout);
     fflush(stderr);
-    if (settings_.descriptors) {
-        replace_descriptor(settings_.direct_write, STDOUT_FILENO);
-        replace_descriptor(settings_.direct_write, STDERR_FILENO);
-        close(settings_.direct_write);
+    if (pipe_) {
+        replace_descriptor(pipe_->write_end, STDOUT_FILENO);
+        replace_descriptor(pipe_->write_end, STDERR_FILENO);
+        close(pipe_->write_end);
         direct_open_ = true;
-        if (settings_.scripted) {
+        if (scripted_) {
             const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
             replace_descriptor(nothing, STDIN_FILENO);
             if (nothing > STDERR_FILENO) close(nothing);
@@ -134,14 +135,14 @@ ssize_t Capture::read_stream(void *self, char *buffer, size_t size) {
     if (live.journal == nullptr) return read(STDIN_FILENO, buffer, size);
     if (!capture.input_told_) {
         capture.input_told_ = true;
-        if (capture.settings_.scripted)
+        if (capture.scripted_)
             capture.journal_.reads_input(
                 capture.input_.empty() ? std::string("the site has no stdin for it") : capture.input_,
                 capture.input_.empty() ? 0 : count_lines(capture.input_));
         else if (isatty(STDIN_FILENO))
             capture.journal_.reads_input("", 0);
     }
-    if (!capture.settings_.scripted || capture.settings_.descriptors) return read(STDIN_FILENO, buffer, size);
+    if (!capture.scripted_ || capture.pipe_) return read(STDIN_FILENO, buffer, size);
     const size_t count = std::min(size, capture.input_text_.size() - capture.input_at_);
     memcpy(buffer, capture.input_text_.data() + capture.input_at_, count);
     capture.input_at_ += count;
@@ -165,7 +166,7 @@ void Capture::feed(const std::string &standard_input) {
         __fpurge(stdin);
         clearerr(stdin);
     }
-    if (!settings_.scripted) {
+    if (!scripted_) {
         input_used_ = false;
         return;
     }
@@ -174,7 +175,7 @@ void Capture::feed(const std::string &standard_input) {
         input_used_ = false;
         return;
     }
-    if (!settings_.descriptors) {
+    if (!pipe_) {
         std::string ignored;
         input_text_.clear();
         input_at_ = 0;
@@ -197,7 +198,7 @@ void Capture::drain_direct(bool thorough) {
     if (lost) restore_descriptors();
     char buffer[4096];
     while (waiting > 0) {
-        const ssize_t got = read(settings_.direct_read, buffer, sizeof buffer);
+        const ssize_t got = read(pipe_->read_end, buffer, sizeof buffer);
         if (got <= 0) break;  // the supervision was quicker
         journal_.text(Printed::direct, {buffer, static_cast<size_t>(got)});
         waiting -= static_cast<int>(got);
@@ -208,13 +209,13 @@ void Capture::drain_direct(bool thorough) {
 // What later cases open must not land on 0, 1 or 2.
 void Capture::restore_descriptors() {
     const std::string pipe =
-        "/proc/" + std::to_string(settings_.supervisor) + "/fd/" + std::to_string(settings_.direct_read);
+        "/proc/" + std::to_string(pipe_->supervisor) + "/fd/" + std::to_string(pipe_->read_end);
     const int nothing = open("/dev/null", O_RDWR);  // takes the lowest place
     int write_end = open(pipe.c_str(), O_WRONLY | O_CLOEXEC);
-    if (fcntl(settings_.direct_read, F_GETFD) < 0) {
+    if (fcntl(pipe_->read_end, F_GETFD) < 0) {
         const int read_end = open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-        if (read_end >= 0) dup3(read_end, settings_.direct_read, O_CLOEXEC);
-        if (read_end > STDERR_FILENO && read_end != settings_.direct_read) close(read_end);
+        if (read_end >= 0) dup3(read_end, pipe_->read_end, O_CLOEXEC);
+        if (read_end > STDERR_FILENO && read_end != pipe_->read_end) close(read_end);
     }
     if (write_end < 0) {
         live_print(

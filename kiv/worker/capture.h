@@ -4,26 +4,27 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <string>
 
 #include "kiv/journal/journal.h"
 
 namespace kiv {
 
+// Where descriptors 1 and 2 of a worker lead.
+struct DirectPipe {
+    int read_end, write_end;
+    int supervisor;  // its process; it has the pipe open as read_end too
+};
+
 // stdout and stderr become streams that write straight into the journal: in true order, without a system
 // call, and nothing is left in a buffer when the process dies. Descriptors 1 and 2 lead into a pipe; what
 // children and write(2) put there is added at the case's end at the latest.
 class Capture {
   public:
-    struct Settings {
-        bool descriptors = false;  // redirect 0, 1 and 2 as well: in a worker
-        bool scripted = false;     // standard input comes from a site
-        int direct_read = -1;      // the pipe of direct writes, both ends
-        int direct_write = -1;
-        int supervisor = 0;  // its process; it has the pipe open as direct_read too
-    };
-
-    Capture(Journal &journal, const Settings &settings);
+    // `scripted`: standard input comes from a site. Without a pipe the descriptors are left alone: in a
+    // process that is not the worker's own.
+    Capture(Journal &journal, bool scripted, const std::optional<DirectPipe> &pipe);
     ~Capture();
     Capture(const Capture &) = delete;
     Capture &operator=(const Capture &) = delete;
@@ -44,7 +45,8 @@ class Capture {
     static int close_input(void *self);
 
     Journal &journal_;
-    Settings settings_;
+    const bool scripted_;
+    const std::optional<DirectPipe> pipe_;
     FILE *saved_stdin_, *saved_stdout_, *saved_stderr_;
     FILE *own_stdin_ = nullptr, *own_stdout_ = nullptr, *own_stderr_ = nullptr;
     bool streams_lost_ = false;  // a case closed one of them

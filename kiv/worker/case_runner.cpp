@@ -2,6 +2,7 @@
 #include "kiv/worker/case_runner.h"
 
 #include "kiv/files.h"
+#include "kiv/observers.h"
 #include "kiv/worker/live.h"
 
 namespace kiv {
@@ -27,11 +28,11 @@ void CaseRunner::run(uint64_t from) {
         if (group_open) journal_.group_ended();
         journal_.group_begins(at, group.count);
         group_open = true;
-        if (around_.site) prepare(around_.site->folder_files(group.folder));
+        if (work_.site) prepare(work_.site->folder_files(group.folder));
         go_on = open_folders(group.folder);
         for (uint32_t i = 0; go_on && i < group.count; ++i) {
             run_case(at + i);
-            go_on = !around_.asks_to_go_on || journal_.go_on();
+            go_on = !work_.asks_to_go_on || journal_.go_on();
         }
         at += group.count;
     }
@@ -46,7 +47,7 @@ bool CaseRunner::open_folders(const kiv_folder *folder) {
     for (; !chain.empty(); chain.pop_back()) {
         open_.push_back(chain.back());
         fixture(chain.back(), true);
-        if (around_.asks_to_go_on && !journal_.go_on()) return false;
+        if (work_.asks_to_go_on && !journal_.go_on()) return false;
     }
     return true;
 }
@@ -59,7 +60,7 @@ void CaseRunner::close_folder() {
 
 void CaseRunner::fixture(const kiv_folder *folder, bool set_up) {
     if (folder->fixtures.empty()) return;
-    *around_.counters = {};
+    around_.counters = {};
     journal_.make_room();
     const int64_t begin = now_ns();
     journal_.fixture_begins(folder->id, set_up, begin);
@@ -72,34 +73,34 @@ void CaseRunner::fixture(const kiv_folder *folder, bool set_up) {
             if (fixture->tear_down) fixture->tear_down();
     }
     const int64_t end = now_ns();
-    around_.capture->settle(end - begin);
+    around_.capture.settle(end - begin);
     tell(Observer::kFixtures, [&](Observer &observer) { observer.fixture_ended(folder->path, set_up); });
-    journal_.fixture_ended(end, *around_.counters);
+    journal_.fixture_ended(end, around_.counters);
 }
 
 void CaseRunner::prepare(const CaseFiles &files) {
     problem_.clear();
     if (&files == prepared_ && files.standard_input.empty()) {
         // The folder's files are there already; what they are does not change while a run lasts.
-        around_.capture->feed(files.standard_input);
+        around_.capture.feed(files.standard_input);
         return;
     }
     if (around_.stager != nullptr && !around_.stager->stage(files, &problem_))
         problem_ = "ERROR: cannot stage the input files: " + problem_ + "\n";
-    around_.capture->feed(files.standard_input);
+    around_.capture.feed(files.standard_input);
     prepared_ = problem_.empty() ? &files : nullptr;
 }
 
 void CaseRunner::run_case(uint64_t position) {
     const Case &test = schedule_.case_at(position);
-    if (around_.site != nullptr) {
-        const CaseFiles &files = around_.site->case_files(test);
+    if (work_.site != nullptr) {
+        const CaseFiles &files = work_.site->case_files(test);
         prepare(files);
-        if (&files != &around_.site->folder_files(test.folder)) prepared_ = nullptr;
+        if (&files != &work_.site->folder_files(test.folder)) prepared_ = nullptr;
     } else {
-        around_.capture->feed({});
+        around_.capture.feed({});
     }
-    *around_.counters = {};
+    around_.counters = {};
     journal_.make_room();
     const int64_t begin = now_ns();
     journal_.case_begins(position, begin);
@@ -114,10 +115,10 @@ void CaseRunner::run_case(uint64_t position) {
     else
         live_print("ERROR: the case was registered without a function\n");
     const int64_t end = now_ns();
-    around_.capture->settle(end - begin);
+    around_.capture.settle(end - begin);
     if (!observers().empty())
         tell(Observer::kCases, [&](Observer &observer) { observer.case_ended(test.folder->path, name); });
-    journal_.case_ended(end, *around_.counters);
+    journal_.case_ended(end, around_.counters);
 }
 
 }  // namespace kiv

@@ -4,25 +4,21 @@
 
 #include <vector>
 
-#include "kiv/journal/journal.h"
-#include "kiv/select/schedule.h"
-#include "kiv/site/site.h"
-#include "kiv/worker/capture.h"
+#include "kiv/worker/worker.h"
 
 namespace kiv {
 
 class CaseRunner {
   public:
     struct Surroundings {
-        Site *site = nullptr;      // null: the flash and the input are left alone
-        Stager *stager = nullptr;  // null: no flash to stage into
-        Capture *capture = nullptr;
-        Counters *counters = nullptr;
-        bool asks_to_go_on = false;  // --fail-fast
+        Journal &journal;
+        Capture &capture;
+        Counters &counters;
+        Stager *stager;  // null: no flash to stage into
     };
 
-    CaseRunner(const Schedule &schedule, Journal &journal, const Surroundings &around)
-        : schedule_(schedule), journal_(journal), around_(around) {}
+    CaseRunner(const Work &work, const Surroundings &around)
+        : work_(work), schedule_(work.schedule), journal_(around.journal), around_(around) {}
 
     // From a position to the end.
     void run(uint64_t from);
@@ -34,6 +30,7 @@ class CaseRunner {
     void run_case(uint64_t position);
     void prepare(const CaseFiles &files);
 
+    const Work &work_;
     const Schedule &schedule_;
     Journal &journal_;
     Surroundings around_;

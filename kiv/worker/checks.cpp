@@ -1,38 +1,18 @@
 // The calls of a running case: prints and checks. A passed check costs a comparison and a count.
-#include <pthread.h>
-#include <sys/prctl.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <string>
 
 #include "kiv.h"
 #include "kiv/files.h"
+#include "kiv/observers.h"
 #include "kiv/worker/live.h"
 
 namespace kiv {
 
 namespace {
-
-Journal *note_taker = nullptr;
-Counters nobody;  // counts what no run counts
-
-std::vector<Observer *> &observer_list() {
-    static std::vector<Observer *> list;
-    return list;
-}
-
-// A child that a case forks shares no journal with its parent: two processes would write one. It prints to
-// the descriptors, which the run collects, and dies with the worker.
-void forked_child() {
-    if (live.journal == nullptr) return;
-    live.journal = nullptr;
-    live.counters = &nobody;
-    live.in_child = true;
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-}
 
 std::string formatted(const char *format, va_list arguments) {
     va_list again;
@@ -48,25 +28,10 @@ std::string_view view(const char *text) {
     return text ? std::string_view(text) : std::string_view();
 }
 
-Check check_of(const FailedCheck &event, bool passed) {
-    Check check;
-    check.passed = passed;
-    check.is_condition = event.is_condition;
-    check.status = event.status;
-    check.expected = event.expected;
-    check.expected_name = event.expected_name;
-    check.status_text = event.status_text;
-    check.message = event.message;
-    check.file = event.file;
-    check.function = event.function;
-    check.line = event.line;
-    return check;
-}
-
 // The way of a check that failed, or that somebody watches.
-void record(FailedCheck &check, bool passed) {
+void record(CheckView &check) {
     if (live.in_child) {
-        if (passed) return;
+        if (check.passed) return;
         const std::string text = "FAIL: a check failed in a child process: " + std::string(check.file) +
                                  ", " + std::string(check.function) + ", line " + std::to_string(check.line) +
                                  "\n";
@@ -74,11 +39,11 @@ void record(FailedCheck &check, bool passed) {
         return;
     }
     if (live.journal == nullptr) return;
-    if (!passed) ++live.counters->failed;
-    const bool kept = !passed && live.counters->failed <= Journal::kKeptFailures;
+    if (!check.passed) ++live.counters->failed;
+    const bool kept = !check.passed && live.counters->failed <= Journal::kKeptFailures;
     if (!kept && !live.watched_checks) return;
-    if (!check.is_condition && !passed) {
-        for (Observer *observer : observer_list()) {
+    if (!check.is_condition && !check.passed) {
+        for (Observer *observer : observers()) {
             if (const char *text = observer->status_text(check.status)) {
                 check.status_text = text;
                 break;
@@ -87,54 +52,12 @@ void record(FailedCheck &check, bool passed) {
     }
     if (kept) live.journal->failed_check(check);
     if (!live.watched_checks) return;
-    const Check whole = check_of(check, passed);
-    for (Observer *observer : observer_list())
+    const Check whole(check);
+    for (Observer *observer : observers())
         if (observer->interests() & Observer::kChecks) observer->check(whole);
 }
 
 }  // namespace
-
-Live live{nullptr, &nobody, false, false, false};
-
-void go_live(Journal *journal, Counters *counters) {
-    static const int registered = pthread_atfork(nullptr, nullptr, forked_child);
-    (void)registered;
-    unsigned interests = 0;
-    if (journal != nullptr)
-        for (Observer *observer : observer_list()) interests |= observer->interests();
-    live.journal = journal;
-    live.counters = counters ? counters : &nobody;
-    live.watched_checks = interests & Observer::kChecks;
-    live.watched_prints = interests & Observer::kPrints;
-}
-
-void live_print(std::string_view text) {
-    if (text.empty()) return;
-    if (live.journal == nullptr) {
-        write_all(STDOUT_FILENO, text);
-        return;
-    }
-    live.journal->text(Printed::print, text);
-    if (!live.watched_prints) return;
-    for (Observer *observer : observer_list())
-        if (observer->interests() & Observer::kPrints) observer->print(text);
-}
-
-void take_notes(Journal *journal) {
-    note_taker = journal;
-}
-
-void add_note(std::string_view text) {
-    if (note_taker != nullptr && !live.in_child) note_taker->note(text);
-}
-
-const std::vector<Observer *> &observers() {
-    return observer_list();
-}
-
-void subscribe(Observer *observer) {
-    observer_list().push_back(observer);
-}
 
 }  // namespace kiv
 
@@ -168,14 +91,15 @@ int kiv_jyx_check_cerrno_(u32 status, u32 expected, const char *expected_name, c
     const bool passed = status == expected;
     ++live.counters->checks;
     if (passed && !live.watched_checks) return 1;
-    kiv::FailedCheck check{};
+    kiv::CheckView check;
+    check.passed = passed;
     check.status = status;
     check.expected = expected;
     check.line = line;
     check.expected_name = kiv::view(expected_name);
     check.file = kiv::view(file);
     check.function = kiv::view(function);
-    kiv::record(check, passed);
+    kiv::record(check);
     return passed;
 }
 
@@ -183,7 +107,8 @@ int kiv_check__(int, int condition, const char *text, const char *file, const ch
                 const char *format, ...) {
     ++live.counters->checks;
     if (condition && !live.watched_checks) return condition;
-    kiv::FailedCheck check{};
+    kiv::CheckView check;
+    check.passed = condition != 0;
     check.is_condition = true;
     check.line = line;
     check.expected_name = kiv::view(text);
@@ -199,7 +124,7 @@ int kiv_check__(int, int condition, const char *text, const char *file, const ch
         va_end(arguments);
     }
     check.message = message;
-    kiv::record(check, condition != 0);
+    kiv::record(check);
     return condition;
 }
 }

@@ -5,7 +5,6 @@
 #include <string_view>
 
 #include "kiv/journal/journal.h"
-#include "kiv/observer.h"
 
 namespace kiv {
 
@@ -19,17 +18,16 @@ struct Live {
 
 extern Live live;
 
-// From now on prints and checks go to `journal`; to nobody when it is null.
+// From now on prints and checks go to `journal`; to nobody when it is null. Observers are told of them from
+// heed_observers on, which asks for their interests.
 void go_live(Journal *journal, Counters *counters);
+void heed_observers();
 
-// Where add_note goes in this process.
-void take_notes(Journal *journal);
+// Where add_note goes in this process from now on. Returns where it went before.
+Journal *take_notes(Journal *journal);
 
 // One print of the running case.
 void live_print(std::string_view text);
-
-// What every observer is told, in the order they subscribed.
-const std::vector<Observer *> &observers();
 
 }  // namespace kiv
 

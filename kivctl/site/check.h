@@ -1,22 +1,13 @@
-// What is wrong with a site's input files.
+// What is wrong with a site's files: each is read as whoever reads it does.
 #ifndef KIVCTL_SITE_CHECK_H
 #define KIVCTL_SITE_CHECK_H
 
 #include <string>
 #include <vector>
 
+#include "kivctl/site/problem.h"
+
 namespace kivctl {
-
-struct Problem {
-    std::string file;  // as it is reached from the site's directory
-    int line = 0;      // 0: the whole file
-    std::string field;
-    std::string text;
-
-    // "FILE:LINE: FIELD: TEXT"
-    std::string message() const;
-    bool operator==(const Problem &) const = default;
-};
 
 struct SiteCheck {
     std::vector<Problem> problems;

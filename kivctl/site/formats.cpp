@@ -4,7 +4,7 @@
 namespace kivctl {
 namespace {
 
-constexpr std::string_view kInterfaces = "kiv_input_file", kParameters = "kiv_tcs_input_file";
+constexpr size_t kInterfaces = 0, kParameters = 1;  // of kiv::kInputFiles
 
 // --- Input files ---
 
@@ -42,7 +42,9 @@ constexpr Token kDomainTokens[] = {{"IFH", Kind::existing_handle, 32, false},
                                    {"MAC_MOVE_SEC_ACTION", Kind::decimal, 2, false},
                                    {"MAC_LEARN_ENABLE", Kind::decimal, 1, false}};
 
-constexpr Reader kNpPorts{"the NP-port reader", kInterfaces, 2, 3, kNpPortTokens, {"INTF_NAME", "MAIN_IFH"}};
+constexpr std::string_view kBesideNpPort[] = {"INTF_NAME", "MAIN_IFH"};
+
+constexpr Reader kNpPorts{"the NP-port reader", kInterfaces, 2, 3, kNpPortTokens, kBesideNpPort};
 constexpr Reader kMains{"the main-interface reader", kInterfaces, 2, 3, kMainTokens};
 constexpr Reader kBundles{"the bundle reader", kParameters, 1, 2, kBundleTokens};
 constexpr Reader kBundleSubs{"the bundle sub-interface reader", kParameters, 2, 6, kBundleSubTokens};
@@ -77,9 +79,6 @@ constexpr Token kVspFields[] = {{"bridge domain", Kind::decimal, 32},
 constexpr Token kOleFields[] = {{"bridge domain", Kind::decimal, 32},
                                 {"remote VTEP", Kind::hexadecimal, 32},
                                 {"next hop", Kind::decimal, 32}};
-constexpr Token kVplagFields[] = {{"source VTEP", Kind::hexadecimal, 32},
-                                  {"vplag", Kind::decimal, 32},
-                                  {"number of paths", Kind::decimal, 32}};
 constexpr Token kShgFields[] = {{"address or VNI", Kind::hexadecimal, 32},
                                 {"interface handle", Kind::hexadecimal, 32},
                                 {"is-SHG", Kind::decimal, 32}};
@@ -88,7 +87,7 @@ constexpr Input kDomainLines{Script::records, 0, kDomainFields};
 constexpr Input kAcLines{Script::records, 0, kAcFields};
 constexpr Input kVspLines{Script::records, 0, kVspFields};
 constexpr Input kOleLines{Script::records, 0, kOleFields};
-constexpr Input kVplagLines{Script::vplags, 0, kVplagFields};
+constexpr Input kVplagLines{Script::vplags, 0, {}};
 constexpr Input kMacLines{Script::macs, 0, {}};
 constexpr Input kShgLines{Script::records, 0, kShgFields};
 constexpr Input kOneHandle{Script::handles, 1, {}};

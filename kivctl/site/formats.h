@@ -13,7 +13,6 @@ namespace kivctl {
 inline constexpr size_t kLineSize = 200;  // of an input file's line buffer: newline and end included
 inline constexpr int kMaxFields = 10;     // of a line, whoever reads it
 inline constexpr size_t kSpanLineSize = 100, kStdinLineSize = 500;  // of standard input's
-inline constexpr int kStdinMaxFields = 20;
 
 enum class Kind {
     decimal,
@@ -34,10 +33,10 @@ struct Token {
 // One function of the suite that reads a file.
 struct Reader {
     std::string_view what;  // "the rewrite reader"
-    std::string_view file;  // "kiv_tcs_input_file"
+    size_t file;            // of kiv::kInputFiles
     int lines, fields;      // that it reads
     std::span<const Token> tokens;
-    std::string_view ignored[2] = {};  // names that belong on the line though this reader has no use for them
+    std::span<const std::string_view> ignored = {};  // on the line, though this reader has no use for them
 };
 
 // Lines of standard input.
@@ -54,11 +53,11 @@ enum class Script {
 struct Input {
     Script script = Script::none;
     int count = 0;
-    std::span<const Token> fields = {};
+    std::span<const Token> fields = {};  // of a record
 };
 
 struct CaseFormat {
-    std::string_view folder, name;
+    std::string_view folder, name;  // no case that reads something is registered twice
     std::span<const Reader *const> readers;
     Input input;
 };

@@ -11,6 +11,7 @@
 #include <map>
 #include <set>
 
+#include "kiv/site/overlay.h"
 #include "kivctl/site/formats.h"
 
 namespace kivctl {
@@ -203,9 +204,10 @@ bool new_site(const std::string &directory, std::vector<std::string> *written, s
     for (const CaseFormat &format : case_formats()) {
         for (const Reader *const reader : format.readers) {
             // Main interfaces are the same for every folder.
-            const bool shared = reader->file == "kiv_input_file";
-            auto &list = readers[fmt::format(
-                "{}/{}", shared ? "disk0" : fmt::format("cases/{}", format.folder), reader->file)];
+            const bool shared = reader->file == 0;
+            auto &list =
+                readers[fmt::format("{}/{}", shared ? "disk0" : fmt::format("cases/{}", format.folder),
+                                    kiv::kInputFiles[reader->file])];
             if (std::find(list.begin(), list.end(), reader) == list.end()) list.push_back(reader);
         }
         if (format.input.script != Script::none)

@@ -16,9 +16,6 @@ enum kiv_span_operation : u32 {
     KIV_SPAN_DISABLE = 13,
 };
 
-// Session bit of a source feature that removes the source.
-enum : u32 { KIV_SPAN_SOURCE_REMOVE = 1u << 31 };
-
 #ifdef __cplusplus
 extern "C" {
 #endif

@@ -5,6 +5,7 @@
 
 #include "cerr.h"
 #include "kiv.h"
+#include "prm_kiv_check.h"
 #include "prm_types.h"
 #include "zor_vop_prm.h"
 #include "zor_vop_prm_tcam.h"
@@ -59,8 +60,9 @@ static inline prm_tcam_qos_result *prm_kiv_tcam_qos_result(const prm_info *info)
 u32 prm_kiv_tcam_address(const char *text);
 
 // Checks a status against PRM_ERROR_NONE.
-static inline int prm_kiv_check_none(prm_status_t status, const char *file, const char *function, int line) {
-    return kiv_jyx_check_cerrno_(status, PRM_ERROR_NONE, "PRM_ERROR_NONE", file, function, line);
+static inline int prm_kiv_check_none_here(prm_status_t status, const char *file, const char *function,
+                                          int here) {
+    return kiv_check_status_here(status, PRM_ERROR_NONE, "PRM_ERROR_NONE", file, function, here);
 }
 
 // --- Requests with something wrong -----------------------------------------------------------------------
@@ -72,6 +74,13 @@ enum prm_kiv_tcam_operations : u32 {
     PRM_KIV_TCAM_INSERT = 1u << PRM_TCAM_INSERT,
     PRM_KIV_TCAM_DELETE = 1u << PRM_TCAM_DELETE,
 };
+
+// The operations that the rows of a table of cases (case, operation) name, as a set.
+#define PRM_KIV_TCAM_OPERATIONS_OF(cases) (0 cases(PRM_KIV_TCAM_OR_OPERATION))
+#define PRM_KIV_TCAM_OR_OPERATION(name, operation) | PRM_KIV_TCAM_##operation
+
+// Whether a spoiled request carries its keys.
+enum prm_kiv_tcam_keys : bool { PRM_KIV_TCAM_NO_KEYS = false, PRM_KIV_TCAM_KEYS = true };
 
 // What a spoiled request must be answered with, and the lines that tell.
 struct prm_kiv_tcam_verdict {
@@ -88,7 +97,7 @@ struct prm_kiv_tcam_negative {
     u32 opcode;
     u32 ace_index;
     u32 supported;              // prm_kiv_tcam_operations
-    bool no_buffers;            // keys are not allocated
+    prm_kiv_tcam_keys keys;     // those of a request without keys are not allocated
     void (*spoil)(prm_info *);  // applied once the buffers are there; may be null
     prm_kiv_tcam_verdict verdict;
 };
@@ -100,12 +109,6 @@ void prm_kiv_tcam_spoil_result_key_sz(prm_info *info);
 void prm_kiv_tcam_spoil_opcode(prm_info *info);
 // An invalid feature, in the handle too.
 void prm_kiv_tcam_spoil_fea_id(prm_info *info);
-
-enum : u16 { PRM_KIV_TCAM_INVALID_ACE_INDEX = 2049 };
-
-// The row whose check carries a case's name; a case always has one.
-const prm_kiv_tcam_negative *prm_kiv_tcam_find_negative(const prm_kiv_tcam_negative *rows, size_t count,
-                                                        const char *function);
 
 // Calls the operation of an opcode with a request, which may be null. An opcode outside `supported` calls
 // nothing, prints a line and gives 0.

@@ -5,19 +5,8 @@
 
 #include "prm_types.h"
 
-// What a sub-interface does to the VLAN tags of a frame.
-enum kiv_rewrite_op : u8 {
-    KIV_REWRITE_NORW = 0,     // nothing
-    KIV_REWRITE_SWAP11 = 1,   // one tag for one
-    KIV_REWRITE_SWAP22 = 3,   // two tags for two
-    KIV_REWRITE_POP1 = 4,     // remove one tag
-    KIV_REWRITE_SWAP21 = 5,   // two tags for one
-    KIV_REWRITE_PUSH1 = 16,   // add one tag
-    KIV_REWRITE_SWAP12 = 18,  // one tag for two
-    KIV_REWRITE_PUSH2 = 32,   // add two tags
-};
-
-// The rewrite matrix: case, operation of the source and of the destination sub-interface, line of its check.
+// The rewrite matrix: case, operation (UIDB_REWRITE_...) of the source and of the destination sub-interface,
+// line of its check.
 // In a name "st" and "dt" tell how many tags the site gives the sub-interface; the request is the same for
 // both.
 // clang-format off

@@ -14,6 +14,10 @@ enum uidb_iftype : u32 {
     UIDB_IFTYPE_BVI = 6,
 };
 
+// Index of the one bridged virtual interface that a card has: on cards of the veltora family, and on the
+// other card types (PLATFORM_CARD_TYPE_...).
+enum : u16 { UIDB_BVI_INDEX_VELTORA = 2016, UIDB_BVI_INDEX = 4064 };
+
 enum uidb_feature_id : u32 {
     UIDB_FEATURE_IP_MTU = 123,         // bytes; qualifier UIDB_QUALIFIER_IP_MTU
     UIDB_FEATURE_NP_PORT = 154,        // NP port of a sub-interface outside a bundle
@@ -23,9 +27,9 @@ enum uidb_feature_id : u32 {
     UIDB_FEATURE_MPLS_ENABLE = 228,    // 1 / 0
     UIDB_FEATURE_VRF = 259,            // VRF id
     UIDB_FEATURE_IPV4_ENABLE = 260,    // 1 / 0
-    UIDB_FEATURE_REWRITE_OP = 314,     // rewrite operation code, 8 bits
+    UIDB_FEATURE_REWRITE_OP = 314,     // uidb_rewrite_op
     UIDB_FEATURE_VLAN_TAGS = 332,      // tags of the encapsulation: 0, 1 or 2
-    UIDB_FEATURE_SPAN_SOURCE = 455,    // mirror session; bit 31 set removes; qualifier is the direction
+    UIDB_FEATURE_SPAN_SOURCE = 455,    // mirror session, UIDB_SPAN_SOURCE_REMOVE; qualifier is the direction
     UIDB_FEATURE_MAC = 465,            // six MAC bytes from `value` on
     UIDB_FEATURE_OUTER_TPID = 514,
     UIDB_FEATURE_OUTER_VLAN = 515,
@@ -35,6 +39,22 @@ enum uidb_feature_id : u32 {
     UIDB_FEATURE_REWRITE_INNER_VLAN = 521,
     UIDB_FEATURE_BUNDLE_SUBIF_PORT = 638,  // member port in the low byte of `value`
 };
+
+// Value of UIDB_FEATURE_REWRITE_OP: what an interface does to the VLAN tags of a frame.
+enum uidb_rewrite_op : u8 {
+    UIDB_REWRITE_NORW = 0,     // nothing
+    UIDB_REWRITE_SWAP11 = 1,   // one tag for one
+    UIDB_REWRITE_SWAP22 = 3,   // two tags for two
+    UIDB_REWRITE_POP1 = 4,     // remove one tag
+    UIDB_REWRITE_SWAP21 = 5,   // two tags for one
+    UIDB_REWRITE_PUSH1 = 16,   // add one tag
+    UIDB_REWRITE_SWAP12 = 18,  // one tag for two
+    UIDB_REWRITE_PUSH2 = 32,   // add two tags
+};
+
+// Value of UIDB_FEATURE_SPAN_SOURCE: a session number adds the interface to that session's sources; with this
+// bit it removes the interface from them.
+enum : u32 { UIDB_SPAN_SOURCE_REMOVE = 1u << 31 };
 
 enum uidb_port_feature_id : u32 { UIDB_PORT_FEATURE_SOURCE_MAC = 468 };
 

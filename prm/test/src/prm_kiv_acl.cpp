@@ -8,7 +8,7 @@
 
 static const char kFile[] = "prm/test/src/prm_kiv_acl";
 
-enum : u16 { kFirstIndex = 0, kSecondIndex = 1, kClassId = 1 };
+enum : u16 { kClassId = 1 };
 
 // --- Steps. Each stores its check's result in *result; a case returns that of the last. ------------------
 
@@ -22,7 +22,7 @@ static prm_status_t acl_stats_create(prm_info *info, int *result) {
         kiv_printf("Failure in tc_kiv_acl_stats_create. rc = %s\n", cerr_strerror(rc));
     else
         kiv_printf("Success in ACL Stats Create %d \n", info->stats_id);
-    *result = prm_kiv_check_none(rc, kFile, "tc_kiv_acl_stats_create", __LINE__);
+    *result = prm_kiv_check_none_here(rc, kFile, "tc_kiv_acl_stats_create", __LINE__);
     return rc;
 }
 
@@ -38,11 +38,11 @@ static void acl_stats_destroy(u64 vmr_id, u32 stats_id, int *result) {
         kiv_printf("Failure in tc_kiv_acl_stats_destroy. rc = 0x%x\n", rc);
     else
         kiv_printf("Success in ACL Stats Destroy \n");
-    *result = prm_kiv_check_none(rc, kFile, "tc_kiv_acl_stats_destroy", __LINE__);
+    *result = prm_kiv_check_none_here(rc, kFile, "tc_kiv_acl_stats_destroy", __LINE__);
 }
 
 // What every entry has: the class, the addresses to the last bit, the statistics id.
-static void fill_entry(prm_info *info, const char *source, const char *destination, u32 stats_id) {
+static void fill_acl_entry(prm_info *info, const char *source, const char *destination, u32 stats_id) {
     prm_tcam_key *const value = prm_kiv_tcam_value(info);
     prm_tcam_key *const mask = prm_kiv_tcam_mask(info);
     prm_tcam_set_class_id(value, kClassId);
@@ -60,9 +60,9 @@ static void fill_entry(prm_info *info, const char *source, const char *destinati
 // with the handle and the key buffers, which are the caller's to release.
 static prm_status_t acl_create(prm_info *info, int *result) {
     const u32 stats_id = info->stats_id;
-    tc_kiv_tcam_init_prm_info(info, info->fea_id, PRM_TCAM_CREATE, 0, kFirstIndex);
+    tc_kiv_tcam_init_prm_info(info, info->fea_id, PRM_TCAM_CREATE, 0, PRM_KIV_ACL_INDEX_FIRST);
     if (tc_kiv_tcam_allocate_and_offset_vmr(info) == PRM_KIV_TCAM_NO_MEMORY) return PRM_KIV_TCAM_NO_MEMORY;
-    fill_entry(info, "1.1.1.1", "2.2.2.2", stats_id);
+    fill_acl_entry(info, "1.1.1.1", "2.2.2.2", stats_id);
     prm_kiv_tcam_value(info)->ttl = 100;
     prm_kiv_tcam_mask(info)->ttl = 255;
 
@@ -71,23 +71,23 @@ static prm_status_t acl_create(prm_info *info, int *result) {
         kiv_printf("Failure in tc_kiv_acl_tcam_create. rc = 0x%x\n", rc);
     else
         kiv_printf("Success in ACL Create \n");
-    *result = prm_kiv_check_none(rc, kFile, "tc_kiv_tcam_create", __LINE__);
+    *result = prm_kiv_check_none_here(rc, kFile, "tc_kiv_tcam_create", __LINE__);
     return rc;
 }
 
 // Inserts the second entry.
 static prm_status_t acl_insert(u64 vmr_id, u32 fea_id, u32 stats_id, int *result) {
     prm_info info;
-    tc_kiv_tcam_init_prm_info(&info, fea_id, PRM_TCAM_INSERT, vmr_id, kSecondIndex);
+    tc_kiv_tcam_init_prm_info(&info, fea_id, PRM_TCAM_INSERT, vmr_id, PRM_KIV_ACL_INDEX_SECOND);
     if (tc_kiv_tcam_allocate_and_offset_vmr(&info) == PRM_KIV_TCAM_NO_MEMORY) return PRM_KIV_TCAM_NO_MEMORY;
-    fill_entry(&info, "3.3.3.3", "4.4.4.4", stats_id);
+    fill_acl_entry(&info, "3.3.3.3", "4.4.4.4", stats_id);
 
     const prm_status_t rc = zor_vop_prm_tcam_vmr_insert(prm_async_handle, &info);
     if (rc != PRM_ERROR_NONE)
         kiv_printf("Failure in tc_kiv_acl_tcam_insert. rc = 0x%x\n", rc);
     else
         kiv_printf("Success in ACL Insert \n");
-    *result = prm_kiv_check_none(rc, kFile, "tc_kiv_acl_tcam_insert", __LINE__);
+    *result = prm_kiv_check_none_here(rc, kFile, "tc_kiv_acl_tcam_insert", __LINE__);
     free_vmr(&info);
     return rc;
 }
@@ -95,31 +95,31 @@ static prm_status_t acl_insert(u64 vmr_id, u32 fea_id, u32 stats_id, int *result
 // Deletes the second entry.
 static void acl_delete(u64 vmr_id, u32 fea_id, int *result) {
     prm_info info;
-    tc_kiv_tcam_init_prm_info(&info, fea_id, PRM_TCAM_DELETE, vmr_id, kSecondIndex);
+    tc_kiv_tcam_init_prm_info(&info, fea_id, PRM_TCAM_DELETE, vmr_id, PRM_KIV_ACL_INDEX_SECOND);
     const prm_status_t rc = zor_vop_prm_tcam_vmr_delete(prm_async_handle, &info);
     if (rc != PRM_ERROR_NONE)
         kiv_printf("Failure in tc_kiv_acl_tcam_delete. rc = 0x%x\n", rc);
     else
         kiv_printf("Success in ACL Delete \n");
-    *result = prm_kiv_check_none(rc, kFile, "tc_kiv_acl_tcam_delete", __LINE__);
+    *result = prm_kiv_check_none_here(rc, kFile, "tc_kiv_acl_tcam_delete", __LINE__);
 }
 
 static void acl_destroy(u64 vmr_id, u32 fea_id, int *result) {
     prm_info info;
-    tc_kiv_tcam_init_prm_info(&info, fea_id, PRM_TCAM_DESTROY, vmr_id, kFirstIndex);
+    tc_kiv_tcam_init_prm_info(&info, fea_id, PRM_TCAM_DESTROY, vmr_id, PRM_KIV_ACL_INDEX_FIRST);
     const prm_status_t rc = zor_vop_prm_tcam_vmr_destroy(prm_async_handle, &info);
     if (rc != PRM_ERROR_NONE)
         kiv_printf("Failure in tc_kiv_acl_tcam_destroy. rc = 0x%x\n", rc);
     else
         kiv_printf("Success in ACL Destroy \n");
-    *result = prm_kiv_check_none(rc, kFile, "tc_kiv_acl_tcam_destroy", __LINE__);
+    *result = prm_kiv_check_none_here(rc, kFile, "tc_kiv_acl_tcam_destroy", __LINE__);
 }
 
 // --- Positive cases --------------------------------------------------------------------------------------
 
 // Statistics, a TCAM with the first entry, its read-back and everything away again; `modify` inserts and
 // deletes the second entry around the read-back. A failed create leaves the statistics id taken.
-static int run_positive(bool modify) {
+static int run_create_or_modify(bool modify) {
     prm_info info;
     int result = 0;
     if (acl_stats_create(&info, &result) != PRM_ERROR_NONE) return result;
@@ -141,11 +141,11 @@ static int run_positive(bool modify) {
 }
 
 int tc_kiv_acl_tcam_create(void) {
-    return run_positive(false);
+    return run_create_or_modify(false);
 }
 
 int tc_kiv_acl_tcam_modify(void) {
-    return run_positive(true);
+    return run_create_or_modify(true);
 }
 
 // --- Null request ----------------------------------------------------------------------------------------
@@ -155,32 +155,25 @@ int tc_kiv_acl_tcam_null_prm_info_ptr(u32 opcode) {
         kFile, "tc_kiv_acl_tcam_null_prm_info_ptr", PRM_ERROR_INVALID_ARG,
         "Success while sending NULL prm_info ptr \n",
         "Failure in tc_kiv_acl_tcam_null_prm_info_ptr. rc = 0x%x\n"};
-    const u32 supported =
-        PRM_KIV_TCAM_CREATE | PRM_KIV_TCAM_INSERT | PRM_KIV_TCAM_DELETE | PRM_KIV_TCAM_DESTROY;
+    const u32 supported = PRM_KIV_TCAM_OPERATIONS_OF(PRM_KIV_ACL_NULL_INFO_CASES);
     return prm_kiv_tcam_judge(&kVerdict, prm_kiv_tcam_call(opcode, supported, nullptr));
 }
 
-int tc_kiv_acl_tcam_create_null_info_ptr(void) {
-    return tc_kiv_acl_tcam_null_prm_info_ptr(PRM_TCAM_CREATE);
-}
-int tc_kiv_acl_tcam_insert_null_info_ptr(void) {
-    return tc_kiv_acl_tcam_null_prm_info_ptr(PRM_TCAM_INSERT);
-}
-int tc_kiv_acl_tcam_delete_null_info_ptr(void) {
-    return tc_kiv_acl_tcam_null_prm_info_ptr(PRM_TCAM_DELETE);
-}
-int tc_kiv_acl_tcam_destroy_null_info_ptr(void) {
-    return tc_kiv_acl_tcam_null_prm_info_ptr(PRM_TCAM_DESTROY);
-}
+#define DEFINE_CASE(name, operation)                                    \
+    int name(void) {                                                    \
+        return tc_kiv_acl_tcam_null_prm_info_ptr(PRM_TCAM_##operation); \
+    }
+PRM_KIV_ACL_NULL_INFO_CASES(DEFINE_CASE)
+#undef DEFINE_CASE
 
 // --- Invalid TCAM handle ---------------------------------------------------------------------------------
 
 int tc_kiv_acl_tcam_invalid_vmr_id(u32 opcode) {
     const prm_kiv_tcam_negative negative = {PRM_TCAM_FEATURE_ACL,
                                             opcode,
-                                            kFirstIndex,
-                                            PRM_KIV_TCAM_INSERT | PRM_KIV_TCAM_DELETE | PRM_KIV_TCAM_DESTROY,
-                                            false,
+                                            PRM_KIV_ACL_INDEX_FIRST,
+                                            PRM_KIV_TCAM_OPERATIONS_OF(PRM_KIV_ACL_INVALID_HANDLE_CASES),
+                                            PRM_KIV_TCAM_KEYS,
                                             nullptr,
                                             {kFile, "tc_kiv_acl_tcam_invalid_vmr_id", PRM_ERROR_INVALID_ARG,
                                              "Success while sending invalid vmr id \n",
@@ -188,15 +181,12 @@ int tc_kiv_acl_tcam_invalid_vmr_id(u32 opcode) {
     return prm_kiv_tcam_run_negative(&negative, 0);  // no TCAM has the handle 0
 }
 
-int tc_kiv_acl_tcam_insert_invalid_vmr_id(void) {
-    return tc_kiv_acl_tcam_invalid_vmr_id(PRM_TCAM_INSERT);
-}
-int tc_kiv_acl_tcam_delete_invalid_vmr_id(void) {
-    return tc_kiv_acl_tcam_invalid_vmr_id(PRM_TCAM_DELETE);
-}
-int tc_kiv_acl_tcam_destroy_invalid_vmr_id(void) {
-    return tc_kiv_acl_tcam_invalid_vmr_id(PRM_TCAM_DESTROY);
-}
+#define DEFINE_CASE(name, operation)                                 \
+    int name(void) {                                                 \
+        return tc_kiv_acl_tcam_invalid_vmr_id(PRM_TCAM_##operation); \
+    }
+PRM_KIV_ACL_INVALID_HANDLE_CASES(DEFINE_CASE)
+#undef DEFINE_CASE
 
 // --- A TCAM to send spoiled requests to ------------------------------------------------------------------
 
@@ -221,16 +211,15 @@ static bool make_tcam(tcam *made, int *result) {
 // --- Invalid feature id ----------------------------------------------------------------------------------
 
 int tc_kiv_acl_tcam_invalid_fea_id(u32 opcode) {
-    const prm_kiv_tcam_negative negative = {
-        PRM_TCAM_FEATURE_ACL,
-        opcode,
-        kFirstIndex,
-        PRM_KIV_TCAM_CREATE | PRM_KIV_TCAM_INSERT | PRM_KIV_TCAM_DELETE | PRM_KIV_TCAM_DESTROY,
-        false,
-        prm_kiv_tcam_spoil_fea_id,
-        {kFile, "tc_kiv_acl_tcam_invalid_fea_id", PRM_ERROR_INVALID_ARG,
-         "Success while sending invalid feature id \n",
-         "Failure in tc_kiv_acl_tcam_invalid_fea_id. rc = 0x%x\n"}};
+    const prm_kiv_tcam_negative negative = {PRM_TCAM_FEATURE_ACL,
+                                            opcode,
+                                            PRM_KIV_ACL_INDEX_FIRST,
+                                            PRM_KIV_TCAM_OPERATIONS_OF(PRM_KIV_ACL_INVALID_FEATURE_CASES),
+                                            PRM_KIV_TCAM_KEYS,
+                                            prm_kiv_tcam_spoil_fea_id,
+                                            {kFile, "tc_kiv_acl_tcam_invalid_fea_id", PRM_ERROR_INVALID_ARG,
+                                             "Success while sending invalid feature id \n",
+                                             "Failure in tc_kiv_acl_tcam_invalid_fea_id. rc = 0x%x\n"}};
     const bool needs_tcam =
         opcode == PRM_TCAM_INSERT || opcode == PRM_TCAM_DELETE || opcode == PRM_TCAM_DESTROY;
     if (!needs_tcam) return prm_kiv_tcam_run_negative(&negative, 0);
@@ -252,18 +241,12 @@ int tc_kiv_acl_tcam_invalid_fea_id(u32 opcode) {
     return result;
 }
 
-int tc_kiv_acl_tcam_create_invalid_fea_id(void) {
-    return tc_kiv_acl_tcam_invalid_fea_id(PRM_TCAM_CREATE);
-}
-int tc_kiv_acl_tcam_insert_invalid_fea_id(void) {
-    return tc_kiv_acl_tcam_invalid_fea_id(PRM_TCAM_INSERT);
-}
-int tc_kiv_acl_tcam_delete_invalid_fea_id(void) {
-    return tc_kiv_acl_tcam_invalid_fea_id(PRM_TCAM_DELETE);
-}
-int tc_kiv_acl_tcam_destroy_invalid_fea_id(void) {
-    return tc_kiv_acl_tcam_invalid_fea_id(PRM_TCAM_DESTROY);
-}
+#define DEFINE_CASE(name, operation)                                 \
+    int name(void) {                                                 \
+        return tc_kiv_acl_tcam_invalid_fea_id(PRM_TCAM_##operation); \
+    }
+PRM_KIV_ACL_INVALID_FEATURE_CASES(DEFINE_CASE)
+#undef DEFINE_CASE
 
 // --- One spoiled field -----------------------------------------------------------------------------------
 
@@ -282,130 +265,21 @@ static int run_on_tcam(const prm_kiv_tcam_negative *negative) {
     return result;
 }
 
-// The cases' rows: the request and what is spoiled in it, the verdict and its lines. Some failure lines
-// differ from their case's name and stop; they are told as they are.
-// clang-format off
-static const prm_kiv_tcam_negative kSpoiled[] = {
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, true,
-     prm_kiv_tcam_spoil_nr_entries,
-     {kFile, "tc_kiv_acl_tcam_create_null_vmr_ptr", PRM_ERROR_INVALID_ARG,
-      "Success while sending NULL value, mask, result ptr \n",
-      "Failure in tc_kiv_acl_tcam_create_null_vmr_ptr rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, false,
-     prm_kiv_tcam_spoil_port_num,
-     {kFile, "tc_kiv_acl_tcam_create_invalid_port_num", PRM_ERROR_INVALID_ARG,
-      "Success while sending invalid port numbers as %d \n",
-      "Failure in tc_kiv_acl_tcam_create_invalid_port_num. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, false,
-     prm_kiv_tcam_spoil_value_mask_key_sz,
-     {kFile, "tc_kiv_acl_tcam_create_invalid_value_mask_key_sz", PRM_ERROR_INVALID_ARG,
-      "Success while sending invalid value & mask key size as 0 \n",
-      "Failure in tc_kiv_acl_tcam_create_invalid_value_mask_key_sz. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, false,
-     prm_kiv_tcam_spoil_result_key_sz,
-     {kFile, "tc_kiv_acl_tcam_create_invalid_result_key_sz", PRM_ERROR_INVALID_ARG,
-      "Success while sending invalid result key size as 0 \n",
-      "Failure in tc_kiv_acl_tcam_create_invalid_result_key_sz. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, false,
-     prm_kiv_tcam_spoil_nr_entries,
-     {kFile, "tc_kiv_acl_tcam_create_invalid_nr_entries", PRM_ERROR_INVALID_ARG,
-      "Success while sending invalid number of ace entries as 0 \n",
-      "Failure in  tc_kiv_acl_tcam_create_invalid_nr_entries. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE, kFirstIndex, PRM_KIV_TCAM_CREATE, false,
-     prm_kiv_tcam_spoil_opcode,
-     {kFile, "tc_kiv_acl_tcam_create_invalid_opcode", PRM_ERROR_INVALID_MSG,
-      "Success while sending invalid operation code \n",
-      "Failure in tc_kiv_acl_tcam_create_invalid_opcode. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_INSERT, kSecondIndex, PRM_KIV_TCAM_INSERT, true,
-     prm_kiv_tcam_spoil_nr_entries,
-     {kFile, "tc_kiv_acl_tcam_insert_null_vmr_ptr", PRM_ERROR_INVALID_ARG,
-      "Success while sending NULL value, mask, result ptr \n",
-      "Failure in tc_kiv_acl_tcam_insert_null_vmr_ptr. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_INSERT, kSecondIndex, PRM_KIV_TCAM_INSERT, false,
-     prm_kiv_tcam_spoil_port_num,
-     {kFile, "tc_kiv_acl_tcam_insert_invalid_port_num", PRM_ERROR_INVALID_ARG,
-      "Success while sending invalid port numbers as %d \n",
-      "Failure in tc_kiv_acl_tcam_insert_invalid_port_num. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_INSERT, kSecondIndex, PRM_KIV_TCAM_INSERT, false,
-     prm_kiv_tcam_spoil_nr_entries,
-     {kFile, "tc_kiv_acl_tcam_insert_invalid_nr_entries", PRM_ERROR_INVALID_ARG,
-      "Success while sending invalid no. of ace entries as 0 \n",
-      "Failure in tc_kiv_acl_tcam_insert_invalid_nr_entries. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_INSERT, kSecondIndex, PRM_KIV_TCAM_INSERT, false,
-     prm_kiv_tcam_spoil_opcode,
-     {kFile, "tc_kiv_acl_tcam_insert_invalid_opcode", PRM_ERROR_INVALID_MSG,
-      "Success while sending invalid operation code \n",
-      "Failure in tc_kiv_acl_tcam_insert_invalid_opcode. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_INSERT, PRM_KIV_TCAM_INVALID_ACE_INDEX, PRM_KIV_TCAM_INSERT, false,
-     nullptr,
-     {kFile, "tc_kiv_acl_tcam_insert_invalid_ace_index", PRM_ERROR_INVALID_ARG,
-      "Success while sending invalid index \n",
-      "Failure in tc_kiv_acl_tcam_insert_invalid_index. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_DELETE, kSecondIndex, PRM_KIV_TCAM_DELETE, false,
-     prm_kiv_tcam_spoil_port_num,
-     {kFile, "tc_kiv_acl_tcam_delete_invalid_port_num", PRM_ERROR_INVALID_ARG,
-      "Success while sending invalid port numbers as %d \n",
-      "Failure in tc_kiv_acl_tcam_delete_invalid_port_num. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_DELETE, kSecondIndex, PRM_KIV_TCAM_DELETE, false,
-     prm_kiv_tcam_spoil_nr_entries,
-     {kFile, "tc_kiv_acl_tcam_delete_invalid_nr_entries", PRM_ERROR_INVALID_ARG,
-      "Success while sending invalid no. of ace entries as 0 \n",
-      "Failure in tc_kiv_acl_tcam_delete_invalid_nr_entries. rc = 0x%x\n"}},
-    {PRM_TCAM_FEATURE_ACL, PRM_TCAM_DELETE, PRM_KIV_TCAM_INVALID_ACE_INDEX, PRM_KIV_TCAM_DELETE, false,
-     nullptr,
-     {kFile, "tc_kiv_acl_tcam_delete_invalid_ace_index", PRM_ERROR_INVALID_ARG,
-      "Success while sending invalid index \n",
-      "Failure in tc_kiv_acl_tcam_delete_invalid_index. rc = 0x%x\n"}},
-};
-// clang-format on
-
-// Runs the case of that name.
-static int run_spoiled(const char *function) {
-    const prm_kiv_tcam_negative *const negative =
-        prm_kiv_tcam_find_negative(kSpoiled, sizeof kSpoiled / sizeof *kSpoiled, function);
-    const bool needs_tcam = negative->opcode != PRM_TCAM_CREATE && !negative->no_buffers;
+static int run_spoiled(const prm_kiv_tcam_negative *negative) {
+    const bool needs_tcam = negative->opcode != PRM_TCAM_CREATE && negative->keys;
     return needs_tcam ? run_on_tcam(negative) : prm_kiv_tcam_run_negative(negative, 0);
 }
 
-int tc_kiv_acl_tcam_create_null_vmr_ptr(void) {
-    return run_spoiled(__func__);
-}
-int tc_kiv_acl_tcam_create_invalid_port_num(void) {
-    return run_spoiled(__func__);
-}
-int tc_kiv_acl_tcam_create_invalid_value_mask_key_sz(void) {
-    return run_spoiled(__func__);
-}
-int tc_kiv_acl_tcam_create_invalid_result_key_sz(void) {
-    return run_spoiled(__func__);
-}
-int tc_kiv_acl_tcam_create_invalid_nr_entries(void) {
-    return run_spoiled(__func__);
-}
-int tc_kiv_acl_tcam_create_invalid_opcode(void) {
-    return run_spoiled(__func__);
-}
-int tc_kiv_acl_tcam_insert_null_vmr_ptr(void) {
-    return run_spoiled(__func__);
-}
-int tc_kiv_acl_tcam_insert_invalid_port_num(void) {
-    return run_spoiled(__func__);
-}
-int tc_kiv_acl_tcam_insert_invalid_nr_entries(void) {
-    return run_spoiled(__func__);
-}
-int tc_kiv_acl_tcam_insert_invalid_opcode(void) {
-    return run_spoiled(__func__);
-}
-int tc_kiv_acl_tcam_insert_invalid_ace_index(void) {
-    return run_spoiled(__func__);
-}
-int tc_kiv_acl_tcam_delete_invalid_port_num(void) {
-    return run_spoiled(__func__);
-}
-int tc_kiv_acl_tcam_delete_invalid_nr_entries(void) {
-    return run_spoiled(__func__);
-}
-int tc_kiv_acl_tcam_delete_invalid_ace_index(void) {
-    return run_spoiled(__func__);
-}
+#define DEFINE_CASE(name, operation, index, keys, spoil, code, success, failure)                             \
+    int name(void) {                                                                                         \
+        static const prm_kiv_tcam_negative kNegative = {PRM_TCAM_FEATURE_ACL,                                \
+                                                        PRM_TCAM_##operation,                                \
+                                                        PRM_KIV_ACL_INDEX_##index,                           \
+                                                        PRM_KIV_TCAM_##operation,                            \
+                                                        PRM_KIV_TCAM_##keys,                                 \
+                                                        spoil,                                               \
+                                                        {kFile, #name, PRM_ERROR_##code, success, failure}}; \
+        return run_spoiled(&kNegative);                                                                      \
+    }
+PRM_KIV_ACL_SPOILED_CASES(DEFINE_CASE)
+#undef DEFINE_CASE

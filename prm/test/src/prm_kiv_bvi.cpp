@@ -44,16 +44,11 @@ prm_status_t kiv_util_read_bvi_input(void) {
 }
 
 prm_status_t prm_kiv_util_bvi_interface_create(void) {
-    uidb_create_msg *const message = static_cast<uidb_create_msg *>(calloc(1, sizeof(uidb_create_msg)));
+    uidb_create_msg *const message = prm_kiv_uidb_new<uidb_create_msg>(bvi_ifh, 0, UIDB_IFTYPE_BVI, 0);
     if (message == nullptr) {
         kiv_printf("\nCould not allocate uidb_create_msg\n");
         return PRM_KIV_NO_MEMORY_STATUS;
     }
-    message->channel_map = 0;
-    message->if_handle = bvi_ifh;
-    message->parent_ifh = 0;
-    message->iftype = UIDB_IFTYPE_BVI;
-
     kiv_printf("channel_map = %d\n if_handle = 0x%X iftype = %d     parent_ifh = 0x%X\n",
                message->channel_map, message->if_handle, message->iftype, message->parent_ifh);
     const prm_status_t rc = uidb_create_interface(UIDB_CLIENT_COOKIE, message);
@@ -64,15 +59,11 @@ prm_status_t prm_kiv_util_bvi_interface_create(void) {
 }
 
 prm_status_t prm_kiv_util_bvi_interface_feature_set(int which) {
-    typedef uidb_client_data_of<2> message_t;
-    message_t *const message = static_cast<message_t *>(calloc(1, sizeof(message_t)));
+    auto *const message = prm_kiv_uidb_new<uidb_client_data_of<2>>(bvi_ifh);
     if (message == nullptr) {
         kiv_printf("Malloc Failed for uidb_client_data \n");
-        kiv_fail_without_memory(kFile, "prm_kiv_util_bvi_interface_feature_set", 194);
+        kiv_fail_without_memory_fixed(kFile, "prm_kiv_util_bvi_interface_feature_set", 194);
     }
-    message->head.if_handle = bvi_ifh;
-    message->head.nr_features = 2;
-    message->head.features_len = 2 * sizeof(uidb_feature);
     prm_kiv_uidb_fill(&message->features[0], 0, UIDB_FEATURE_MAC, 0);
     memcpy(message->features[0].mac, which != 0 ? bvi_mac : bvi_mac_2, sizeof bvi_mac);
     prm_kiv_uidb_fill(&message->features[1], 0, UIDB_FEATURE_VRF, which != 0 ? bvi_vrf : bvi_vrf_2);
@@ -84,7 +75,7 @@ prm_status_t prm_kiv_util_bvi_interface_feature_set(int which) {
         kiv_printf("\nuidb_set_feature failed\n");
         return rc;
     }
-    kiv_check_success(CERR_SUCCESS, kFile, "prm_kiv_util_bvi_interface_feature_set", 230);
+    kiv_check_success_fixed(CERR_SUCCESS, kFile, "prm_kiv_util_bvi_interface_feature_set", 230);
     kiv_printf("BVI MAC handling Succesfull\n");
     return rc;
 }
@@ -239,7 +230,7 @@ template <size_t N>
 static int run_steps(const bvi_step (&steps)[N], const char *function, int line) {
     for (const bvi_step &step : steps)
         if (told(step.run(), step.failure) != CERR_SUCCESS) return 0;
-    return kiv_check_success(CERR_SUCCESS, kFile, function, line);
+    return kiv_check_success_fixed(CERR_SUCCESS, kFile, function, line);
 }
 
 int tc_kiv_bvI_with_ac_main_port_in_bd_bvi_bind_first(void) {

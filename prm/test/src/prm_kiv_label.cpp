@@ -90,12 +90,12 @@ prm_status_t kiv_util_vop_prm_srh_mpls_leaf_del(u32 label, u32 eos) {
 // --- Links of a chain ---
 
 // The checks of a chain stand under the name of the case that builds it, `function` everywhere below.
-static int check(prm_status_t rc, const char *function, int line) {
-    return kiv_check_success(rc, kFile, function, line);
+static int check_here(prm_status_t rc, const char *function, int here) {
+    return kiv_check_success_here(rc, kFile, function, here);
 }
 
 // Reserves a next hop, told as `name`: the index stays as it was when there is none to have.
-static void reserve_next_hop(const char *name, u32 *nh) {
+static void reserve_chain_next_hop(const char *name, u32 *nh) {
     const prm_status_t rc = kiv_util_tx_adj_buddy_reserve(1, nh);
     if (rc != CERR_SUCCESS)
         kiv_printf("ERROR: Buddy Reserve failed. rc = 0x%x ", rc);
@@ -121,7 +121,7 @@ static u32 reserve_load_distribution(u32 word36, u8 byte296, const char *functio
     prm_buddy_reserve request;
     fill_reserve(&request, word36, byte296);
     const prm_status_t rc = kiv_util_nr_ldi_buddy_reserve(nullptr, &request);
-    check(rc, function, __LINE__);
+    check_here(rc, function, __LINE__);
     return request.index;
 }
 
@@ -130,7 +130,7 @@ static void add_load_distribution(u32 ldi_ptr, u32 ldi_mode, const prm_nr_ldi_pa
     prm_nr_ldi entry;
     prm_kiv_nr_ldi_fill_block(&entry, ldi_ptr, ldi_mode, block);
     const prm_status_t rc = kiv_util_nr_ldi_add(prm_async_handle, &entry);
-    check(rc, function, __LINE__);
+    check_here(rc, function, __LINE__);
     kiv_printf("NR_LDI_ADD API call is sucessfull\n");
 }
 
@@ -141,7 +141,7 @@ static int reserve_label_index(u32 *index, const char *function) {
     kiv_printf("Call MPLS_LEAF_BUDDY_RESERVE\n");
     const prm_status_t rc = prm_srh_mpls_leaf_buddy_reserve(nullptr, &request);
     *index = request.index;
-    return check(rc, function, __LINE__);
+    return check_here(rc, function, __LINE__);
 }
 
 static int reserve_label_index_and_tell(u32 *index, const char *function) {
@@ -155,7 +155,7 @@ static int add_chain_label(u32 label, u32 eos, u32 ldi_ptr, u32 leaf_index, int 
                            const char *function) {
     const prm_status_t rc =
         kiv_util_vop_prm_srh_mpls_leaf_add(label, eos, 0, 0, 1, ldi_ptr, leaf_index, modify);
-    const int result = check(rc, function, __LINE__);
+    const int result = check_here(rc, function, __LINE__);
     kiv_printf("kiv_util_vop_prm_srh_mpls_leaf_add called rc: 0x%x\n", rc);
     return result;
 }
@@ -195,7 +195,7 @@ static void fill_swap_block(prm_nr_ldi_path_block *block, u32 nh, u32 mpls_nh) {
 static int create_pop(label_chain *chain, u32 eos, int modify, const char *function) {
     chain->ldi_ptr = 0;
     chain->nh = 0;
-    reserve_next_hop("Index", &chain->nh);
+    reserve_chain_next_hop("Index", &chain->nh);
     add_adjacency(PRM_KIV_TX_ADJ_NORMAL, chain->nh, 0);
 
     kiv_printf("Call NR_LDI_BUDDY_RESERVE\n");
@@ -212,8 +212,8 @@ static int create_pop(label_chain *chain, u32 eos, int modify, const char *funct
 
 // Builds the swap chain; the result of its last check.
 static int create_swap(label_chain *chain, u32 eos, int modify, const char *function) {
-    reserve_next_hop("Index", &chain->nh);
-    reserve_next_hop("Index", &chain->mpls_nh);
+    reserve_chain_next_hop("Index", &chain->nh);
+    reserve_chain_next_hop("Index", &chain->mpls_nh);
     add_adjacency(PRM_KIV_TX_ADJ_NORMAL, chain->nh, 0);
     add_adjacency(PRM_KIV_TX_ADJ_MPLS, chain->nh, chain->mpls_nh);
 
@@ -246,7 +246,7 @@ int tc_mpls_leaf_buddy_release(void) {
     release.count = 1;
     kiv_printf("Call MPLS_LEAF_BUDDY_RELEASE\n");
     const prm_status_t rc = prm_srh_mpls_leaf_buddy_release(nullptr, &release);
-    const int result = check(rc, "tc_mpls_leaf_buddy_release", __LINE__);
+    const int result = check_here(rc, "tc_mpls_leaf_buddy_release", __LINE__);
     kiv_printf("Call MPLS_LEAF_BUDDY_RELEASE sucessfull\n");
     return result;
 }
@@ -316,7 +316,7 @@ int tc_mpls_fwding_chain_create_pop_to_swap(void) {
     const int result = create_pop(&chain, 1, kAdd, "tc_mpls_fwding_chain_create_pop_to_swap");
     kiv_printf("SUCCESS: call create_pop nh_idx: 0x%x leaf_hw_idx: 0x%x ldi_ptr: 0x%x", chain.nh,
                chain.leaf_index, chain.ldi_ptr);
-    reserve_next_hop("MPLS Index", &chain.mpls_nh);
+    reserve_chain_next_hop("MPLS Index", &chain.mpls_nh);
     add_adjacency(PRM_KIV_TX_ADJ_MPLS, chain.nh, chain.mpls_nh);
     modify_pop_label(&chain);
     return result;
@@ -334,14 +334,14 @@ int tc_mpls_fwding_chain_create_swap_to_pop(void) {
 
 static int add_pop_lookup_label(u32 eos, const char *function) {
     const prm_status_t rc = kiv_util_vop_prm_srh_mpls_leaf_add(kPopLookupLabel, eos, 1, 0, 0, 0, 0, kAdd);
-    const int result = check(rc, function, __LINE__);
+    const int result = check_here(rc, function, __LINE__);
     kiv_printf("kiv_util_vop_prm_srh_mpls_leaf_add called rc: 0x%x\n", rc);
     return result;
 }
 
 static int delete_pop_lookup_label(u32 eos, const char *function) {
     const prm_status_t rc = kiv_util_vop_prm_srh_mpls_leaf_del(kPopLookupLabel, eos);
-    const int result = check(rc, function, __LINE__);
+    const int result = check_here(rc, function, __LINE__);
     kiv_printf("kiv_util_vop_prm_srh_mpls_leaf_del called rc: 0x%x\n", rc);
     return result;
 }

@@ -54,14 +54,12 @@ prm_status_t kiv_util_lag_member_cfg(u32 np_port, u32 lag, int configure) {
 // --- Main interface ---
 
 static prm_status_t create_bundle_interface(u32 bundle_ifh) {
-    uidb_create_msg *const message = static_cast<uidb_create_msg *>(calloc(1, sizeof(uidb_create_msg)));
+    uidb_create_msg *const message =
+        prm_kiv_uidb_new<uidb_create_msg>(bundle_ifh, 0, UIDB_IFTYPE_BUNDLE_MAIN, 0);
     if (message == nullptr) {
         kiv_printf("Could not allocate uidb_create_msg\n");
         return PRM_KIV_NO_MEMORY_STATUS;
     }
-    message->if_handle = bundle_ifh;
-    message->iftype = UIDB_IFTYPE_BUNDLE_MAIN;
-
     kiv_printf("if_handle = 0x%X\n iftype = %d \n", bundle_ifh, UIDB_IFTYPE_BUNDLE_MAIN);
     kiv_printf("Calling uidb_create_single_interface\n");
     const prm_status_t rc = uidb_create_interface_batch(UIDB_CLIENT_COOKIE, message, 1);
@@ -71,21 +69,17 @@ static prm_status_t create_bundle_interface(u32 bundle_ifh) {
 
 // Tells the bundle interface its layer and its bundle id.
 static void set_bundle_features(u32 lag, u32 bundle_ifh, u32 l2_flag) {
-    typedef uidb_client_data_of<2> message_t;
-    message_t *const message = static_cast<message_t *>(calloc(1, sizeof(message_t)));
+    auto *const message = prm_kiv_uidb_new<uidb_client_data_of<2>>(bundle_ifh);
     if (message == nullptr) {
         kiv_printf("Malloc Failed for uidb_client_data \n");
-        kiv_fail_without_memory(kFile, "kiv_util_cfg_bdl_main_if", __LINE__);
+        kiv_fail_without_memory_here(kFile, "kiv_util_cfg_bdl_main_if", __LINE__);
     }
-    message->head.if_handle = bundle_ifh;
-    message->head.nr_features = 2;
-    message->head.features_len = sizeof message->features;
     prm_kiv_uidb_fill(&message->features[0], 0, UIDB_FEATURE_L2, l2_flag);
     prm_kiv_uidb_fill(&message->features[1], 0, UIDB_FEATURE_LAG_ID, lag);
 
     kiv_printf("Call UIDB Set feature\n");
     const prm_status_t rc = uidb_set_feature(UIDB_CLIENT_COOKIE, &message->head);
-    kiv_check_success(rc, kFile, "kiv_util_cfg_bdl_main_if", __LINE__);
+    kiv_check_success_here(rc, kFile, "kiv_util_cfg_bdl_main_if", __LINE__);
     free(message);
 }
 
@@ -104,22 +98,22 @@ prm_status_t kiv_util_cfg_bdl_main_if(u32 lag, u32 bundle_ifh, u32 l2_flag, u32 
     static const char kStep[] = "kiv_util_cfg_bdl_main_if";
 
     prm_status_t rc = create_bundle_interface(bundle_ifh);
-    kiv_check_success(rc, kFile, kStep, __LINE__);
+    kiv_check_success_here(rc, kFile, kStep, __LINE__);
     kiv_printf("Bdl uidb creation successful\n");
 
     set_bundle_features(lag, bundle_ifh, l2_flag);
 
     kiv_printf("Setting src mac\n");
     rc = set_source_mac(lag);
-    kiv_check_success(rc, kFile, kStep, __LINE__);
+    kiv_check_success_here(rc, kFile, kStep, __LINE__);
     kiv_printf("MAc Address Set Successful\n");
 
     // The first member is configured before the trunk exists.
     rc = kiv_util_lag_member_cfg(ports[0], lag, 1);
-    kiv_check_success(rc, kFile, kStep, __LINE__);
+    kiv_check_success_here(rc, kFile, kStep, __LINE__);
 
     rc = kiv_util_lag_create(member_count, ports, lag);
-    kiv_check_success(rc, kFile, kStep, __LINE__);
+    kiv_check_success_here(rc, kFile, kStep, __LINE__);
     kiv_printf("Trunk create Successful\n");
     return rc;
 }
@@ -132,13 +126,13 @@ static void read_ports_and_bundle(void) {
 int tc_kiv_create_bdl_l2_main_if(void) {
     read_ports_and_bundle();
     const prm_status_t rc = kiv_util_cfg_bdl_main_if(lag_id, bdl_ifh, 1, 1, port.number);
-    return kiv_check_success(rc, kFile, "tc_kiv_create_bdl_l2_main_if", __LINE__);
+    return kiv_check_success_here(rc, kFile, "tc_kiv_create_bdl_l2_main_if", __LINE__);
 }
 
 int tc_kiv_create_bdl_l3_main_if(void) {
     read_ports_and_bundle();
     const prm_status_t rc = kiv_util_cfg_bdl_main_if(lag_id, bdl_ifh, 0, 1, port.number);
-    return kiv_check_success(rc, kFile, "tc_kiv_create_bdl_l3_main_if", __LINE__);
+    return kiv_check_success_here(rc, kFile, "tc_kiv_create_bdl_l3_main_if", __LINE__);
 }
 
 int tc_kiv_delete_bdl_main_if(void) {
@@ -146,15 +140,15 @@ int tc_kiv_delete_bdl_main_if(void) {
     read_ports_and_bundle();
 
     prm_status_t rc = kiv_util_lag_delete(lag_id);
-    kiv_check_success(rc, kFile, kCase, __LINE__);
+    kiv_check_success_here(rc, kFile, kCase, __LINE__);
     kiv_printf("Trunk Deletion Successful\n");
 
     // The member of the trunk; the configure and unconfigure cases name the other one.
     rc = kiv_util_lag_member_cfg(port.number[0], lag_id, 0);
-    kiv_check_success(rc, kFile, kCase, __LINE__);
+    kiv_check_success_here(rc, kFile, kCase, __LINE__);
 
     rc = uidb_delete_interface(UIDB_CLIENT_COOKIE, bdl_ifh);
-    const int result = kiv_check_success(rc, kFile, kCase, __LINE__);
+    const int result = kiv_check_success_here(rc, kFile, kCase, __LINE__);
     kiv_printf("Deleting Main Bdl interface successful\n");
     return result;
 }
@@ -162,11 +156,11 @@ int tc_kiv_delete_bdl_main_if(void) {
 // --- Members ---
 
 // Both cases tell the same two lines.
-static int configure_member(int configure, const char *function, int line) {
+static int configure_member(int configure, const char *function, int here) {
     read_ports_and_bundle();
     kiv_printf("Configure one trunk member\n");
     const prm_status_t rc = kiv_util_lag_member_cfg(port.number[1], lag_id, configure);
-    const int result = kiv_check_success(rc, kFile, function, line);
+    const int result = kiv_check_success_here(rc, kFile, function, here);
     kiv_printf("Adding members to trunk successful\n");
     return result;
 }
@@ -183,7 +177,7 @@ int tc_kiv_add_bdl_members(void) {
     read_ports_and_bundle();
     kiv_printf("Add 1 trunk member\n");
     const prm_status_t rc = kiv_util_lag_set_members(2, port.number, lag_id);
-    const int result = kiv_check_success(rc, kFile, "tc_kiv_add_bdl_members", __LINE__);
+    const int result = kiv_check_success_here(rc, kFile, "tc_kiv_add_bdl_members", __LINE__);
     kiv_printf("Adding members to trunk successful\n");
     return result;
 }
@@ -192,7 +186,7 @@ int tc_kiv_remove_bdl_members(void) {
     read_ports_and_bundle();
     kiv_printf("Remove 1 trunk member\n");
     const prm_status_t rc = kiv_util_lag_set_members(1, port.number, lag_id);
-    const int result = kiv_check_success(rc, kFile, "tc_kiv_remove_bdl_members", __LINE__);
+    const int result = kiv_check_success_here(rc, kFile, "tc_kiv_remove_bdl_members", __LINE__);
     kiv_printf("Removing members to trunk successful\n");
     return result;
 }
@@ -207,7 +201,7 @@ int tc_kiv_create_bdl_sub_interfaces(void) {
         const prm_status_t rc =
             kiv_util_cfg_subif(parent_ifh[i], create_ifh[i], port.number[i] & 0xFF, sub_lag_id[i],
                                ovlan.word[i], ivlan.word[i], otpid.word[i], 0, 1);
-        result = kiv_check_success(rc, kFile, "tc_kiv_create_bdl_sub_interfaces", __LINE__);
+        result = kiv_check_success_here(rc, kFile, "tc_kiv_create_bdl_sub_interfaces", __LINE__);
     }
     return result;
 }
@@ -219,35 +213,32 @@ int tc_kiv_modify_bdl_sub_interfaces(void) {
         kiv_util_chg_subif_encap(create_ifh[i], 0, 0, 0, 0);  // clears; the step checks
         const prm_status_t rc =
             kiv_util_chg_subif_encap(create_ifh[i], ovlan.word[i], ivlan.word[i], otpid.word[i], 0);
-        result = kiv_check_success(rc, kFile, "tc_kiv_modify_bdl_sub_interfaces", __LINE__);
+        result = kiv_check_success_here(rc, kFile, "tc_kiv_modify_bdl_sub_interfaces", __LINE__);
     }
     return result;
 }
 
 // Adds the second NP port to both bundle sub-interfaces, or removes it from them.
-static int set_member_port(u32 add, const char *function, int line) {
+static int set_member_port(u32 add, const char *function, int here) {
     kiv_util_read_np_ports();
     kiv_util_read_bdl_subif_params();
 
-    typedef uidb_feature_batch_of<kBundleSubInterfaces> batch_t;
-    batch_t *const batch = static_cast<batch_t *>(calloc(1, sizeof(batch_t)));
+    auto *const batch = prm_kiv_uidb_new<uidb_feature_batch_of<kBundleSubInterfaces>>();
     if (batch == nullptr) {
-        kiv_printf("%s %d Memory allocation failed\n", function, line);
-        kiv_fail_without_memory(kFile, function, line);
+        kiv_printf("%s %d Memory allocation failed\n", function, here);
+        kiv_fail_without_memory_here(kFile, function, here);
     }
-    batch->head.nr_entries = kBundleSubInterfaces;
-    batch->head.entries_len = sizeof batch->entries;
     for (int i = 0; i < kBundleSubInterfaces; ++i) {
-        batch->entries[i].if_handle = create_ifh[i];
-        uidb_feature *const feature = &batch->entries[i].feature;
-        prm_kiv_uidb_fill(feature, 0, UIDB_FEATURE_BUNDLE_SUBIF_PORT, port.number[1] & 0xFF);
-        feature->member_add = add;
-        feature->member_valid = 1;
+        uidb_batch_entry *const entry = &batch->entries[i];
+        prm_kiv_uidb_fill_entry(entry, create_ifh[i], 0, UIDB_FEATURE_BUNDLE_SUBIF_PORT,
+                                port.number[1] & 0xFF);
+        entry->feature.member_add = add;
+        entry->feature.member_valid = 1;
     }
 
     kiv_printf("Call UIDB Set feature batch\n");
     const prm_status_t rc = uidb_set_feature_batch(UIDB_CLIENT_COOKIE, &batch->head);
-    const int result = kiv_check_success(rc, kFile, function, line);
+    const int result = kiv_check_success_here(rc, kFile, function, here);
     free(batch);
     return result;
 }
@@ -265,7 +256,7 @@ int tc_kiv_delete_bdl_subifs(void) {
     kiv_util_read_bdl_subif_params();
     for (int i = 0; i < kBundleSubInterfaces; ++i) {
         const prm_status_t rc = uidb_delete_interface(UIDB_CLIENT_COOKIE, create_ifh[i]);
-        result = kiv_check_success(rc, kFile, "tc_kiv_delete_bdl_subifs", __LINE__);
+        result = kiv_check_success_here(rc, kFile, "tc_kiv_delete_bdl_subifs", __LINE__);
     }
     kiv_printf("Deleting sub interface successful\n");
     return result;

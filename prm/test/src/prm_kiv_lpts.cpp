@@ -24,7 +24,7 @@ prm_lpts_id fp_id_v4, fp_id_v6;
 
 // --- Entries ---
 
-static void fill_entry(prm_lpts_entry *entry, u32 l3_proto, u8 l4_proto, u32 prefix_len) {
+static void fill_lpts_entry(prm_lpts_entry *entry, u32 l3_proto, u8 l4_proto, u32 prefix_len) {
     entry->lpts_type = PRM_LPTS_TYPE;
     entry->lpts_mask0 = PRM_LPTS_MASK_ALL;
     entry->lpts_mask1 = PRM_LPTS_MASK_ALL;
@@ -38,7 +38,7 @@ static void fill_entry(prm_lpts_entry *entry, u32 l3_proto, u8 l4_proto, u32 pre
 void kiv_util_lpts_build_v4_entry(prm_lpts_entry *entry, u32 selector) {
     memset(entry, 0, sizeof *entry);
     if (selector != 0) return;
-    fill_entry(entry, PRM_LPTS_PROTO_IPV4, kUdp, 32);
+    fill_lpts_entry(entry, PRM_LPTS_PROTO_IPV4, kUdp, 32);
     entry->local_addr.v4 = kLocalIpv4;
     entry->remote_addr.v4 = kRemoteIpv4;
     entry->local_port = kLocalPort;
@@ -47,7 +47,7 @@ void kiv_util_lpts_build_v4_entry(prm_lpts_entry *entry, u32 selector) {
 void kiv_util_lpts_build_v6_entry(prm_lpts_entry *entry, u32 selector) {
     memset(entry, 0, sizeof *entry);
     if (selector != 0) return;
-    fill_entry(entry, PRM_LPTS_PROTO_IPV6, kTcp, 128);
+    fill_lpts_entry(entry, PRM_LPTS_PROTO_IPV6, kTcp, 128);
     entry->local_addr.v6[0] = 0x20;  // 2000::1
     entry->local_addr.v6[15] = 0x01;
     entry->remote_addr.v6[0] = 0x30;  // 3000::1
@@ -57,7 +57,7 @@ void kiv_util_lpts_build_v6_entry(prm_lpts_entry *entry, u32 selector) {
 
 // --- Steps ---
 
-static void fill_request(prm_lpts_request *request, u32 data_len) {
+static void fill_lpts_request(prm_lpts_request *request, u32 data_len) {
     memset(request, 0, sizeof *request);
     request->owner = PRM_OWNER;
     request->data_len = data_len;
@@ -66,7 +66,7 @@ static void fill_request(prm_lpts_request *request, u32 data_len) {
 
 prm_status_t kiv_util_lpts_program(const prm_lpts_entry *entry, prm_lpts_id *id) {
     prm_lpts_request request;
-    fill_request(&request, sizeof *entry);
+    fill_lpts_request(&request, sizeof *entry);
     request.entry = *entry;
     const prm_status_t rc = prm_srh_lpts_add(prm_async_handle, &request);
     if (rc != CERR_SUCCESS) {
@@ -80,7 +80,7 @@ prm_status_t kiv_util_lpts_program(const prm_lpts_entry *entry, prm_lpts_id *id)
 
 prm_status_t kiv_util_lpts_read(const prm_lpts_id *id, prm_lpts_entry *entry) {
     prm_lpts_request request;
-    fill_request(&request, sizeof *id);
+    fill_lpts_request(&request, sizeof *id);
     request.id = *id;
     const prm_status_t rc = prm_srh_lpts_get(prm_async_handle, &request, PRM_LPTS_GET_WORD);
     if (rc != CERR_SUCCESS) {
@@ -94,7 +94,7 @@ prm_status_t kiv_util_lpts_read(const prm_lpts_id *id, prm_lpts_entry *entry) {
 
 prm_status_t kiv_util_lpts_delete(const prm_lpts_id *id) {
     prm_lpts_request request;
-    fill_request(&request, sizeof *id);
+    fill_lpts_request(&request, sizeof *id);
     request.id = *id;
     return prm_srh_lpts_del(prm_async_handle, &request);
 }

@@ -26,11 +26,11 @@ void zor_async_handler_test(void) {}
 prm_status_t zor_prm_register(void) {
     const prm_status_t registered =
         prm_srh_register(&prm_async_handle, kRegisterWord, zor_kiv_evm, zor_async_handler_test);
-    kiv_check_success(registered, kFile, "zor_prm_register", 65);
+    kiv_check_success_fixed(registered, kFile, "zor_prm_register", 65);
 
     // A failed registration is reported above; the client is named all the same.
     const prm_status_t named = prm_srh_set_name(prm_async_handle, kClientName);
-    kiv_check_success(named, kFile, "zor_prm_register", 68);
+    kiv_check_success_fixed(named, kFile, "zor_prm_register", 68);
     return named;
 }
 
@@ -41,21 +41,21 @@ prm_status_t zor_bind_prm(void) {
         kiv_printf("Connection to PRM opened\n");
         rc = zor_prm_register();
     }
-    kiv_check_success(rc, kFile, "zor_bind_prm", 86);
+    kiv_check_success_fixed(rc, kFile, "zor_bind_prm", 86);
     return rc;
 }
 
 int setup_bm_prm_conn(void) {
     zor_kiv_evm = event_manager_create(0, 0, 14, 0);  // sent as is
     const prm_status_t rc = zor_bind_prm();
-    return kiv_check_success(rc, kFile, "setup_bm_prm_conn", 101);
+    return kiv_check_success_fixed(rc, kFile, "setup_bm_prm_conn", 101);
 }
 
 int teardown_bm_prm_conn(void) {
     prm_status_t rc = prm_srh_unregister(kClientName, 0);
-    kiv_check_success(rc, kFile, "teardown_bm_prm_conn", 109);
+    kiv_check_success_fixed(rc, kFile, "teardown_bm_prm_conn", 109);
     rc = prm_mgr_close(prm_mgr_handle);
-    const int closed = kiv_check_success(rc, kFile, "teardown_bm_prm_conn", 111);
+    const int closed = kiv_check_success_fixed(rc, kFile, "teardown_bm_prm_conn", 111);
     event_manager_destroy(&zor_kiv_evm);
     return closed;
 }

@@ -16,7 +16,7 @@ enum : u32 {
     kReserveCount = 3,
 };
 
-static void fill_entry(prm_nr_ldi *entry, u32 ldi_ptr, u32 ldi_mode, u32 path_len, u32 valid) {
+static void fill_ldi_entry(prm_nr_ldi *entry, u32 ldi_ptr, u32 ldi_mode, u32 path_len, u32 valid) {
     memset(entry, 0, sizeof *entry);
     entry->owner = PRM_OWNER;
     entry->ldi_kind = PRM_NR_LDI_KIND;
@@ -27,7 +27,7 @@ static void fill_entry(prm_nr_ldi *entry, u32 ldi_ptr, u32 ldi_mode, u32 path_le
 }
 
 void prm_kiv_nr_ldi_fill_plain(prm_nr_ldi *entry) {
-    fill_entry(entry, PRM_KIV_NR_LDI_PTR, PRM_NR_LDI_MODE_PLAIN, PRM_NR_LDI_WORDS_LEN, 1);
+    fill_ldi_entry(entry, PRM_KIV_NR_LDI_PTR, PRM_NR_LDI_MODE_PLAIN, PRM_NR_LDI_WORDS_LEN, 1);
     entry->words.word0 = 0;
     entry->words.nh_idx = kNextHop;
     entry->words.word132 = 0;
@@ -35,7 +35,7 @@ void prm_kiv_nr_ldi_fill_plain(prm_nr_ldi *entry) {
 
 void prm_kiv_nr_ldi_fill_block(prm_nr_ldi *entry, u32 ldi_ptr, u32 ldi_mode,
                                const prm_nr_ldi_path_block *block) {
-    fill_entry(entry, ldi_ptr, ldi_mode, PRM_NR_LDI_BLOCK_LEN, 0);
+    fill_ldi_entry(entry, ldi_ptr, ldi_mode, PRM_NR_LDI_BLOCK_LEN, 0);
     entry->block = *block;
 }
 
@@ -76,7 +76,7 @@ static int send_entry(void (*fill)(prm_nr_ldi *), prm_status_t (*send)(prm_handl
     prm_nr_ldi entry;
     fill(&entry);
     const prm_status_t rc = send(prm_async_handle, &entry);
-    const int result = kiv_check_success(rc, kFile, function, line);
+    const int result = kiv_check_success_fixed(rc, kFile, function, line);
     kiv_printf("NR_LDI_ADD API call is sucessfull\n");
     return result;
 }
@@ -104,7 +104,7 @@ int tc_kiv_nr_ldi_buddy_reserve(void) {
     request.count = kReserveCount;
     kiv_printf("Call NR_LDI_BUDDY_RESERVE\n");
     const prm_status_t rc = kiv_util_nr_ldi_buddy_reserve(nullptr, &request);
-    const int result = kiv_check_success(rc, kFile, "tc_kiv_nr_ldi_buddy_reserve", 47);
+    const int result = kiv_check_success_fixed(rc, kFile, "tc_kiv_nr_ldi_buddy_reserve", 47);
     kiv_printf("Call NR_LDI_BUDDY_RESERVE sucessfull\n");
     return result;
 }

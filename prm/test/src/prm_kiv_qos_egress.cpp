@@ -35,18 +35,18 @@ static int run_sp_queue(int mode, u32 port, const sp_texts *texts, const char *f
     prm_status_t rc = tc_kiv_qos_sp_queue_create(mode, port);
     if (rc != PRM_ERROR_NONE) {
         kiv_printf("%s", texts->create_failure);
-        prm_kiv_check_none(rc, kFile, function, __LINE__);
-        prm_kiv_check_none(PRM_ERROR_NONE, kFile, function, __LINE__);  // of the verification skipped
+        prm_kiv_check_none_here(rc, kFile, function, __LINE__);
+        prm_kiv_check_none_here(PRM_ERROR_NONE, kFile, function, __LINE__);  // of the verification skipped
     } else {
         kiv_printf("%s", texts->create_success);
         const prm_status_t verified = tc_kiv_qos_sp_queue_verify(port);
         kiv_printf("%s", verified == PRM_ERROR_NONE ? texts->verify_success : texts->verify_failure);
-        prm_kiv_check_none(rc, kFile, function, __LINE__);
-        prm_kiv_check_none(verified, kFile, function, __LINE__);
+        prm_kiv_check_none_here(rc, kFile, function, __LINE__);
+        prm_kiv_check_none_here(verified, kFile, function, __LINE__);
         rc = tc_kiv_qos_sp_queue_delete(port);
         if (rc == PRM_ERROR_NONE) kiv_printf("%s", texts->delete_success);
     }
-    const int result = prm_kiv_check_none(rc, kFile, function, __LINE__);
+    const int result = prm_kiv_check_none_here(rc, kFile, function, __LINE__);
     prm_kiv_qos_release_tm_config();
     return result;
 }
@@ -98,15 +98,15 @@ int tc_kiv_qos_egr_scale_sp_queue(void) {
         } else {
             kiv_printf("Failure in Creating Strict Priority Queue on %d port\n", port);
         }
-        prm_kiv_check_none(rc, kFile, __func__, __LINE__);
-        result = prm_kiv_check_none(verified, kFile, __func__, __LINE__);
+        prm_kiv_check_none_here(rc, kFile, __func__, __LINE__);
+        result = prm_kiv_check_none_here(verified, kFile, __func__, __LINE__);
         prm_kiv_qos_release_tm_config();
     }
     for (u32 port = 1; port < ports; ++port) {
         if (!created[port]) continue;
         const prm_status_t rc = tc_kiv_qos_sp_queue_delete(port);
         if (rc == PRM_ERROR_NONE) kiv_printf("Success in Deleting Strict Pri Queue on %d port\n", port);
-        result = prm_kiv_check_none(rc, kFile, __func__, __LINE__);
+        result = prm_kiv_check_none_here(rc, kFile, __func__, __LINE__);
     }
     return result;
 }
@@ -125,7 +125,7 @@ static int judge(const verdict *v, prm_status_t rc, const char *function) {
         kiv_printf("%s", v->success);
     else
         kiv_printf(v->failure, rc);
-    return kiv_jyx_check_cerrno_(rc, v->expected, v->expected_name, kFile, function, __LINE__);
+    return kiv_check_status_here(rc, v->expected, v->expected_name, kFile, function, __LINE__);
 }
 
 int tc_kiv_qos_egr_deallocate_fp_q(void) {
@@ -187,56 +187,16 @@ int tc_kiv_qos_egr_pol_hdl(void) {
 
 enum : prm_status_t { kRefused = 21 };
 
-struct refused_case {
-    const char *function;
-    int mode;
-    verdict told;
-};
-
-static const refused_case kRefusedCases[] = {
-    {"tc_kiv_qos_egr_invalid_mqc_lvl",
-     PRM_KIV_SP_INVALID_MQC_LEVEL,
-     {kRefused, "PRM_INVALID_ARG", "Success in Sending invalid mqc level req\n",
-      "Failure in Sending invalid mqc level req rc: 0x%x\n"}},
-    {"tc_kiv_qos_egr_invalid_np_id",
-     PRM_KIV_SP_INVALID_NP_ID,
-     {kRefused, "PRM_INVALID_ARG", "Success in Sending invalid np id \n",
-      "Failure in Sending invalid np id rc: 0x%x\n"}},
-    {"tc_kiv_qos_egr_queue_ingress_dir",
-     PRM_KIV_SP_INGRESS_QUEUE,
-     {kRefused, "PRM_INVALID_ARG", "Success in Sending queuing enabled in ingress direction\n",
-      "Failure in Sending queuing enabled in ingress direction rc: 0x%x\n"}},
-    {"tc_kiv_qos_egr_invalid_in_mqc_depth",
-     PRM_KIV_SP_INVALID_INGRESS_DEPTH,
-     {kRefused, "PRM_INVALID_ARG", "Success in Sending invalid mqc depth ingress dir\n",
-      "Failure in Sending invalid mqc depth ingress dir req rc: 0x%x\n"}},
-    {"tc_kiv_qos_egr_invalid_out_mqc_depth",
-     PRM_KIV_SP_INVALID_EGRESS_DEPTH,
-     {kRefused, "PRM_INVALID_ARG", "Success in Sending invalid mqc depth egress dir\n",
-      "Failure in Sending invalid mqc depth egress dir req rc: 0x%x\n"}},
-};
-
-// Runs the case of that name; every case below has its row.
-static int run_refused(const char *function) {
-    const refused_case *c = kRefusedCases;
-    while (strcmp(c->function, function) != 0) ++c;
-    const int result = judge(&c->told, kiv_queue_config_tm_req(c->mode, 1), function);
+static int run_refused(int mode, const verdict *told, const char *function) {
+    const int result = judge(told, kiv_queue_config_tm_req(mode, 1), function);
     prm_kiv_qos_release_tm_config();
     return result;
 }
 
-int tc_kiv_qos_egr_invalid_mqc_lvl(void) {
-    return run_refused(__func__);
-}
-int tc_kiv_qos_egr_invalid_np_id(void) {
-    return run_refused(__func__);
-}
-int tc_kiv_qos_egr_queue_ingress_dir(void) {
-    return run_refused(__func__);
-}
-int tc_kiv_qos_egr_invalid_in_mqc_depth(void) {
-    return run_refused(__func__);
-}
-int tc_kiv_qos_egr_invalid_out_mqc_depth(void) {
-    return run_refused(__func__);
-}
+#define DEFINE_CASE(name, mode, success, failure)                                        \
+    int name(void) {                                                                     \
+        static const verdict kVerdict = {kRefused, "PRM_INVALID_ARG", success, failure}; \
+        return run_refused(PRM_KIV_SP_##mode, &kVerdict, #name);                         \
+    }
+PRM_KIV_QOS_REFUSED_CASES(DEFINE_CASE)
+#undef DEFINE_CASE

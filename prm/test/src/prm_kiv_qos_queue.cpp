@@ -30,7 +30,7 @@ prm_status_t kiv_queue_allocate_def_q_req(u32 port) {
     wyk_hal_default_queue_response response;
     memset(&response, 0, sizeof response);
     const prm_status_t rc = kiv_queue_engine_op(WYK_HAL_DEFAULT_QUEUE_ALLOCATE, &request, &response);
-    prm_kiv_check_none(rc, kFile, "kiv_queue_allocate_def_q_req", __LINE__);
+    prm_kiv_check_none_here(rc, kFile, "kiv_queue_allocate_def_q_req", __LINE__);
     return rc;
 }
 
@@ -90,7 +90,7 @@ prm_status_t kiv_queue_get_result_req(int which, u32 n, u32 port) {
             prm_kiv_qos_items_within(response_size, sizeof(wyk_hal_result_response), sizeof(wyk_hal_ids), n);
         for (u32 i = 0; i < items; ++i) print_result(which, wyk_hal_result_ids_at(response, i));
     }
-    prm_kiv_check_none(rc, kFile, "kiv_queue_get_result_req", __LINE__);
+    prm_kiv_check_none_here(rc, kFile, "kiv_queue_get_result_req", __LINE__);
     free(request);
     free(response);
     return rc;
@@ -216,7 +216,7 @@ prm_status_t kiv_queue_get_stats_hal_req(void) {
                 kiv_printf("Status %u Stats ID: 0x%x Packets %u Bytes %u\n", response.status,
                            request.stats_id, static_cast<u32>(response.packets),
                            static_cast<u32>(response.bytes));
-            prm_kiv_check_none(rc, kFile, "kiv_queue_get_stats_hal_req", __LINE__);
+            prm_kiv_check_none_here(rc, kFile, "kiv_queue_get_stats_hal_req", __LINE__);
             if (rc != PRM_ERROR_NONE) {
                 kiv_printf("Failure in gettting stats for Stats ID: 0x%x\n rc: 0x%x\n", request.stats_id, rc);
                 return rc;
@@ -244,7 +244,7 @@ static prm_status_t print_queue_depth(u32 i) {
     const prm_status_t rc = wyk_hal_wrapper_get_queue_depth(request, depth);
     if (rc == PRM_ERROR_NONE) {
         kiv_printf("Class: %u Cos: %u Fid: 0x%x Depth: %u \n", i, group_of_class(i), request->fid0, *depth);
-        prm_kiv_check_none(rc, kFile, "kiv_queue_get_q_depth_req", __LINE__);
+        prm_kiv_check_none_here(rc, kFile, "kiv_queue_get_q_depth_req", __LINE__);
     } else {
         kiv_printf("Failure in getting queue depth for fid 0x%x rc 0x%x\n", request->fid0, rc);
     }
@@ -264,7 +264,7 @@ prm_status_t kiv_queue_get_q_depth_req(void) {
 // --- The chain -------------------------------------------------------------------------------------------
 
 static void pass_create(void) {
-    prm_kiv_check_none(PRM_ERROR_NONE, kFile, "tc_kiv_qos_sp_queue_create", __LINE__);
+    prm_kiv_check_none_here(PRM_ERROR_NONE, kFile, "tc_kiv_qos_sp_queue_create", __LINE__);
 }
 
 prm_status_t tc_kiv_qos_sp_queue_create(int mode, u32 port) {
@@ -343,7 +343,7 @@ prm_status_t tc_kiv_qos_sp_queue_verify(u32 port) {
     } else {
         kiv_printf("Error in validating the sp queue");
     }
-    prm_kiv_check_none(rc, kFile, "tc_kiv_qos_sp_queue_verify", __LINE__);
+    prm_kiv_check_none_here(rc, kFile, "tc_kiv_qos_sp_queue_verify", __LINE__);
     return rc;
 }
 
@@ -366,6 +366,6 @@ prm_status_t tc_kiv_qos_sp_queue_delete(u32 port) {
         kiv_printf("Success in Deleting SP Queue \n");
     else
         kiv_printf("Failure in Deleting SP Queue rc: 0x%x Status: %d\n", rc, status);
-    prm_kiv_check_none(rc, kFile, "tc_kiv_qos_sp_queue_delete", __LINE__);
+    prm_kiv_check_none_here(rc, kFile, "tc_kiv_qos_sp_queue_delete", __LINE__);
     return rc;
 }

@@ -68,7 +68,7 @@ wyk_hal_ids *tc_kiv_qos_tm_create(u32 n, u16 kind, u32 mode_word, u32 first, u32
             kiv_printf("police id : 0x%x %lx\n", last->policer_id, static_cast<unsigned long>(last->profile));
         }
     }
-    prm_kiv_check_none(rc, kFile, "tc_kiv_qos_tm_create", __LINE__);
+    prm_kiv_check_none_here(rc, kFile, "tc_kiv_qos_tm_create", __LINE__);
     return last;
 }
 
@@ -108,7 +108,7 @@ void prm_kiv_qos_tm_destroy(u32 n, const wyk_hal_ids *entry, bool policer, int *
         kiv_printf("Success in Deleting Stats/Policers \n");
     else
         kiv_printf("Failure in Deleting Stats/Policers rc: 0x%x Status: %d\n", rc, *status);
-    *result = prm_kiv_check_none(rc, kFile, "tc_kiv_qos_tm_destroy", __LINE__);
+    *result = prm_kiv_check_none_here(rc, kFile, "tc_kiv_qos_tm_destroy", __LINE__);
     free(request);
     free(status);
 }

@@ -35,6 +35,7 @@ enum { AUTO = KIV_MODE_AUTOMATIC, MANUAL = KIV_MODE_MANUAL };
 // clang-format off
 #define CASE(function, description, mode) {#function, description, function, mode}
 #define NAMED(name, function, description, mode) {name, description, function, mode}
+#define REWRITE_CASE(function, source_op, destination_op, line) CASE(function, #function, MANUAL),
 
 static const Registration kL2BundleCases[] = {
     CASE(tc_kiv_create_bdl_l2_main_if, "Configures Bundle Main Interface", AUTO),
@@ -146,50 +147,7 @@ static const Registration kL2Cases[] = {
     CASE(tc_kiv_xconnect_add_locsw_with_push1_rw, "xconnect add local switching", AUTO),
     CASE(tc_kiv_xconnect_add_locsw_with_pop1_rw, "xconnect add local switching", AUTO),
     CASE(tc_kiv_xconnect_add_locsw_with_swap11_rw, "xconnect add local switching", AUTO),
-    CASE(tc_kiv_xconnect_rw_st_norw_st_pop1, "tc_kiv_xconnect_rw_st_norw_st_pop1", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_norw_st_push1, "tc_kiv_xconnect_rw_st_norw_st_push1", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_norw_st_swap11, "tc_kiv_xconnect_rw_st_norw_st_swap11", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_push1_st_push1, "tc_kiv_xconnect_rw_st_push1_st_push1", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_push1_st_swap11, "tc_kiv_xconnect_rw_st_push1_st_swap11", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_push1_st_swap12, "tc_kiv_xconnect_rw_st_push1_st_swap12", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_push2_st_push2, "tc_kiv_xconnect_rw_st_push2_st_push2", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_push2_st_swap12, "tc_kiv_xconnect_rw_st_push2_st_swap12", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_pop1_st_pop1, "tc_kiv_xconnect_rw_st_pop1_st_pop1", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_pop1_st_swap11, "tc_kiv_xconnect_rw_st_pop1_st_swap11", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_swap11_st_swap11, "tc_kiv_xconnect_rw_st_swap11_st_swap11", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_swap11_st_swap12, "tc_kiv_xconnect_rw_st_swap11_st_swap12", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_swap12_st_swap12, "tc_kiv_xconnect_rw_st_swap12_st_swap12", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_norw_dt_pop1, "tc_kiv_xconnect_rw_st_norw_dt_pop1", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_norw_dt_push1, "tc_kiv_xconnect_rw_st_norw_dt_push1", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_norw_dt_swap11, "tc_kiv_xconnect_rw_st_norw_dt_swap11", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_norw_dt_swap21, "tc_kiv_xconnect_rw_st_norw_dt_swap21", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_norw_dt_swap12, "tc_kiv_xconnect_rw_st_norw_dt_swap12", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_norw_dt_swap22, "tc_kiv_xconnect_rw_st_norw_dt_swap22", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_push1_dt_norw, "tc_kiv_xconnect_rw_st_push1_dt_norw", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_push1_dt_push1, "tc_kiv_xconnect_rw_st_push1_dt_push1", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_push1_dt_push2, "tc_kiv_xconnect_rw_st_push1_dt_push2", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_push1_dt_swap11, "tc_kiv_xconnect_rw_st_push1_dt_swap11", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_push1_dt_swap12, "tc_kiv_xconnect_rw_st_push1_dt_swap12", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_push1_dt_swap22, "tc_kiv_xconnect_rw_st_push1_dt_swap22", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_push2_dt_push1, "tc_kiv_xconnect_rw_st_push2_dt_push1", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_push2_dt_push2, "tc_kiv_xconnect_rw_st_push2_dt_push2", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_push2_dt_swap12, "tc_kiv_xconnect_rw_st_push2_dt_swap12", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_pop1_dt_norw, "tc_kiv_xconnect_rw_st_pop1_dt_norw", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_pop1_dt_pop1, "tc_kiv_xconnect_rw_st_pop1_dt_pop1", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_pop1_dt_swap11, "tc_kiv_xconnect_rw_st_pop1_dt_swap11", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_pop1_dt_swap21, "tc_kiv_xconnect_rw_st_pop1_dt_swap21", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_swap11_dt_norw, "tc_kiv_xconnect_rw_st_swap11_dt_norw", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_swap11_dt_pop1, "tc_kiv_xconnect_rw_st_swap11_dt_pop1", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_swap11_dt_push1, "tc_kiv_xconnect_rw_st_swap11_dt_push1", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_swap11_dt_swap11, "tc_kiv_xconnect_rw_st_swap11_dt_swap11", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_swap11_dt_swap21, "tc_kiv_xconnect_rw_st_swap11_dt_swap21", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_swap11_dt_swap12, "tc_kiv_xconnect_rw_st_swap11_dt_swap12", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_swap11_dt_swap22, "tc_kiv_xconnect_rw_st_swap11_dt_swap22", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_swap12_dt_norw, "tc_kiv_xconnect_rw_st_swap12_dt_norw", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_swap12_dt_push1, "tc_kiv_xconnect_rw_st_swap12_dt_push1", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_swap12_dt_swap11, "tc_kiv_xconnect_rw_st_swap12_dt_swap11", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_swap12_dt_swap12, "tc_kiv_xconnect_rw_st_swap12_dt_swap12", MANUAL),
-    CASE(tc_kiv_xconnect_rw_st_swap12_dt_swap22, "tc_kiv_xconnect_rw_st_swap12_dt_swap22", MANUAL),
+    KIV_XCONNECT_REWRITE_CASES(REWRITE_CASE)
     CASE(tc_kiv_xconnect_add_l2p_x_pw, "xconnect add l2port_to_pw", AUTO),
     CASE(tc_kiv_xconnect_remove_l2p_x_pw, "xconnect remove l2port_to_pw", AUTO),
     CASE(tc_kiv_vpls_xconnect_add_l2p_x_pw, "xconnect add l2port_to_pw", AUTO),
@@ -333,6 +291,7 @@ static const Registration kQosCases[] = {
 
 #undef CASE
 #undef NAMED
+#undef REWRITE_CASE
 // clang-format on
 
 template <size_t N>

@@ -22,7 +22,7 @@ prm_status_t kiv_util_vop_prm_srh_ip_leaf_reserve(u32 owner, u32 count) {
 }
 
 // Clears a leaf request and fills what all of them carry.
-static void fill_request(zor_leaf_request *request, u32 owner, u32 vrf, u32 prefix_length, u32 item) {
+static void fill_leaf_request(zor_leaf_request *request, u32 owner, u32 vrf, u32 prefix_length, u32 item) {
     memset(request, 0, sizeof *request);
     request->owner = owner;
     request->vrf_id = vrf;
@@ -35,14 +35,14 @@ static void fill_request(zor_leaf_request *request, u32 owner, u32 vrf, u32 pref
 }
 
 static void fill_ipv4_request(zor_leaf_request *request, u32 owner, u32 address, u32 prefix_length, u16 vrf) {
-    fill_request(request, owner, vrf, prefix_length, ZOR_LEAF_ITEM);
+    fill_leaf_request(request, owner, vrf, prefix_length, ZOR_LEAF_ITEM);
     request->key_len = ZOR_LEAF_IPV4_KEY_LEN;
     request->ipv4.address = address;
     request->ipv4.vrf = vrf;
 }
 
 static void fill_ipv6_request(zor_leaf_request *request, u32 owner, const zor_ipv6_prefix *prefix, u32 item) {
-    fill_request(request, owner, prefix->vrf, prefix->length, item);
+    fill_leaf_request(request, owner, prefix->vrf, prefix->length, item);
     request->key_len = ZOR_LEAF_IPV6_KEY_LEN;
     memcpy(request->ipv6, prefix->address, sizeof request->ipv6);
     request->payload.v6_prefix_len = prefix->length;
@@ -103,7 +103,7 @@ prm_status_t kiv_util_vop_prm_srh_ipv6_leaf_delete(u32 owner, const zor_ipv6_pre
 // The reserve does not name an address family: both cases send the same request.
 static int reserve_leaf(const char *function, int line) {
     const prm_status_t rc = kiv_util_vop_prm_srh_ip_leaf_reserve(PRM_OWNER, 1);
-    const int result = kiv_check_success(rc, kFile, function, line);
+    const int result = kiv_check_success_fixed(rc, kFile, function, line);
     kiv_printf("kiv_util_vop_prm_srh_ip_leaf_reserve called rc: 0x%x\n", rc);
     return result;
 }
@@ -119,7 +119,7 @@ int tc_prm_v6_leaf_reserve(void) {
 int tc_prm_v4_leaf_add(void) {
     const prm_status_t rc = kiv_util_vop_prm_srh_ipv4_leaf_add(
         PRM_OWNER, PRM_KIV_ROUTE_IPV4, PRM_KIV_ROUTE_IPV4_LENGTH, kDefaultVrf, 1, 0, 0, 0, 0, 0, 0, 0);
-    const int result = kiv_check_success(rc, kFile, "tc_prm_v4_leaf_add", 344);
+    const int result = kiv_check_success_fixed(rc, kFile, "tc_prm_v4_leaf_add", 344);
     kiv_printf("kiv_util_vop_prm_srh_ipv4_leaf_add called rc: 0x%x\n", rc);
     return result;
 }
@@ -127,7 +127,7 @@ int tc_prm_v4_leaf_add(void) {
 int tc_prm_v4_leaf_delete(void) {
     const prm_status_t rc = kiv_util_vop_prm_srh_ipv4_leaf_delete(PRM_OWNER, PRM_KIV_ROUTE_IPV4,
                                                                   PRM_KIV_ROUTE_IPV4_LENGTH, kDefaultVrf, 0);
-    const int result = kiv_check_success(rc, kFile, "tc_prm_v4_leaf_delete", 364);
+    const int result = kiv_check_success_fixed(rc, kFile, "tc_prm_v4_leaf_delete", 364);
     kiv_printf("kiv_util_vop_prm_srh_ipv4_leaf_delete called rc: 0x%x\n", rc);
     return result;
 }
@@ -136,12 +136,12 @@ int tc_prm_v4_leaf_mpath_add(void) {
     prm_nr_ldi entry;
     prm_kiv_nr_ldi_fill_plain(&entry);
     prm_status_t rc = kiv_util_nr_ldi_add(prm_async_handle, &entry);
-    kiv_check_success(rc, kFile, "tc_prm_v4_leaf_mpath_add", 399);
+    kiv_check_success_fixed(rc, kFile, "tc_prm_v4_leaf_mpath_add", 399);
     kiv_printf("NR_LDI_ADD API call is sucessfull\n");
 
     rc = kiv_util_vop_prm_srh_ipv4_leaf_add(PRM_OWNER, PRM_KIV_ROUTE_IPV4, PRM_KIV_ROUTE_IPV4_LENGTH,
                                             kDefaultVrf, 0, 0, 1, PRM_KIV_NR_LDI_PTR, 0, 0, 0, 0);
-    const int result = kiv_check_success(rc, kFile, "tc_prm_v4_leaf_mpath_add", 417);
+    const int result = kiv_check_success_fixed(rc, kFile, "tc_prm_v4_leaf_mpath_add", 417);
     kiv_printf("kiv_util_vop_prm_srh_ipv4_leaf_add with mpath 200100, NH 100005 rc: 0x%x\n", rc);
     return result;
 }
@@ -153,12 +153,12 @@ static const zor_ipv6_prefix kIpv6Prefix = {
 int tc_prm_v6_leaf_add(void) {
     zor_ipv6_prefix prefix = kIpv6Prefix;
     prm_status_t rc = kiv_util_vop_prm_srh_ipv6_leaf_add(PRM_OWNER, &prefix, 1, 0, 0, 0, 0, 0, 0, 0);
-    kiv_check_success(rc, kFile, "tc_prm_v6_leaf_add", 472);
+    kiv_check_success_fixed(rc, kFile, "tc_prm_v6_leaf_add", 472);
     kiv_printf("kiv_util_vop_prm_srh_ipv6_leaf_add for vrf def rc: 0x%x\n", rc);
 
     prefix.vrf = kVrf1;
     rc = kiv_util_vop_prm_srh_ipv6_leaf_add(PRM_OWNER, &prefix, 1, 0, 0, 0, 0, 0, 0, 0);
-    const int result = kiv_check_success(rc, kFile, "tc_prm_v6_leaf_add", 489);
+    const int result = kiv_check_success_fixed(rc, kFile, "tc_prm_v6_leaf_add", 489);
     kiv_printf("kiv_util_vop_prm_srh_ipv6_leaf_add for vrf 1 rc: 0x%x\n", rc);
     return result;
 }
@@ -166,12 +166,12 @@ int tc_prm_v6_leaf_add(void) {
 int tc_prm_v6_leaf_delete(void) {
     zor_ipv6_prefix prefix = kIpv6Prefix;
     prm_status_t rc = kiv_util_vop_prm_srh_ipv6_leaf_delete(PRM_OWNER, &prefix, 0);
-    kiv_check_success(rc, kFile, "tc_prm_v6_leaf_delete", 520);
+    kiv_check_success_fixed(rc, kFile, "tc_prm_v6_leaf_delete", 520);
     kiv_printf("kiv_util_vop_prm_srh_ipv6_leaf_delete VRF DEF rc: 0x%x\n", rc);
 
     prefix.vrf = kVrf1;
     rc = kiv_util_vop_prm_srh_ipv6_leaf_delete(PRM_OWNER, &prefix, 0);
-    const int result = kiv_check_success(rc, kFile, "tc_prm_v6_leaf_delete", 535);
+    const int result = kiv_check_success_fixed(rc, kFile, "tc_prm_v6_leaf_delete", 535);
     kiv_printf("kiv_util_vop_prm_srh_ipv6_leaf_delete VRF 1 rc: 0x%x\n", rc);
     return result;
 }

@@ -33,14 +33,9 @@ enum : u32 {
 
 enum { EOK = CERR_SUCCESS };
 
-// Checks a condition under its own text; when it does not hold, the process ends. The message, a printf
-// format and its arguments, comes last.
-#define REQUIRE(condition, function, line, ...)                                                 \
-    do {                                                                                        \
-        const bool holds = (condition);                                                         \
-        kiv_check__(0, holds, #condition, kFile, function, line, KIV_CHECK_FORMAT __VA_ARGS__); \
-        if (!holds) abort();                                                                    \
-    } while (0)
+// Checks a condition under its own text.
+#define REQUIRE_FIXED(condition, function, line, ...) \
+    KIV_REQUIRE_FIXED(condition, #condition, kFile, function, line, __VA_ARGS__)
 
 // --- Steps ---
 
@@ -69,17 +64,13 @@ prm_status_t kiv_span_session_op(u32 session, u32 dest_port, u32 operation) {
 }
 
 prm_status_t kiv_span_src_set(u32 if_handle, u32 session, int direction, int add) {
-    typedef uidb_client_data_of<1> message_t;
-    message_t *const message = static_cast<message_t *>(calloc(1, sizeof(message_t)));
+    auto *const message = prm_kiv_uidb_new<uidb_client_data_of<1>>(if_handle);
     if (message == nullptr) {
         kiv_printf("Malloc Failed for uidb_client_data \n");
         return PRM_KIV_NO_MEMORY_STATUS;
     }
-    message->head.if_handle = if_handle;
-    message->head.nr_features = 1;
-    message->head.features_len = sizeof message->features;
     prm_kiv_uidb_fill(&message->features[0], static_cast<u16>(direction), UIDB_FEATURE_SPAN_SOURCE,
-                      add != 0 ? session : session | KIV_SPAN_SOURCE_REMOVE);
+                      add != 0 ? session : session | UIDB_SPAN_SOURCE_REMOVE);
 
     kiv_printf("Call UIDB Set feature\n");
     const prm_status_t rc = uidb_set_feature(0, &message->head);  // cookie 0
@@ -115,15 +106,15 @@ int kiv_span_read_input(u32 *if_handle, int *direction, u32 *session) {
 static u32 read_handle(const char *function, int line) {
     u32 handle = 0;
     const int rc = kiv_span_read_input(&handle, nullptr, nullptr);
-    kiv_check_success(static_cast<prm_status_t>(rc), kFile, function, line);
+    kiv_check_success_fixed(static_cast<prm_status_t>(rc), kFile, function, line);
     return handle;
 }
 
 // Reads how many interfaces follow; a count outside the limits ends the process.
 static int read_count(const char *function, int line) {
     const long num = read_number(10, 0);
-    REQUIRE((num >= 1) && (num <= ZOR_SPAN_MAX_SRC_INTFS), function, line,
-            "Totatl number of interfaces has to be between 1 and %d", ZOR_SPAN_MAX_SRC_INTFS);
+    REQUIRE_FIXED((num >= 1) && (num <= ZOR_SPAN_MAX_SRC_INTFS), function, line,
+                  "Totatl number of interfaces has to be between 1 and %d", ZOR_SPAN_MAX_SRC_INTFS);
     kiv_printf("Total number of inputs is %d\n", static_cast<int>(num));
     return static_cast<int>(num);
 }
@@ -131,7 +122,7 @@ static int read_count(const char *function, int line) {
 // Operates on one session of the fixed table; checks.
 static int session_op(u32 session, u32 operation, const char *function, int line) {
     const prm_status_t rc = kiv_span_session_op(session, kDestPorts[session], operation);
-    return kiv_check_success(rc, kFile, function, line);
+    return kiv_check_success_fixed(rc, kFile, function, line);
 }
 
 static int all_sessions(u32 operation, const char *function, int line) {
@@ -151,7 +142,7 @@ static int all_sessions_in_reverse(u32 operation, const char *function, int line
 static int switch_span(u32 operation, const char *function, int line) {
     kiv_printf("Entered %s\n", function);
     const prm_status_t rc = kiv_span_session_op(0, 0, operation);
-    return kiv_check_success(rc, kFile, function, line);
+    return kiv_check_success_fixed(rc, kFile, function, line);
 }
 
 int prm_kiv_span_enable(void) {
@@ -164,12 +155,12 @@ int prm_kiv_span_disable(void) {
 
 int prm_kiv_span_session_create(void) {
     const prm_status_t rc = kiv_span_session_op(0, 3, KIV_SPAN_CREATE);
-    return kiv_check_success(rc, kFile, "prm_kiv_span_session_create", 211);
+    return kiv_check_success_fixed(rc, kFile, "prm_kiv_span_session_create", 211);
 }
 
 int prm_kiv_span_session_destroy(void) {
     const prm_status_t rc = kiv_span_session_op(0, 0, KIV_SPAN_DESTROY);
-    return kiv_check_success(rc, kFile, "prm_kiv_span_session_destroy", 229);
+    return kiv_check_success_fixed(rc, kFile, "prm_kiv_span_session_destroy", 229);
 }
 
 int prm_kiv_span_all_sessions_create(void) {
@@ -193,9 +184,9 @@ static int set_sources_read(int add, const char *function, SourceLines lines) {
         int direction = 0;
         kiv_printf("input set %d\n", k);
         const int input = kiv_span_read_input(&handle, &direction, &session);
-        kiv_check_success(static_cast<prm_status_t>(input), kFile, function, lines.read);
+        kiv_check_success_fixed(static_cast<prm_status_t>(input), kFile, function, lines.read);
         const prm_status_t rc = kiv_span_src_set(handle, session, direction, add);
-        result = kiv_check_success(rc, kFile, function, lines.set);
+        result = kiv_check_success_fixed(rc, kFile, function, lines.set);
     }
     return result;
 }
@@ -228,14 +219,14 @@ int prm_kiv_span_session_create_destroy(void) {
 
 int prm_kiv_span_invalid_session_valid_dest_port(void) {
     const prm_status_t rc = kiv_span_session_op(4, 1, KIV_SPAN_CREATE);
-    return kiv_jyx_check_cerrno_(rc, PRM_ERROR_BCM_E_BADID, "PRM_ERROR_BCM_E_BADID", kFile,
-                                 "prm_kiv_span_invalid_session_valid_dest_port", 331);
+    return kiv_check_status_fixed(rc, PRM_ERROR_BCM_E_BADID, "PRM_ERROR_BCM_E_BADID", kFile,
+                                  "prm_kiv_span_invalid_session_valid_dest_port", 331);
 }
 
 int prm_kiv_span_valid_session_invalid_dest_port(void) {
     const prm_status_t rc = kiv_span_session_op(0, 500, KIV_SPAN_CREATE);
-    return kiv_jyx_check_cerrno_(rc, PRM_ERROR_BCM_E_PORT, "PRM_ERROR_BCM_E_PORT", kFile,
-                                 "prm_kiv_span_valid_session_invalid_dest_port", 342);
+    return kiv_check_status_fixed(rc, PRM_ERROR_BCM_E_PORT, "PRM_ERROR_BCM_E_PORT", kFile,
+                                  "prm_kiv_span_valid_session_invalid_dest_port", 342);
 }
 
 // The pieces of the destroy-while-busy case. From its second part on every message begins with the check's
@@ -244,46 +235,47 @@ static const char kBusyCase[] = "prm_kiv_span_session_destroy_when_port_present"
 
 static void busy_create(u32 session, int line) {
     const prm_status_t rc = kiv_span_session_op(session, kBusyDestPorts[session], KIV_SPAN_CREATE);
-    REQUIRE(rc == EOK, kBusyCase, line, "Line %d: Failed to create session %d rc %d", line, session, rc);
+    REQUIRE_FIXED(rc == EOK, kBusyCase, line, "Line %d: Failed to create session %d rc %d", line, session,
+                  rc);
 }
 
 static void busy_add_source(u32 handle, u32 session, int direction, int line) {
     const prm_status_t rc = kiv_span_src_set(handle, session, direction, 1);
-    REQUIRE(rc == EOK, kBusyCase, line, "Line %d: Failed to enable span on ifh 0x%x session %d rc %d", line,
-            handle, session, rc);
+    REQUIRE_FIXED(rc == EOK, kBusyCase, line, "Line %d: Failed to enable span on ifh 0x%x session %d rc %d",
+                  line, handle, session, rc);
 }
 
 static void busy_destroy_refused(u32 session, int line) {
     const prm_status_t rc = kiv_span_session_op(session, kBusyDestPorts[session], KIV_SPAN_DESTROY);
-    REQUIRE(rc == PRM_ERROR_BCM_E_BUSY, kBusyCase, line, "%d: rc is not E_BUSY rc %d\n", line, rc);
+    REQUIRE_FIXED(rc == PRM_ERROR_BCM_E_BUSY, kBusyCase, line, "%d: rc is not E_BUSY rc %d\n", line, rc);
 }
 
 static void busy_remove_source(u32 handle, u32 session, int direction, int line) {
     const prm_status_t rc = kiv_span_src_set(handle, session, direction, 0);
-    REQUIRE(rc == EOK, kBusyCase, line, "%d: Failed to disable span on ifh 0x%x session %d rc %d", line,
-            handle, session, rc);
+    REQUIRE_FIXED(rc == EOK, kBusyCase, line, "%d: Failed to disable span on ifh 0x%x session %d rc %d", line,
+                  handle, session, rc);
 }
 
 static void busy_destroy(u32 session, int line) {
     const prm_status_t rc = kiv_span_session_op(session, kBusyDestPorts[session], KIV_SPAN_DESTROY);
-    REQUIRE(rc == EOK, kBusyCase, line, "%d: Failed to destroy session %d rc %d", line, session, rc);
+    REQUIRE_FIXED(rc == EOK, kBusyCase, line, "%d: Failed to destroy session %d rc %d", line, session, rc);
 }
 
 // One session at a time, without the line in the messages.
 static void busy_session_alone(u32 handle, u32 session, int direction) {
     const u32 dest_port = kBusyDestPorts[session];
     prm_status_t rc = kiv_span_session_op(session, dest_port, KIV_SPAN_CREATE);
-    REQUIRE(rc == EOK, kBusyCase, 368, "Failed to create session %d rc %d", session, rc);
+    REQUIRE_FIXED(rc == EOK, kBusyCase, 368, "Failed to create session %d rc %d", session, rc);
     rc = kiv_span_src_set(handle, session, direction, 1);
-    REQUIRE(rc == EOK, kBusyCase, 372, "Failed to enable span on ifh 0x%x session %d rc %d", handle, session,
-            rc);
+    REQUIRE_FIXED(rc == EOK, kBusyCase, 372, "Failed to enable span on ifh 0x%x session %d rc %d", handle,
+                  session, rc);
     rc = kiv_span_session_op(session, dest_port, KIV_SPAN_DESTROY);
-    REQUIRE(rc == PRM_ERROR_BCM_E_BUSY, kBusyCase, 377, "rc is not E_BUSY rc %d\n", rc);
+    REQUIRE_FIXED(rc == PRM_ERROR_BCM_E_BUSY, kBusyCase, 377, "rc is not E_BUSY rc %d\n", rc);
     rc = kiv_span_src_set(handle, session, direction, 0);
-    REQUIRE(rc == EOK, kBusyCase, 381, "Failed to disable span on ifh 0x%x session %d rc %d", handle, session,
-            rc);
+    REQUIRE_FIXED(rc == EOK, kBusyCase, 381, "Failed to disable span on ifh 0x%x session %d rc %d", handle,
+                  session, rc);
     rc = kiv_span_session_op(session, dest_port, KIV_SPAN_DESTROY);
-    REQUIRE(rc == EOK, kBusyCase, 387, "Failed to destroy session %d rc %d", session, rc);
+    REQUIRE_FIXED(rc == EOK, kBusyCase, 387, "Failed to destroy session %d rc %d", session, rc);
 }
 
 // The line ends in a lone conversion character, which prints as it stands.
@@ -349,11 +341,11 @@ int prm_kiv_span_port_add_delete(void) {
     for (const auto &round : kRounds) {
         for (int k = 0; k < num; ++k) {
             const prm_status_t rc = kiv_span_src_set(handles[k], k % round.sessions, round.direction, 1);
-            kiv_check_success(rc, kFile, kCase, round.add_line);
+            kiv_check_success_fixed(rc, kFile, kCase, round.add_line);
         }
         for (int k = 0; k < num; ++k) {
             const prm_status_t rc = kiv_span_src_set(handles[k], k % round.sessions, round.direction, 0);
-            result = kiv_check_success(rc, kFile, kCase, round.remove_line);
+            result = kiv_check_success_fixed(rc, kFile, kCase, round.remove_line);
         }
     }
     return result;
@@ -366,7 +358,7 @@ static int refused_session(u32 session, int add, bool tell_handle, const char *f
     if (tell_handle) kiv_printf("%s: ifh is 0x%x", function, handle);
     for (int direction : kDirections) {
         const prm_status_t rc = kiv_span_src_set(handle, session, direction, add);
-        REQUIRE(rc != EOK, function, line, "Expected a failure\n");
+        REQUIRE_FIXED(rc != EOK, function, line, "Expected a failure\n");
         kiv_printf("rx rc is 0x%x\n", rc);
     }
     kiv_printf("%s:kiv_util_uidb_set_feature called", function);
@@ -387,7 +379,7 @@ static void refused_source(u32 handle, const int (&directions)[N], int add, bool
                            const char *function, int line) {
     for (int direction : directions) {
         const prm_status_t rc = kiv_span_src_set(handle, kUnusedSession, direction, add);
-        REQUIRE(rc != EOK, function, line, "Expected failure\n");
+        REQUIRE_FIXED(rc != EOK, function, line, "Expected failure\n");
         if (tell_rc) kiv_printf("rc is 0x%x\n", rc);
     }
 }

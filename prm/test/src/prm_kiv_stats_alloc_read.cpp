@@ -16,7 +16,7 @@ prm_status_t kiv_util_prm_stats_cl_alloc(u32 direction, u32 stats_class, u32 *po
 int tc_prm_mpls_stats_alloc(void) {
     u32 pointer = 0;
     const prm_status_t rc = kiv_util_prm_stats_cl_alloc(PRM_STATS_INGRESS, PRM_STATS_CLASS_MPLS, &pointer);
-    const int result = kiv_check_success(rc, kFile, "tc_prm_mpls_stats_alloc", __LINE__);
+    const int result = kiv_check_success_here(rc, kFile, "tc_prm_mpls_stats_alloc", __LINE__);
     kiv_printf("kiv_util_prm_stats_cl_alloc called rc: 0x%x\n", rc);
     return result;
 }

@@ -16,36 +16,30 @@ static const char kFile[] = "prm/test/src/prm_kiv_subif";
 
 enum { kSubInterfaces = 4 };
 
-// uidb index of the bridged virtual interface, by card.
-enum : u32 { kBviUidbVeltora = 2016, kBviUidbOther = 4064 };
-
 // Allocates one direction's statistics pointer; 0 when none is granted.
 static u32 allocate_statistics(u32 direction, int line) {
     u32 pointer = 0;
     const prm_status_t rc = kiv_util_intf_stats_alloc(direction, &pointer);
-    kiv_check_success(rc, kFile, "kiv_util_cfg_subif", line);
+    kiv_check_success_fixed(rc, kFile, "kiv_util_cfg_subif", line);
     return pointer;
 }
 
 // Sends where a new sub-interface belongs (`membership`: NP port or bundle) and its statistics pointers.
 static void set_membership_and_statistics(u32 sub_ifh, u32 membership, u32 number, u32 ingress, u32 egress) {
-    typedef uidb_feature_batch_of<3> batch_t;
-    batch_t *const batch = static_cast<batch_t *>(calloc(1, sizeof(batch_t)));
+    auto *const batch = prm_kiv_uidb_new<uidb_feature_batch_of<3>>();
     if (batch == nullptr) {
         kiv_printf("%s %d Memory allocation failed\n", "kiv_util_cfg_subif", 69);
-        kiv_fail_without_memory(kFile, "kiv_util_cfg_subif", 70);
+        kiv_fail_without_memory_fixed(kFile, "kiv_util_cfg_subif", 70);
     }
-    batch->head.nr_entries = 3;
-    batch->head.entries_len = sizeof batch->entries;
-    for (uidb_batch_entry &entry : batch->entries) entry.if_handle = sub_ifh;
-    prm_kiv_uidb_fill(&batch->entries[0].feature, 0, membership, number & 0xFF);
-    prm_kiv_uidb_fill(&batch->entries[1].feature, UIDB_QUALIFIER_INGRESS, UIDB_FEATURE_STATS_POINTER,
-                      ingress);
-    prm_kiv_uidb_fill(&batch->entries[2].feature, UIDB_QUALIFIER_EGRESS, UIDB_FEATURE_STATS_POINTER, egress);
+    prm_kiv_uidb_fill_entry(&batch->entries[0], sub_ifh, 0, membership, number & 0xFF);
+    prm_kiv_uidb_fill_entry(&batch->entries[1], sub_ifh, UIDB_QUALIFIER_INGRESS, UIDB_FEATURE_STATS_POINTER,
+                            ingress);
+    prm_kiv_uidb_fill_entry(&batch->entries[2], sub_ifh, UIDB_QUALIFIER_EGRESS, UIDB_FEATURE_STATS_POINTER,
+                            egress);
 
     kiv_printf("Call UIDB Set feature batch\n");
     const prm_status_t rc = kiv_util_uidb_set_feature_batch(UIDB_CLIENT_COOKIE, &batch->head);
-    kiv_check_success(rc, kFile, "kiv_util_cfg_subif", 113);
+    kiv_check_success_fixed(rc, kFile, "kiv_util_cfg_subif", 113);
     free(batch);
 }
 
@@ -58,15 +52,11 @@ struct Lines {
 // Sends a sub-interface's layer-2 flag and encapsulation; the status of the call.
 static prm_status_t set_encapsulation(u32 sub_ifh, u32 outer_vlan, u32 inner_vlan, u32 outer_tpid,
                                       u32 l2_flag, u32 tags, const char *function, Lines lines) {
-    typedef uidb_client_data_of<5> message_t;
-    message_t *const message = static_cast<message_t *>(calloc(1, sizeof(message_t)));
+    auto *const message = prm_kiv_uidb_new<uidb_client_data_of<5>>(sub_ifh);
     if (message == nullptr) {
         kiv_printf("Malloc Failed for uidb_client_data \n");
-        kiv_fail_without_memory(kFile, function, lines.no_memory);
+        kiv_fail_without_memory_fixed(kFile, function, lines.no_memory);
     }
-    message->head.if_handle = sub_ifh;
-    message->head.nr_features = 5;
-    message->head.features_len = sizeof message->features;
     prm_kiv_uidb_fill(&message->features[0], 0, UIDB_FEATURE_L2, l2_flag);
     prm_kiv_uidb_fill(&message->features[1], 0, UIDB_FEATURE_OUTER_TPID, outer_tpid);
     prm_kiv_uidb_fill(&message->features[2], 0, UIDB_FEATURE_OUTER_VLAN, outer_vlan);
@@ -75,27 +65,23 @@ static prm_status_t set_encapsulation(u32 sub_ifh, u32 outer_vlan, u32 inner_vla
 
     kiv_printf("Call UIDB Set feature\n");
     const prm_status_t rc = uidb_set_feature(UIDB_CLIENT_COOKIE, &message->head);
-    kiv_check_success(rc, kFile, function, lines.check);
+    kiv_check_success_fixed(rc, kFile, function, lines.check);
     free(message);
     return rc;
 }
 
 // Enables IPv4 on a new layer-3 sub-interface; the status of the call.
 static prm_status_t enable_ipv4(u32 sub_ifh) {
-    typedef uidb_feature_batch_of<1> batch_t;
-    batch_t *const batch = static_cast<batch_t *>(calloc(1, sizeof(batch_t)));
+    auto *const batch = prm_kiv_uidb_new<uidb_feature_batch_of<1>>();
     if (batch == nullptr) {
         kiv_printf("%s %d Memory allocation failed\n", "kiv_util_cfg_subif", 191);
-        kiv_fail_without_memory(kFile, "kiv_util_cfg_subif", 192);
+        kiv_fail_without_memory_fixed(kFile, "kiv_util_cfg_subif", 192);
     }
-    batch->head.nr_entries = 1;
-    batch->head.entries_len = sizeof batch->entries;
-    batch->entries[0].if_handle = sub_ifh;
-    prm_kiv_uidb_fill(&batch->entries[0].feature, 0, UIDB_FEATURE_IPV4_ENABLE, 1);
+    prm_kiv_uidb_fill_entry(&batch->entries[0], sub_ifh, 0, UIDB_FEATURE_IPV4_ENABLE, 1);
 
     kiv_printf("Call UIDB Set feature batch\n");
     const prm_status_t rc = kiv_util_uidb_set_feature_batch(UIDB_CLIENT_COOKIE, &batch->head);
-    kiv_check_success(rc, kFile, "kiv_util_cfg_subif", 216);
+    kiv_check_success_fixed(rc, kFile, "kiv_util_cfg_subif", 216);
     kiv_printf("kiv_util_uidb_set_feature_batch called rc: 0x%x\n", rc);
     free(batch);
     return rc;
@@ -104,7 +90,7 @@ static prm_status_t enable_ipv4(u32 sub_ifh) {
 prm_status_t kiv_util_cfg_subif(u32 parent, u32 sub_ifh, u32 np_port, u32 bundle_id, u32 outer_vlan,
                                 u32 inner_vlan, u32 outer_tpid, u32 l2_flag, u32 bundle_flag) {
     const prm_status_t created = kiv_util_create_single_interface(np_port & 0xFF, parent, sub_ifh);
-    kiv_check_success(created, kFile, "kiv_util_cfg_subif", 48);
+    kiv_check_success_fixed(created, kFile, "kiv_util_cfg_subif", 48);
     kiv_printf("subif creation successful\n");  // whatever the status
 
     const u32 ingress = allocate_statistics(PRM_STATS_INGRESS, 52);
@@ -140,11 +126,11 @@ prm_status_t kiv_util_delete_subif(u32 sub_ifh) {
 prm_status_t kiv_util_get_bvi_uidb(u32 *bvi) {
     const u32 type = platform_get_my_card_type();
     if (is_veltora_family() != 0) {
-        *bvi = kBviUidbVeltora;
+        *bvi = UIDB_BVI_INDEX_VELTORA;
         return CERR_SUCCESS;
     }
     if (type == PLATFORM_CARD_TYPE_A || type == PLATFORM_CARD_TYPE_B) {
-        *bvi = kBviUidbOther;
+        *bvi = UIDB_BVI_INDEX;
         return CERR_SUCCESS;
     }
     kiv_printf("\nINVALID CARD TYPE\n");
@@ -160,7 +146,7 @@ static int create_sub_interfaces(u32 l2_flag, const char *function, int line) {
         const prm_status_t rc =
             kiv_util_cfg_subif(parent_ifh[main_interface], create_ifh[i], port.byte[main_interface], 0,
                                ovlan.word[i], ivlan.word[i], otpid.word[i], l2_flag, 0);
-        result = kiv_check_success(rc, kFile, function, line);
+        result = kiv_check_success_fixed(rc, kFile, function, line);
     }
     return result;
 }
@@ -180,7 +166,7 @@ static int modify_sub_interfaces(u32 l2_flag, const char *function, int line) {
         kiv_util_chg_subif_encap(create_ifh[i], 0, 0, 0, l2_flag);  // clears; the step checks
         const prm_status_t rc =
             kiv_util_chg_subif_encap(create_ifh[i], ovlan.word[i], ivlan.word[i], otpid.word[i], l2_flag);
-        result = kiv_check_success(rc, kFile, function, line);
+        result = kiv_check_success_fixed(rc, kFile, function, line);
     }
     return result;
 }
@@ -198,7 +184,7 @@ int tc_kiv_delete_sub_interfaces(void) {
     kiv_util_read_subif_params(0);
     for (int i = 0; i < kSubInterfaces; ++i) {
         const prm_status_t rc = kiv_util_delete_subif(create_ifh[i]);
-        result = kiv_check_success(rc, kFile, "tc_kiv_delete_sub_interfaces", 535);
+        result = kiv_check_success_fixed(rc, kFile, "tc_kiv_delete_sub_interfaces", 535);
     }
     return result;
 }

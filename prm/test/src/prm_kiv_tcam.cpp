@@ -89,7 +89,7 @@ void tc_kiv_tcam_verify(prm_info *programmed) {
     if (rc != PRM_ERROR_NONE) {
         kiv_printf("%s: Failure in getting info from h/w\n", "tc_kiv_tcam_verify");
     } else {
-        prm_kiv_check_none(rc, kFile, "tc_kiv_tcam_verify", __LINE__);
+        prm_kiv_check_none_here(rc, kFile, "tc_kiv_tcam_verify", __LINE__);
         tc_kiv_tcam_validate_vmr(programmed, &read_back);
     }
     free_vmr(&read_back);
@@ -228,5 +228,5 @@ void tc_kiv_tcam_validate_vmr(prm_info *programmed, prm_info *read_back) {
     if (matches)
         matches = programmed->fea_id == PRM_TCAM_FEATURE_QOS ? qos_fields_match(programmed, read_back)
                                                              : acl_fields_match(programmed, read_back);
-    kiv_jyx_check_cerrno_(matches ? 1 : 0, 1, "TRUE", kFile, "tc_kiv_tcam_validate_vmr", __LINE__);
+    kiv_check_status_here(matches ? 1 : 0, 1, "TRUE", kFile, "tc_kiv_tcam_validate_vmr", __LINE__);
 }

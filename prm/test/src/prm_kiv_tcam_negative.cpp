@@ -1,7 +1,4 @@
 // The frame of the TCAM cases that spoil a request and expect its rejection.
-#include <stdlib.h>
-#include <string.h>
-
 #include "prm_kiv_main.h"
 #include "prm_kiv_tcam.h"
 
@@ -36,13 +33,6 @@ void prm_kiv_tcam_spoil_fea_id(prm_info *info) {
                    static_cast<u64>(kInvalidFeature) << PRM_TCAM_VMR_FEATURE_SHIFT;
 }
 
-const prm_kiv_tcam_negative *prm_kiv_tcam_find_negative(const prm_kiv_tcam_negative *rows, size_t count,
-                                                        const char *function) {
-    for (size_t i = 0; i < count; ++i)
-        if (strcmp(rows[i].verdict.function, function) == 0) return &rows[i];
-    abort();  // a case without a row
-}
-
 prm_status_t prm_kiv_tcam_call(u32 opcode, u32 supported, prm_info *info) {
     if (opcode < 32 && (supported & 1u << opcode) != 0) {
         switch (opcode) {
@@ -67,14 +57,14 @@ int prm_kiv_tcam_judge(const prm_kiv_tcam_verdict *verdict, prm_status_t rc) {
         kiv_printf(verdict->failure, rc);
     const char *const expected_name =
         verdict->expected == PRM_ERROR_INVALID_MSG ? "PRM_ERROR_INVALID_MSG" : "PRM_ERROR_INVALID_ARG";
-    return kiv_jyx_check_cerrno_(rc, verdict->expected, expected_name, verdict->file, verdict->function,
+    return kiv_check_status_here(rc, verdict->expected, expected_name, verdict->file, verdict->function,
                                  __LINE__);
 }
 
 int prm_kiv_tcam_send_negative(const prm_kiv_tcam_negative *negative, u64 vmr_id, prm_info *info,
                                int *result) {
     tc_kiv_tcam_init_prm_info(info, negative->fea_id, negative->opcode, vmr_id, negative->ace_index);
-    if (!negative->no_buffers && tc_kiv_tcam_allocate_and_offset_vmr(info) == PRM_KIV_TCAM_NO_MEMORY)
+    if (negative->keys && tc_kiv_tcam_allocate_and_offset_vmr(info) == PRM_KIV_TCAM_NO_MEMORY)
         return PRM_KIV_TCAM_NO_MEMORY;
     if (negative->spoil != nullptr) negative->spoil(info);
 
@@ -87,6 +77,6 @@ int prm_kiv_tcam_run_negative(const prm_kiv_tcam_negative *negative, u64 vmr_id)
     prm_info info;
     int result = 0;
     if (prm_kiv_tcam_send_negative(negative, vmr_id, &info, &result) == PRM_KIV_TCAM_NO_MEMORY) return 0;
-    if (!negative->no_buffers) free_vmr(&info);
+    if (negative->keys) free_vmr(&info);
     return result;
 }

@@ -392,7 +392,7 @@ int tc_kiv_tx_adj_buddy_reserve(void) {
     u32 index = 0;
     prm_status_t rc = kiv_util_tx_adj_buddy_reserve(1, &index);
     const int result =
-        kiv_jyx_check_cerrno_(rc, CERR_SUCCESS, "EOK", kFile, "tc_kiv_tx_adj_buddy_reserve", __LINE__);
+        kiv_check_status_here(rc, CERR_SUCCESS, "EOK", kFile, "tc_kiv_tx_adj_buddy_reserve", __LINE__);
     if (rc == CERR_SUCCESS)
         kiv_printf("SUCCESS: Buddy Reserve Index: 0x%x", index);
     else

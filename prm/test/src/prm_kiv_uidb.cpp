@@ -29,15 +29,13 @@ prm_status_t kiv_util_uidb_set_feature(const uidb_feature *feature, u32 if_handl
         kiv_printf("Malloc Failed for uidb_client_data \n");
         return PRM_KIV_NO_MEMORY_STATUS;
     }
-    message->head.if_handle = if_handle;
-    message->head.nr_features = 1;
-    message->head.features_len = sizeof(uidb_feature);
+    prm_kiv_uidb_head(message, if_handle);
     message->features[0] = *feature;
 
     kiv_printf("Call UIDB Set feature\n");
     const prm_status_t rc = uidb_set_feature(0, &message->head);  // cookie 0 here, unlike everywhere else
     free(message);
-    kiv_check_success(rc, kFile, "kiv_util_uidb_set_feature", __LINE__);
+    kiv_check_success_here(rc, kFile, "kiv_util_uidb_set_feature", __LINE__);
     return rc;
 }
 
@@ -68,16 +66,12 @@ prm_status_t kiv_util_uidb_l2_disable(u32 if_handle) {
 }
 
 prm_status_t kiv_util_create_single_interface(u32 np_port, u32 parent_ifh, u32 if_handle) {
-    uidb_create_msg *const message = static_cast<uidb_create_msg *>(calloc(1, sizeof(uidb_create_msg)));
+    uidb_create_msg *const message =
+        prm_kiv_uidb_new<uidb_create_msg>(if_handle, parent_ifh, UIDB_IFTYPE_SUB_INTERFACE, np_port & 0xFF);
     if (message == nullptr) {
         kiv_printf("Could not allocate uidb_create_msg\n");
         return PRM_KIV_NO_MEMORY_STATUS;
     }
-    message->channel_map = np_port & 0xFF;
-    message->if_handle = if_handle;
-    message->parent_ifh = parent_ifh;
-    message->iftype = UIDB_IFTYPE_SUB_INTERFACE;
-
     kiv_printf("channel_map = %d\n if_handle = 0x%X\n iftype = %d \nparent_ifh = 0x%X\n",
                message->channel_map, if_handle, UIDB_IFTYPE_SUB_INTERFACE, parent_ifh);
     kiv_printf("Calling uidb_create_single_interface\n");
@@ -97,24 +91,18 @@ prm_status_t kiv_util_intf_stats_alloc(u32 direction, u32 *pointer) {
     return rc;
 }
 
-int prm_kiv_uidb_set_ip_mtu(u32 if_handle, u32 mtu, const char *file, const char *function, int check_line,
+int prm_kiv_uidb_set_ip_mtu(u32 if_handle, u32 mtu, const char *file, const char *function, int here,
                             const char *success_line) {
-    typedef uidb_client_data_of<1> message_t;
-    message_t *const message = static_cast<message_t *>(calloc(1, sizeof(message_t)));
+    auto *const message = prm_kiv_uidb_new<uidb_client_data_of<1>>(if_handle);
     if (message == nullptr) {
         kiv_printf("Malloc Failed for uidb_client_data \n");
-        kiv_check__(0, 0, "kiv_fail()", file, function, check_line,
-                    KIV_CHECK_FORMAT "Memory allocation failed");
-        abort();
+        kiv_fail_without_memory_here(file, function, here);
     }
-    message->head.if_handle = if_handle;
-    message->head.nr_features = 1;
-    message->head.features_len = sizeof(uidb_feature);
     prm_kiv_uidb_fill(&message->features[0], UIDB_QUALIFIER_IP_MTU, UIDB_FEATURE_IP_MTU, mtu);
 
     kiv_printf("Call UIDB Set feature to set IP MTU\n");
     const prm_status_t rc = uidb_set_feature(UIDB_CLIENT_COOKIE, &message->head);
-    const int result = kiv_check_success(rc, file, function, check_line);
+    const int result = kiv_check_success_here(rc, file, function, here);
     kiv_printf("%s", success_line);
     free(message);
     return result;
@@ -132,20 +120,16 @@ int tc_kiv_update_subif_mtu(void) {
 }
 
 // Sets one feature of the main interface by a batch of one entry.
-static int set_feature_by_batch(u32 feature_id, u32 value, const char *function, int line) {
-    typedef uidb_feature_batch_of<1> batch_t;
-    batch_t *const batch = static_cast<batch_t *>(calloc(1, sizeof(batch_t)));
+static int set_feature_by_batch(u32 feature_id, u32 value, const char *function, int here) {
+    auto *const batch = prm_kiv_uidb_new<uidb_feature_batch_of<1>>();
     if (batch == nullptr) {
-        kiv_printf("%s %d Memory allocation failed", function, line);
-        kiv_fail_without_memory(kFile, function, line);
+        kiv_printf("%s %d Memory allocation failed", function, here);
+        kiv_fail_without_memory_here(kFile, function, here);
     }
-    batch->head.nr_entries = 1;
-    batch->head.entries_len = sizeof(uidb_batch_entry);
-    batch->entries[0].if_handle = kMainInterface;
-    prm_kiv_uidb_fill(&batch->entries[0].feature, 0, feature_id, value);
+    prm_kiv_uidb_fill_entry(&batch->entries[0], kMainInterface, 0, feature_id, value);
 
     const prm_status_t rc = kiv_util_uidb_set_feature_batch(UIDB_CLIENT_COOKIE, &batch->head);
-    const int result = kiv_check_success(rc, kFile, function, line);
+    const int result = kiv_check_success_here(rc, kFile, function, here);
     kiv_printf("kiv_util_uidb_set_feature_batch called rc: 0x%x\n", rc);
     free(batch);
     return result;

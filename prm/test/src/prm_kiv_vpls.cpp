@@ -120,10 +120,10 @@ prm_status_t kiv_util_ac_handler(u32 ac_uidb, u32 domain, int op) {
 
 // Each does its operation with the parameters last read and checks the status.
 static int check_bd(int op, const char *function, int line) {
-    return kiv_check_success(kiv_util_bd_handler(bd_id, op), kFile, function, line);
+    return kiv_check_success_fixed(kiv_util_bd_handler(bd_id, op), kFile, function, line);
 }
 static int check_ac(int op, const char *function, int line) {
-    return kiv_check_success(kiv_util_ac_handler(uidb[0], bd_id, op), kFile, function, line);
+    return kiv_check_success_fixed(kiv_util_ac_handler(uidb[0], bd_id, op), kFile, function, line);
 }
 
 int tc_kiv_vpls_create_bd_with_ac(void) {

@@ -33,7 +33,7 @@ static int for_each_line(int (*read)(Entry *), prm_status_t (*send)(const Entry 
     while ((status = read(&entry)) != 0) {
         if (status < 0) continue;
         print_index(name, ++index, entry);
-        kiv_check_success(send(entry, op), kFile, name, line);
+        kiv_check_success_fixed(send(entry, op), kFile, name, line);
     }
     return status;
 }

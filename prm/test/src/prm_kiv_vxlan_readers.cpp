@@ -98,13 +98,6 @@ static number_list read_list(char *text, int base) {
     return list;
 }
 
-// Ends the process when a list has not as many numbers as there are paths.
-static void check_list_length(u32 num_paths, u32 length, const char *message, int line) {
-    if (kiv_check__(0, num_paths == length, "vplag_info->num_paths == i", kFile,
-                    "prm_kiv_util_get_vplag_params", line, message, num_paths, length) == 0)
-        abort();
-}
-
 // Prints a list of at least one number: `format` for the number, then "," or after the last one ";".
 static void print_list(const char *title, const char *format, const number_list &list) {
     kiv_printf("%s", title);
@@ -113,8 +106,9 @@ static void print_list(const char *title, const char *format, const number_list 
 }
 
 int prm_kiv_util_get_vplag_params(prm_vplag_info *vplag_info) {
+    static const char kReader[] = "prm_kiv_util_get_vplag_params";
     stdin_line line;
-    const int status = read_told_line(&line, ";", "prm_kiv_util_get_vplag_params");
+    const int status = read_told_line(&line, ";", kReader);
     if (status < 1) return status;
 
     vplag_info->source_vtep = number(line.fields[0], 16, vplag_info->source_vtep);
@@ -127,21 +121,19 @@ int prm_kiv_util_get_vplag_params(prm_vplag_info *vplag_info) {
         kiv_printf("\n");
         return 1;
     }
-    if (kiv_check__(0, num_paths <= ZOR_L2_ECMP_MAX_PATHS, "vplag_info->num_paths <= ZOR_L2_ECMP_MAX_PATHS",
-                    kFile, "prm_kiv_util_get_vplag_params", 435,
-                    KIV_CHECK_FORMAT "%s %d max path number %d beyond supported limit %d\n",
-                    "prm_kiv_util_get_vplag_params", 435, num_paths, ZOR_L2_ECMP_MAX_PATHS) == 0)
-        abort();
+    KIV_REQUIRE_FIXED(num_paths <= ZOR_L2_ECMP_MAX_PATHS, "vplag_info->num_paths <= ZOR_L2_ECMP_MAX_PATHS",
+                      kFile, kReader, 435, "%s %d max path number %d beyond supported limit %d\n", kReader,
+                      435, num_paths, ZOR_L2_ECMP_MAX_PATHS);
 
     const number_list next_hops = read_list(line.fields[3], 10);
     for (u32 i = 0; i < next_hops.stored; ++i) vplag_info->nh_id[i] = next_hops.numbers[i];
-    check_list_length(num_paths, next_hops.length, KIV_CHECK_FORMAT "num_paths %d mismatch with nh num %d\n",
-                      445);
+    KIV_REQUIRE_FIXED(num_paths == next_hops.length, "vplag_info->num_paths == i", kFile, kReader, 445,
+                      "num_paths %d mismatch with nh num %d\n", num_paths, next_hops.length);
 
     const number_list remote_vteps = read_list(line.fields[4], 16);
     for (u32 i = 0; i < remote_vteps.stored; ++i) vplag_info->remote_vtep[i] = remote_vteps.numbers[i];
-    check_list_length(num_paths, remote_vteps.length,
-                      KIV_CHECK_FORMAT "num_paths %d mismatch with r_vtep num %d\n", 455);
+    KIV_REQUIRE_FIXED(num_paths == remote_vteps.length, "vplag_info->num_paths == i", kFile, kReader, 455,
+                      "num_paths %d mismatch with r_vtep num %d\n", num_paths, remote_vteps.length);
 
     print_list("nh_list ", "%d%s", next_hops);
     print_list("r_vtep_list ", "0x%08x%s", remote_vteps);

@@ -93,15 +93,11 @@ prm_status_t kiv_util_add_subif_rewrite(u32 if_handle, u32 outer_vlan, u32 inner
                                         u8 rw_op, u32 rewrite_outer_vlan, u32 rewrite_inner_vlan,
                                         u32 rewrite_outer_tpid) {
     static const char kStep[] = "kiv_util_add_subif_rewrite";
-    typedef uidb_client_data_of<8> message_t;
-    message_t *const message = static_cast<message_t *>(calloc(1, sizeof(message_t)));
+    auto *const message = prm_kiv_uidb_new<uidb_client_data_of<8>>(if_handle);
     if (message == nullptr) {
         kiv_printf("Malloc Failed for uidb_client_data \n");
-        kiv_fail_without_memory(kFile, kStep, 221);
+        kiv_fail_without_memory_fixed(kFile, kStep, 221);
     }
-    message->head.if_handle = if_handle;
-    message->head.nr_features = 8;
-    message->head.features_len = sizeof message->features;
     prm_kiv_uidb_fill(&message->features[0], 0, UIDB_FEATURE_L2, 1);
     prm_kiv_uidb_fill(&message->features[1], 0, UIDB_FEATURE_REWRITE_OUTER_TPID, rewrite_outer_tpid);
     prm_kiv_uidb_fill(&message->features[2], 0, UIDB_FEATURE_REWRITE_OUTER_VLAN, rewrite_outer_vlan);
@@ -113,7 +109,7 @@ prm_status_t kiv_util_add_subif_rewrite(u32 if_handle, u32 outer_vlan, u32 inner
 
     kiv_printf("Call UIDB Set feature\n");
     const prm_status_t rc = uidb_set_feature(UIDB_CLIENT_COOKIE, &message->head);
-    kiv_check_success(rc, kFile, kStep, 277);
+    kiv_check_success_fixed(rc, kFile, kStep, 277);
     free(message);
     return rc;
 }
@@ -202,7 +198,7 @@ int tc_kiv_xconnect_add_locsw(void) {
     kiv_printf("calling kiv_util_prm_srh_xconnect_add now \n");
     kiv_util_read_xconnect_uidbs();
     const prm_status_t rc = kiv_util_prm_srh_xconnect_add(uidb[0], uidb[1]);
-    return kiv_check_success(rc, kFile, "tc_kiv_xconnect_add_locsw", 409);
+    return kiv_check_success_fixed(rc, kFile, "tc_kiv_xconnect_add_locsw", 409);
 }
 
 int tc_kiv_xconnect_encap_chg_locsw(void) {
@@ -211,56 +207,56 @@ int tc_kiv_xconnect_encap_chg_locsw(void) {
 
     // The first sub-interface every time; the second keeps its encapsulation.
     prm_status_t rc = kiv_util_chg_subif_encap(ifh[0], 0, 0, 0, 1);
-    kiv_check_success(rc, kFile, kCase, 420);
+    kiv_check_success_fixed(rc, kFile, kCase, 420);
     rc = kiv_util_chg_subif_encap(ifh[0], 0, 0, 0, 1);
-    kiv_check_success(rc, kFile, kCase, 424);
+    kiv_check_success_fixed(rc, kFile, kCase, 424);
     rc = kiv_util_chg_subif_encap(ifh[0], ovlan.slot[0], ivlan.slot[0], otpid.slot[0], 1);
-    kiv_check_success(rc, kFile, kCase, 428);
+    kiv_check_success_fixed(rc, kFile, kCase, 428);
 
     rc = kiv_util_prm_srh_xconnect_add(uidb[0], uidb[1]);
-    return kiv_check_success(rc, kFile, kCase, 431);
+    return kiv_check_success_fixed(rc, kFile, kCase, 431);
 }
 
 // Joins the two with a rewrite on the first; a failed rewrite does not keep it from joining them.
 static int add_with_first_rewrite(u8 rw_op, const char *function, int rewrite_line, int add_line) {
     kiv_util_read_xconnect_rewrites();
     prm_status_t rc = add_rewrite(0, rw_op);
-    kiv_check_success(rc, kFile, function, rewrite_line);
+    kiv_check_success_fixed(rc, kFile, function, rewrite_line);
     rc = kiv_util_prm_srh_xconnect_add(uidb[0], uidb[1]);
-    return kiv_check_success(rc, kFile, function, add_line);
+    return kiv_check_success_fixed(rc, kFile, function, add_line);
 }
 
 int tc_kiv_xconnect_add_locsw_with_push1_rw(void) {
-    return add_with_first_rewrite(KIV_REWRITE_PUSH1, "tc_kiv_xconnect_add_locsw_with_push1_rw", 444, 447);
+    return add_with_first_rewrite(UIDB_REWRITE_PUSH1, "tc_kiv_xconnect_add_locsw_with_push1_rw", 444, 447);
 }
 
 int tc_kiv_xconnect_add_locsw_with_pop1_rw(void) {
-    return add_with_first_rewrite(KIV_REWRITE_POP1, "tc_kiv_xconnect_add_locsw_with_pop1_rw", 460, 463);
+    return add_with_first_rewrite(UIDB_REWRITE_POP1, "tc_kiv_xconnect_add_locsw_with_pop1_rw", 460, 463);
 }
 
 int tc_kiv_xconnect_add_locsw_with_swap11_rw(void) {
-    return add_with_first_rewrite(KIV_REWRITE_SWAP11, "tc_kiv_xconnect_add_locsw_with_swap11_rw", 476, 479);
+    return add_with_first_rewrite(UIDB_REWRITE_SWAP11, "tc_kiv_xconnect_add_locsw_with_swap11_rw", 476, 479);
 }
 
 int tc_kiv_xconnect_remove_locsw(void) {
     static const char kCase[] = "tc_kiv_xconnect_remove_locsw";
     kiv_util_read_xconnect_uidbs();
     prm_status_t rc = kiv_util_prm_srh_xconnect_remove(uidb[0]);
-    kiv_check_success(rc, kFile, kCase, 856);
+    kiv_check_success_fixed(rc, kFile, kCase, 856);
     rc = kiv_util_prm_srh_xconnect_remove(uidb[1]);
-    return kiv_check_success(rc, kFile, kCase, 859);
+    return kiv_check_success_fixed(rc, kFile, kCase, 859);
 }
 
 // --- Rewrite matrix ---
 
 static int run_rewrite_case(u8 source_op, u8 destination_op, const char *function, int line) {
     const prm_status_t rc = kiv_util_xconnect_add_with_rewrite(source_op, destination_op);
-    return kiv_check_success(rc, kFile, function, line);
+    return kiv_check_success_fixed(rc, kFile, function, line);
 }
 
-#define DEFINE_REWRITE_CASE(name, source_op, destination_op, line)                                   \
-    int name(void) {                                                                                 \
-        return run_rewrite_case(KIV_REWRITE_##source_op, KIV_REWRITE_##destination_op, #name, line); \
+#define DEFINE_REWRITE_CASE(name, source_op, destination_op, line)                                     \
+    int name(void) {                                                                                   \
+        return run_rewrite_case(UIDB_REWRITE_##source_op, UIDB_REWRITE_##destination_op, #name, line); \
     }
 KIV_XCONNECT_REWRITE_CASES(DEFINE_REWRITE_CASE)
 #undef DEFINE_REWRITE_CASE

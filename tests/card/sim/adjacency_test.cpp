@@ -100,6 +100,37 @@ TEST_F(AdjacencyTest, APoolNeverHandsOutANamedNextHop) {
     EXPECT_EQ(used(Resource::next_hop), 1u);
 }
 
+TEST_F(AdjacencyTest, ALabelAdjacencyKeepsTheNextHopThatItGoesOutOverInUse) {
+    const u32 first = AdjacencyState::kFirstNextHop;
+    EXPECT_EQ(add(label_adjacency(first, first + 1)), 0u);
+    EXPECT_EQ(used(Resource::next_hop), 2u);
+    EXPECT_EQ(next_hop(), first + 2);
+    // Modified to go out over another, it lets the first one go.
+    EXPECT_EQ(mod(label_adjacency(first + 3, first + 1)), 0u);
+    EXPECT_EQ(used(Resource::next_hop), 3u);
+    EXPECT_EQ(next_hop(), first);
+    EXPECT_EQ(next_hop(), first + 4);
+    EXPECT_EQ(mod(label_adjacency(7, first + 1)), 0u) << "no next hop of the pool";
+    EXPECT_EQ(used(Resource::next_hop), 4u);
+    EXPECT_EQ(next_hop(), first + 3);
+    EXPECT_EQ(del(adjacency_delete(first + 1)), 0u);
+    EXPECT_EQ(next_hop(), first + 1);
+}
+
+TEST_F(AdjacencyTest, AnAdjacencyKeepsTheTunnelThatItNamesInUse) {
+    const u32 first = AdjacencyState::kFirstTunnel;
+    EXPECT_EQ(add(eompls_adjacency(7, first)), 0u);
+    EXPECT_EQ(used(Resource::tunnel), 1u);
+    EXPECT_EQ(tunnel(), first + 1);
+    EXPECT_EQ(mod(eompls_adjacency(7, first + 2)), 0u);
+    EXPECT_EQ(tunnel(), first);
+    EXPECT_EQ(add(eompls_adjacency(7, first + 3)), 0u) << "an add replaces";
+    EXPECT_EQ(tunnel(), first + 2);
+    EXPECT_EQ(mod(eompls_adjacency(7, 1)), 0u) << "no tunnel of the pool";
+    EXPECT_EQ(used(Resource::tunnel), 3u);
+    EXPECT_EQ(tunnel(), first + 3);
+}
+
 TEST_F(AdjacencyTest, ADeletedNextHopThatIsStillNamedIsNotHandedOut) {
     const u32 nh = next_hop();
     EXPECT_EQ(add4(recursive(ipv4_leaf(1), nh, nh)), 0u);

@@ -7,6 +7,7 @@
 
 #include "card/sim/backend.h"
 #include "card/sim/card.h"
+#include "tests/card/sim/watch.h"
 
 namespace sim {
 
@@ -53,7 +54,9 @@ inline void ignore_notification() {}
 
 class CardTest : public ::testing::Test {
   protected:
-    explicit CardTest(Inventory inventory = small_inventory()) : card(std::move(inventory)), use(card) {}
+    explicit CardTest(Inventory inventory = small_inventory()) : card(std::move(inventory)), use(card) {
+        card::use_backend(&watched_backend());
+    }
 
     void SetUp() override {
         evm = event_manager_create(0, 0, 14, 0);

@@ -9,6 +9,8 @@ namespace {
 
 class ConnectionTest : public ::testing::Test {
   protected:
+    ConnectionTest() { card::use_backend(&watched_backend()); }
+
     Card card;
     CurrentCard use{card};
 

@@ -222,11 +222,31 @@ TEST_F(EvpnTest, ANextHopThatAnEntryNamesIsNotHandedOut) {
     request.count = 1;
     ASSERT_EQ(prm_srh_tx_adj_buddy_reserve(nullptr, &request), 0u);
     EXPECT_EQ(request.index, first + 2);
+    // Changed to name others, they let these go.
+    named.nh_id = first + 3;
+    group.info.nh_id[0] = first + 4;
+    ASSERT_EQ(prm_srh_vxlan_ole_mod(client, &named), 0u);
+    ASSERT_EQ(prm_srh_l2_ecmp_mod(client, &group), 0u);
+    EXPECT_EQ(used(Resource::next_hop), 3u);
+    named.nh_id = group.info.nh_id[0] = kNextHop;  // outside the pool
+    ASSERT_EQ(prm_srh_vxlan_ole_mod(client, &named), 0u);
+    ASSERT_EQ(prm_srh_l2_ecmp_mod(client, &group), 0u);
+    EXPECT_EQ(used(Resource::next_hop), 1u);
+    named.nh_id = first + 3;
+    group.info.nh_id[0] = first + 4;
+    ASSERT_EQ(prm_srh_vxlan_ole_mod(client, &named), 0u);
+    ASSERT_EQ(prm_srh_l2_ecmp_mod(client, &group), 0u);
+    for (const u32 free : {first, first + 1, first + 5}) {
+        ASSERT_EQ(prm_srh_tx_adj_buddy_reserve(nullptr, &request), 0u);
+        EXPECT_EQ(request.index, free);
+    }
     // Deleted, they are free again.
     ASSERT_EQ(prm_srh_vxlan_ole_del(client, &named), 0u);
     ASSERT_EQ(prm_srh_l2_ecmp_del(client, &group), 0u);
-    ASSERT_EQ(prm_srh_tx_adj_buddy_reserve(nullptr, &request), 0u);
-    EXPECT_EQ(request.index, first);
+    for (const u32 free : {first + 3, first + 4}) {
+        ASSERT_EQ(prm_srh_tx_adj_buddy_reserve(nullptr, &request), 0u);
+        EXPECT_EQ(request.index, free);
+    }
 }
 
 }  // namespace

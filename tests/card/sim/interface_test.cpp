@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "prm_srh_span.h"
 #include "tests/card/sim/card_test.h"
 
 namespace sim {
@@ -399,6 +400,24 @@ TEST_F(InterfaceTest, StatisticsPointersComeFromTheirPoolAndCountForOneInterface
     EXPECT_EQ(set(kMainA, UIDB_FEATURE_STATS_POINTER, statistics(PRM_STATS_INGRESS), 0), 0u);
     EXPECT_EQ(set(kMainB, UIDB_FEATURE_STATS_POINTER, ingress, 0), CARD_ERROR_UNKNOWN_STATISTICS);
     EXPECT_EQ(used(Resource::statistics), 2u);
+}
+
+TEST_F(InterfaceTest, ABatchTakesStatisticsPointersAndMirrorSourcesToo) {
+    const u32 pointer = statistics(PRM_STATS_INGRESS);
+    prm_span_request session = {};
+    ASSERT_EQ(prm_srh_span_fwd_add(client, &session), 0u);
+    uidb_feature_batch_of<3> batch = {};
+    batch.head.nr_entries = 3;
+    batch.head.entries_len = sizeof batch.entries;
+    for (uidb_batch_entry &entry : batch.entries) entry.if_handle = kMainA;
+    batch.entries[0].feature = feature(UIDB_FEATURE_STATS_POINTER, pointer, UIDB_QUALIFIER_INGRESS);
+    batch.entries[1].feature = feature(UIDB_FEATURE_SPAN_SOURCE, 0);
+    // The pointer's place is taken by another, and it goes back.
+    batch.entries[2].feature = feature(UIDB_FEATURE_STATS_POINTER, statistics(PRM_STATS_INGRESS));
+    ASSERT_EQ(uidb_set_feature_batch(kCookie, &batch.head), 0u);
+    EXPECT_EQ(used(Resource::mirror_source), 1u);
+    EXPECT_EQ(used(Resource::statistics), 1u);
+    EXPECT_EQ(at(kMainA).value(Feature::STATS_INGRESS), batch.entries[2].feature.value);
 }
 
 TEST_F(InterfaceTest, AFullFeatureAccountRefusesNewFeaturesOnly) {

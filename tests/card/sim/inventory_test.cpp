@@ -2,6 +2,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <vector>
 
 #include "tests/card/sim/card_test.h"
 
@@ -72,6 +73,69 @@ TEST(InventoryTest, AnEmptyFileIsACardWithoutInterfaces) {
     std::string error;
     EXPECT_TRUE(parse_inventory("", "card.toml", &inventory, &error));
     EXPECT_TRUE(inventory.interfaces.empty());
+}
+
+TEST(InventoryTest, AnEmptyFileIsReadFromDisk) {
+    const std::string path = ::testing::TempDir() + "empty_card.toml";
+    std::ofstream(path).close();
+    Inventory inventory;
+    std::string error;
+    EXPECT_TRUE(load_inventory(path, &inventory, &error)) << error;
+    std::filesystem::remove(path);
+}
+
+std::vector<std::string> problems(std::string_view text) {
+    std::vector<std::string> lines;
+    for (const InventoryProblem &problem : read_inventory(text).problems)
+        lines.push_back(std::to_string(problem.line) + ": " + problem.field + ": " + problem.text);
+    return lines;
+}
+
+TEST(InventoryTest, EverythingThatIsWrongIsNamed) {
+    EXPECT_THAT(
+        problems(R"([card]
+ports = "many"
+veltora_family = 1
+[limits]
+interfaces = 3
+bundle = -1
+[[interface]]
+handle = 1
+kind = "min"
+np_prot = 3
+[[interface]]
+handle = "2"
+kind = "main"
+[extra]
+)"),
+        ::testing::UnorderedElementsAre(
+            "14: extra: unknown field", "2: card.ports: not a whole number",
+            "3: card.veltora_family: neither true nor false", "5: limits.interfaces: unknown resource",
+            "6: limits.bundle: -1 is not between 0 and 16777216",
+            "9: interface[0].kind: not one of \"main\", \"sub\", \"bundle\"",
+            "10: interface[0].np_prot: unknown field", "12: interface[1].handle: not a whole number",
+            "11: interface[1].np_port: missing"));
+}
+
+TEST(InventoryTest, WhatIsSoundIsReadBesideWhatIsNot) {
+    const InventoryReading reading = read_inventory(R"(
+[card]
+ports = 300
+[[interface]]
+handle = 7
+kind = "main"
+np_port = 200
+colour = "red"
+[[interface]]
+handle = 8
+kind = "sub"
+parent = 7
+)");
+    EXPECT_TRUE(reading.is_toml);
+    ASSERT_EQ(reading.problems.size(), 2u) << "ports and colour; nothing that follows from them";
+    ASSERT_EQ(reading.inventory.interfaces.size(), 2u);
+    EXPECT_EQ(reading.inventory.interfaces[1].np_port, 200);
+    EXPECT_FALSE(read_inventory("[card").is_toml);
 }
 
 struct Broken {

@@ -81,6 +81,36 @@ TEST_F(RouteTest, ARecursivePairNamesNextHopsWithoutAnEntry) {
     EXPECT_EQ(add4(recursive(ipv4_leaf(kHost), 0xFFFFFFFF, 0)), 0u);
 }
 
+TEST_F(RouteTest, TheNextHopsOfARecursivePairAreInUse) {
+    const u32 first = AdjacencyState::kFirstNextHop;
+    EXPECT_EQ(add4(recursive(ipv4_leaf(kHost), first, first + 1)), 0u);
+    EXPECT_EQ(add6(recursive(ipv6_leaf(0x20, 1), first + 2, first + 3)), 0u);
+    EXPECT_EQ(used(Resource::next_hop), 4u);
+    EXPECT_EQ(mod4(recursive(ipv4_leaf(kHost), first + 4, first + 1)), 0u);
+    EXPECT_EQ(mod6(ipv6_leaf(0x20, 1)), 0u);
+    EXPECT_EQ(used(Resource::next_hop), 2u);
+    EXPECT_EQ(add6(recursive(ipv6_leaf(0x20, 1), first, first)), 0u);
+    EXPECT_EQ(next_hop(), first + 2);
+    EXPECT_EQ(del6(ipv6_leaf(0x20, 1)), 0u);
+    EXPECT_EQ(del4(ipv4_leaf(kHost)), 0u);
+    EXPECT_EQ(used(Resource::next_hop), 1u) << "the one reserved";
+}
+
+// The first word of its pair is then a pointer, also where its number is that of a next hop.
+TEST_F(RouteTest, ARecursiveLeafThatPointsAtAnEntryNamesOneNextHop) {
+    const u32 pointer = 200128;
+    ASSERT_EQ(pointer % 64, 0u);
+    EXPECT_EQ(add(ldi(pointer)), 0u);
+    zor_leaf_request request = recursive(ipv4_leaf(kHost), pointer, AdjacencyState::kFirstNextHop);
+    request.payload.flags0 = ZOR_LEAF_LDI;
+    EXPECT_EQ(add4(request), 0u);
+    EXPECT_EQ(used(Resource::next_hop), 1u);
+    EXPECT_EQ(card.load_distribution.table.users(pointer), 1u);
+    EXPECT_EQ(del4(request), 0u);
+    EXPECT_EQ(used(Resource::next_hop), 0u);
+    EXPECT_EQ(card.load_distribution.table.users(pointer), 0u);
+}
+
 TEST_F(RouteTest, SpoiledRequestsAreRefused) {
     const auto refused = [&](u32 code, auto spoil) {
         zor_leaf_request request = ipv4_leaf(kHost);

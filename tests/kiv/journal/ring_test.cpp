@@ -12,7 +12,7 @@
 namespace {
 
 using kiv::Counters;
-using kiv::FailedCheck;
+using kiv::CheckView;
 using kiv::Printed;
 
 // Writes every event as a line.
@@ -32,7 +32,7 @@ class Lines : public kiv::Journal {
     void case_ended(int64_t time, const Counters &counters) override {
         add("case-end", static_cast<uint64_t>(time), counters.failed);
     }
-    void failed_check(const FailedCheck &check) override {
+    void failed_check(const CheckView &check) override {
         text_ += std::string(check.is_condition ? "condition " : "code ") + std::to_string(check.status) +
                  " " + std::to_string(check.expected) + " " + std::to_string(check.line) + " " +
                  std::string(check.expected_name) + "|" + std::string(check.status_text) + "|" +
@@ -69,7 +69,7 @@ void tell(kiv::Journal &journal) {
     journal.fixture_begins(3, true, 10);
     journal.fixture_ended(20, {1, 0});
     journal.case_begins(7, 30);
-    FailedCheck check{};
+    CheckView check;
     check.status = 0xa8b89200;
     check.expected = 1;
     check.line = -5;
@@ -92,6 +92,8 @@ void tell(kiv::Journal &journal) {
     journal.done();
 }
 
+constexpr kiv::RecordBounds kBounds{6'000'000'000, 10};
+
 class RingTest : public testing::Test {
   protected:
     RingTest() {
@@ -106,7 +108,7 @@ TEST_F(RingTest, EventsArriveAsTheyWereTold) {
     kiv::RingJournal journal(ring_);
     tell(journal);
     Lines there;
-    kiv::replay_ring(ring_, there, kiv::Ring::kSize, &damaged_);
+    kiv::replay_ring(ring_, there, kBounds, kiv::Ring::kSize, &damaged_);
     EXPECT_TRUE(there.done_);
     EXPECT_FALSE(damaged_);
     EXPECT_EQ(there.text_,
@@ -142,7 +144,7 @@ TEST_F(RingTest, MoreThanTheRingHoldsGoesThroughBetweenProcesses) {
         int count_ = 0, wrong_ = 0;
     } checker;
     while (!checker.done_) {
-        if (kiv::replay_ring(ring_, checker, kiv::Ring::kSize, &damaged_) == 0)
+        if (kiv::replay_ring(ring_, checker, kBounds, kiv::Ring::kSize, &damaged_) == 0)
             ring_.wait_readable(10'000'000);
     }
     waitpid(writer, nullptr, 0);
@@ -158,7 +160,7 @@ TEST_F(RingTest, QuestionsAreAnswered) {
         _exit(first && !second ? 0 : 1);
     }
     Lines there;
-    while (there.questions_ < 2) kiv::replay_ring(ring_, there, kiv::Ring::kSize, &damaged_);
+    while (there.questions_ < 2) kiv::replay_ring(ring_, there, kBounds, kiv::Ring::kSize, &damaged_);
     int status = -1;
     waitpid(writer, &status, 0);
     EXPECT_EQ(status, 0);
@@ -174,14 +176,14 @@ TEST_F(RingTest, DamageIsFound) {
         size_t size;
         const_cast<char *>(ring_.readable(&size))[place] ^= 0x5a;
         Lines there;
-        kiv::replay_ring(ring_, there, kiv::Ring::kSize, &damaged_);  // neither a crash nor an endless loop
+        kiv::replay_ring(ring_, there, kBounds, kiv::Ring::kSize, &damaged_);  // neither a crash nor an endless loop
     }
     ring_.reset();
     kiv::RingJournal(ring_).case_ended(1, {});
     size_t size;
     memset(const_cast<char *>(ring_.readable(&size)), 0, 8);
     Lines there;
-    kiv::replay_ring(ring_, there, kiv::Ring::kSize, &damaged_);
+    kiv::replay_ring(ring_, there, kBounds, kiv::Ring::kSize, &damaged_);
     EXPECT_TRUE(damaged_);
 }
 

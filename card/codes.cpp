@@ -1,7 +1,7 @@
 // Names and texts of the codes.
-#include "card/sim/codes.h"
+#include "card/codes.h"
 
-namespace sim {
+namespace card {
 namespace {
 
 struct CodeRow {
@@ -18,10 +18,10 @@ constexpr CodeRow kCodes[] = {
     {PRM_ERROR_BCM_E_BADID, "PRM_ERROR_BCM_E_BADID", "identifier out of range"},
     {PRM_ERROR_BCM_E_PORT, "PRM_ERROR_BCM_E_PORT", "invalid port"},
 #define CODE(name, number, text) {CARD_ERROR_##name, "CARD_ERROR_" #name, text},
-#include "card/sim/codes.def"
+#include "card/codes.def"
 };
 
-const CodeRow *find(u32 code) {
+const CodeRow *row_of(u32 code) {
     for (const CodeRow &row : kCodes) {
         if (row.code == code) return &row;
     }
@@ -31,13 +31,13 @@ const CodeRow *find(u32 code) {
 }  // namespace
 
 const char *code_text(u32 code) {
-    const CodeRow *const row = find(code);
+    const CodeRow *const row = row_of(code);
     return row != nullptr ? row->text : "unknown code";
 }
 
 const char *code_name(u32 code) {
-    const CodeRow *const row = find(code);
+    const CodeRow *const row = row_of(code);
     return row != nullptr ? row->name : nullptr;
 }
 
-}  // namespace sim
+}  // namespace card
