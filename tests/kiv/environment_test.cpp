@@ -50,7 +50,7 @@ TEST_F(EnvironmentTest, NothingIsTakenFromNothing) {
     EXPECT_FALSE(options_.sharded);
     EXPECT_FALSE(options_.fail_fast);
     EXPECT_EQ(options_.out, "");
-    EXPECT_EQ(options_.reports.junit, "");
+    EXPECT_EQ(options_.reports.files[0], "");
     EXPECT_THAT(selectors(), IsEmpty());
 }
 
@@ -83,16 +83,16 @@ TEST_F(EnvironmentTest, CommandLineIsStronger) {
     options_.sharded = true;
     options_.shard_count = 7;
     options_.selectors = {kiv::make_selector("mine")};
-    options_.reports.junit = "mine.xml";
+    options_.reports.files[0] = "mine.xml";
     options_.out = "mine";
     ASSERT_TRUE(apply());
     EXPECT_EQ(options_.shard_count, 7);
     EXPECT_THAT(selectors(), ElementsAre("mine"));
-    EXPECT_EQ(options_.reports.junit, "mine.xml");
+    EXPECT_EQ(options_.reports.files[0], "mine.xml");
     EXPECT_EQ(options_.out, "mine");
     options_ = {};
     ASSERT_TRUE(apply());
-    EXPECT_EQ(options_.reports.junit, "build.xml");
+    EXPECT_EQ(options_.reports.files[0], "build.xml");
     EXPECT_EQ(options_.out, "build");
 }
 
