@@ -5,29 +5,13 @@
 
 #include "prm_srh_span.h"
 #include "tests/card/sim/card_test.h"
+#include "tests/card/sim/interface_requests.h"
 
 namespace sim {
 namespace {
 
 constexpr u32 kNewSub = 0x8002010, kNewBundle = 0x800B000, kBvi = 0x800004C;
 constexpr uintptr_t kCookie = UIDB_CLIENT_COOKIE;
-
-uidb_create_msg create_message(u32 if_handle, u32 iftype, u32 parent, u32 port) {
-    uidb_create_msg message = {};
-    message.if_handle = if_handle;
-    message.iftype = iftype;
-    message.parent_ifh = parent;
-    message.channel_map = port;
-    return message;
-}
-
-uidb_feature feature(u32 id, u32 value, u16 qualifier = 0) {
-    uidb_feature record = {};
-    record.qualifier = qualifier;
-    record.feature_id = id;
-    record.value = value;
-    return record;
-}
 
 class InterfaceTest : public CardTest {
   protected:
@@ -43,14 +27,8 @@ class InterfaceTest : public CardTest {
         return create(if_handle, UIDB_IFTYPE_SUB_INTERFACE, parent, 5);
     }
 
-    // One message with these records.
     u32 set(u32 if_handle, const std::vector<uidb_feature> &records) {
-        std::vector<char> message(sizeof(uidb_client_data) + records.size() * sizeof(uidb_feature));
-        const uidb_client_data head = {if_handle, static_cast<u16>(records.size()),
-                                       static_cast<u16>(records.size() * sizeof(uidb_feature))};
-        std::memcpy(message.data(), &head, sizeof head);
-        std::memcpy(message.data() + sizeof head, records.data(), records.size() * sizeof(uidb_feature));
-        return uidb_set_feature(kCookie, reinterpret_cast<uidb_client_data *>(message.data()));
+        return set_features(if_handle, records);
     }
     u32 set(u32 if_handle, u32 id, u32 value, u16 qualifier = 0) {
         return set(if_handle, {feature(id, value, qualifier)});
@@ -126,9 +104,7 @@ TEST_F(InterfaceTest, ABatchMayCreateAnInterfaceAndItsSubInterface) {
 }
 
 TEST_F(InterfaceTest, AFullTableRefusesAndDeletingMakesRoom) {
-    Inventory inventory = small_inventory();
-    inventory.limits[Resource::interface].limit = 7;
-    Card full(inventory);
+    Card full(limited(small_inventory(), {{Resource::interface, 7}}));
     CurrentCard use_full(full);
     ASSERT_EQ(create_sub(), 0u);
     EXPECT_EQ(create_sub(kNewSub + 1), CARD_ERROR_TABLE_FULL);
@@ -167,9 +143,7 @@ TEST_F(InterfaceTest, ThereIsOneBviAtATime) {
 }
 
 TEST_F(InterfaceTest, NoOtherInterfaceGetsTheIndexOfTheBvi) {
-    Inventory inventory = small_inventory();
-    inventory.limits[Resource::interface].limit = 5000;
-    Card wide(inventory);
+    Card wide(limited(small_inventory(), {{Resource::interface, 5000}}));
     CurrentCard use_wide(wide);
     for (u32 i = 0; i < 4100; ++i) {
         u16 uidb = 0;
