@@ -5,6 +5,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <initializer_list>
+#include <utility>
+
 #include "card/sim/backend.h"
 #include "card/sim/card.h"
 #include "tests/card/sim/watch.h"
@@ -45,6 +48,12 @@ inline Inventory small_inventory() {
          .uidb = 43,
          .outer_vlan = 102},
     };
+    return inventory;
+}
+
+// An inventory with these limits.
+inline Inventory limited(Inventory inventory, std::initializer_list<std::pair<Resource, u32>> limits) {
+    for (const auto &[resource, limit] : limits) inventory.limits[resource].limit = limit;
     return inventory;
 }
 
