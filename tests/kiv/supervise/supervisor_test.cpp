@@ -122,6 +122,26 @@ int reads_a_line() {
     return passes();
 }
 
+int writes_past_the_streams() {
+    static int count = 0;
+    const std::string text = "direct " + std::to_string(++count) + "\n";
+    if (write(STDOUT_FILENO, text.data(), text.size()) < 0) return 1;
+    return passes();
+}
+
+int closes_its_input() {
+    close(STDIN_FILENO);
+    usleep(1000);
+    return passes();
+}
+
+int opens_a_file() {
+    const int fd = open("/dev/null", O_RDONLY);
+    kiv_printf(fd > STDERR_FILENO ? "as ever" : "in the place of a standard descriptor");
+    close(fd);
+    return passes();
+}
+
 // Does something beside the test, from a process of its own, which ends with this.
 class Beside {
   public:
@@ -401,6 +421,21 @@ TEST_F(SupervisorTest, ProcessesThatAreNotTheRunsAreLeftAlone) {
     EXPECT_TRUE(kiv_test::process_exists(other));
     kill(other, SIGKILL);
     waitpid(other, nullptr, 0);
+}
+
+TEST_F(SupervisorTest, WhatGoesPastTheStreamsBelongsToItsCase) {
+    for (int i = 0; i < 300; ++i) add("writes", writes_past_the_streams);
+    run();
+    ASSERT_EQ(cases_.size(), 300u);
+    for (size_t i = 0; i < 300; ++i) EXPECT_EQ(cases_[i].output, "direct " + std::to_string(i + 1) + "\n");
+}
+
+TEST_F(SupervisorTest, FileOfACaseNeverTakesTheInputsPlace) {
+    add("closes", closes_its_input);
+    add("opens", opens_a_file);
+    run();
+    ASSERT_EQ(cases_.size(), 2u);
+    EXPECT_EQ(cases_[1].output, "as ever");
 }
 
 TEST_F(SupervisorTest, ChildOfACaseCountsNoChecks) {
