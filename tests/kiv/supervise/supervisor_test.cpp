@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <stdexcept>
 
 #include "kiv.h"
 #include "kiv/files.h"
@@ -148,6 +149,7 @@ class Beside {
     explicit Beside(const std::function<void(pid_t tester)> &what) {
         const pid_t tester = getpid();
         process_ = fork();
+        if (process_ < 0) throw std::runtime_error("no process");
         if (process_ != 0) return;
         what(tester);
         _exit(0);
@@ -414,6 +416,7 @@ TEST_F(SupervisorTest, CaseThatWritesOverTheRunIsEndedAndNothingElse) {
 
 TEST_F(SupervisorTest, ProcessesThatAreNotTheRunsAreLeftAlone) {
     const pid_t other = fork();
+    ASSERT_GE(other, 0);
     if (other == 0) wait_forever();
     add("leaves", leaves_a_child);
     run();
