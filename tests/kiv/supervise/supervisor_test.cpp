@@ -177,7 +177,9 @@ class SupervisorTest : public testing::Test {
                              KIV_MODE_AUTOMATIC);
     }
     // Runs what was added and returns what the reports were told.
-    std::string run(int repeat = 1, const kiv::ConsoleStyle &style = {}) {
+    std::string run(int repeat = 1, bool verbose = false) {
+        kiv::ConsoleStyle style;
+        style.verbose = verbose;
         kiv_context &context = suite_.context();
         std::vector<uint32_t> all(context.cases.size());
         for (uint32_t i = 0; i < all.size(); ++i) all[i] = i;
@@ -273,13 +275,11 @@ TEST_F(SupervisorTest, InterruptEndsTheCaseAndTheRun) {
     add("hangs", hangs);
     add("after", passes);
     add("other", passes, suite_.folder("other"));
-    kiv::ConsoleStyle verbose;
-    verbose.verbose = true;
     const Beside interrupts([this](pid_t tester) {
         wait_until_shown("hangs");
         kill(tester, SIGINT);
     });
-    EXPECT_EQ(run(1, verbose),
+    EXPECT_EQ(run(1, true),
               "folder f 2\ncase f/hangs crashed 0/0: interrupted\n"
               "case f/after not run 0/0: the run was interrupted\nend of f\n"
               "folder other 1\ncase other/other not run 0/0: the run was interrupted\nend of other\n");
@@ -290,28 +290,24 @@ TEST_F(SupervisorTest, InterruptEndsTheCaseAndTheRun) {
 
 TEST_F(SupervisorTest, SecondInterruptKillsAtOnce) {
     add("hangs", ignores_the_end);
-    kiv::ConsoleStyle verbose;
-    verbose.verbose = true;
     const Beside interrupts([this](pid_t tester) {
         wait_until_shown("hangs");
         kill(tester, SIGINT);
         wait_until_shown("interrupted: ending");
         kill(tester, SIGINT);
     });
-    EXPECT_THAT(run(1, verbose), HasSubstr("case f/hangs crashed 0/0: interrupted\n"));
+    EXPECT_THAT(run(1, true), HasSubstr("case f/hangs crashed 0/0: interrupted\n"));
     EXPECT_EQ(cases_[0].signal, SIGKILL);
 }
 
 TEST_F(SupervisorTest, InterruptedRunWaitsForAShortTimeOnly) {
     policy_.interrupted_grace = 50 * kMillisecond;
     add("hangs", ignores_the_end);
-    kiv::ConsoleStyle verbose;
-    verbose.verbose = true;
     const Beside interrupts([this](pid_t tester) {
         wait_until_shown("hangs");
         kill(tester, SIGTERM);
     });
-    run(1, verbose);
+    run(1, true);
     EXPECT_EQ(cases_[0].signal, SIGKILL);
     EXPECT_EQ(summary_.stopped_because, "interrupted (SIGTERM)");
 }
