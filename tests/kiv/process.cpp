@@ -30,6 +30,7 @@ Process::Process(const std::string &sample, const std::vector<std::string> &argu
     if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
     prctl(PR_SET_CHILD_SUBREAPER, 1);  // what a killed run leaves comes to us
     pid_ = fork();
+    if (pid_ < 0) throw std::runtime_error("no process");  // -1 would be everybody to kill
     if (pid_ == 0) {
         setpgid(0, 0);
         default_signals();

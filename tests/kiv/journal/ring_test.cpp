@@ -80,6 +80,7 @@ TEST_F(RingTest, EventsArriveAsTheyWereTold) {
 TEST_F(RingTest, MoreThanTheRingHoldsGoesThroughBetweenProcesses) {
     constexpr int kPrints = 20000;
     const pid_t writer = fork();
+    ASSERT_GE(writer, 0);
     if (writer == 0) {
         ring_.become_writer();
         kiv::RingJournal journal(ring_);
@@ -112,6 +113,7 @@ TEST_F(RingTest, MoreThanTheRingHoldsGoesThroughBetweenProcesses) {
 
 TEST_F(RingTest, QuestionsAreAnswered) {
     const pid_t writer = fork();
+    ASSERT_GE(writer, 0);
     if (writer == 0) {
         kiv::RingJournal journal(ring_);
         const bool first = journal.go_on(), second = journal.go_on();
@@ -248,6 +250,7 @@ TEST_F(RingTest, WaitEndsWithARecordAnInterruptOrItsTime) {
     Lines there;
     kiv::replay_ring(ring_, there, kBounds, kiv::Ring::kSize, &damaged_);
     const pid_t writer = fork();
+    ASSERT_GE(writer, 0);
     if (writer == 0) {
         usleep(20'000);
         kiv::RingJournal(ring_).done();
@@ -268,6 +271,7 @@ void print_from_a_handler(int) {
 TEST_F(RingTest, HandlerThatPrintsWhileItsThreadIsAtItSpoilsNothing) {
     constexpr int kPrints = 200'000;
     const pid_t writer = fork();
+    ASSERT_GE(writer, 0);
     if (writer == 0) {
         kiv::RingJournal journal(ring_);
         journal_of_the_handler = &journal;

@@ -7,6 +7,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <stdexcept>
+
 #include "kiv/journal/ring.h"
 #include "tests/kiv/process.h"
 
@@ -130,6 +132,7 @@ TEST(SubreaperTest, LeavesTheProcessAsItWas) {
 
 pid_t waiting_child() {
     const pid_t child = fork();
+    if (child < 0) throw std::runtime_error("no process");
     if (child != 0) return child;
     while (true) pause();
 }

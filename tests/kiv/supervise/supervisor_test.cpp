@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <stdexcept>
 
 #include "kiv.h"
 #include "kiv/files.h"
@@ -122,12 +123,33 @@ int reads_a_line() {
     return passes();
 }
 
+int writes_past_the_streams() {
+    static int count = 0;
+    const std::string text = "direct " + std::to_string(++count) + "\n";
+    if (write(STDOUT_FILENO, text.data(), text.size()) < 0) return 1;
+    return passes();
+}
+
+int closes_its_input() {
+    close(STDIN_FILENO);
+    usleep(1000);
+    return passes();
+}
+
+int opens_a_file() {
+    const int fd = open("/dev/null", O_RDONLY);
+    kiv_printf(fd > STDERR_FILENO ? "as ever" : "in the place of a standard descriptor");
+    close(fd);
+    return passes();
+}
+
 // Does something beside the test, from a process of its own, which ends with this.
 class Beside {
   public:
     explicit Beside(const std::function<void(pid_t tester)> &what) {
         const pid_t tester = getpid();
         process_ = fork();
+        if (process_ < 0) throw std::runtime_error("no process");
         if (process_ != 0) return;
         what(tester);
         _exit(0);
@@ -155,7 +177,9 @@ class SupervisorTest : public testing::Test {
                              KIV_MODE_AUTOMATIC);
     }
     // Runs what was added and returns what the reports were told.
-    std::string run(int repeat = 1, const kiv::ConsoleStyle &style = {}) {
+    std::string run(int repeat = 1, bool verbose = false) {
+        kiv::ConsoleStyle style;
+        style.verbose = verbose;
         kiv_context &context = suite_.context();
         std::vector<uint32_t> all(context.cases.size());
         for (uint32_t i = 0; i < all.size(); ++i) all[i] = i;
@@ -251,13 +275,11 @@ TEST_F(SupervisorTest, InterruptEndsTheCaseAndTheRun) {
     add("hangs", hangs);
     add("after", passes);
     add("other", passes, suite_.folder("other"));
-    kiv::ConsoleStyle verbose;
-    verbose.verbose = true;
     const Beside interrupts([this](pid_t tester) {
         wait_until_shown("hangs");
         kill(tester, SIGINT);
     });
-    EXPECT_EQ(run(1, verbose),
+    EXPECT_EQ(run(1, true),
               "folder f 2\ncase f/hangs crashed 0/0: interrupted\n"
               "case f/after not run 0/0: the run was interrupted\nend of f\n"
               "folder other 1\ncase other/other not run 0/0: the run was interrupted\nend of other\n");
@@ -268,28 +290,24 @@ TEST_F(SupervisorTest, InterruptEndsTheCaseAndTheRun) {
 
 TEST_F(SupervisorTest, SecondInterruptKillsAtOnce) {
     add("hangs", ignores_the_end);
-    kiv::ConsoleStyle verbose;
-    verbose.verbose = true;
     const Beside interrupts([this](pid_t tester) {
         wait_until_shown("hangs");
         kill(tester, SIGINT);
         wait_until_shown("interrupted: ending");
         kill(tester, SIGINT);
     });
-    EXPECT_THAT(run(1, verbose), HasSubstr("case f/hangs crashed 0/0: interrupted\n"));
+    EXPECT_THAT(run(1, true), HasSubstr("case f/hangs crashed 0/0: interrupted\n"));
     EXPECT_EQ(cases_[0].signal, SIGKILL);
 }
 
 TEST_F(SupervisorTest, InterruptedRunWaitsForAShortTimeOnly) {
     policy_.interrupted_grace = 50 * kMillisecond;
     add("hangs", ignores_the_end);
-    kiv::ConsoleStyle verbose;
-    verbose.verbose = true;
     const Beside interrupts([this](pid_t tester) {
         wait_until_shown("hangs");
         kill(tester, SIGTERM);
     });
-    run(1, verbose);
+    run(1, true);
     EXPECT_EQ(cases_[0].signal, SIGKILL);
     EXPECT_EQ(summary_.stopped_because, "interrupted (SIGTERM)");
 }
@@ -394,6 +412,7 @@ TEST_F(SupervisorTest, CaseThatWritesOverTheRunIsEndedAndNothingElse) {
 
 TEST_F(SupervisorTest, ProcessesThatAreNotTheRunsAreLeftAlone) {
     const pid_t other = fork();
+    ASSERT_GE(other, 0);
     if (other == 0) wait_forever();
     add("leaves", leaves_a_child);
     run();
@@ -401,6 +420,21 @@ TEST_F(SupervisorTest, ProcessesThatAreNotTheRunsAreLeftAlone) {
     EXPECT_TRUE(kiv_test::process_exists(other));
     kill(other, SIGKILL);
     waitpid(other, nullptr, 0);
+}
+
+TEST_F(SupervisorTest, WhatGoesPastTheStreamsBelongsToItsCase) {
+    for (int i = 0; i < 300; ++i) add("writes", writes_past_the_streams);
+    run();
+    ASSERT_EQ(cases_.size(), 300u);
+    for (size_t i = 0; i < 300; ++i) EXPECT_EQ(cases_[i].output, "direct " + std::to_string(i + 1) + "\n");
+}
+
+TEST_F(SupervisorTest, FileOfACaseNeverTakesTheInputsPlace) {
+    add("closes", closes_its_input);
+    add("opens", opens_a_file);
+    run();
+    ASSERT_EQ(cases_.size(), 2u);
+    EXPECT_EQ(cases_[1].output, "as ever");
 }
 
 TEST_F(SupervisorTest, ChildOfACaseCountsNoChecks) {

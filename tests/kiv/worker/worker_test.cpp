@@ -291,26 +291,18 @@ TEST_F(WorkerTest, ObserversAreToldWhatTheyAskFor) {
     kiv_add_fixture(folder, says<'a'>, nullptr);
     add(folder, "one", passes);
     add(folder, "one", fails);
-    run();
-    EXPECT_EQ(watcher_.text_, "worker 1\nworker ends\n");
-    watcher_.text_.clear();
-    watcher_.interests_ = Watcher::kCases;
-    run();
-    EXPECT_EQ(watcher_.text_,
-              "worker 1\ncase f/one\nend of f/one\ncase f/one#2\nend of f/one#2\nworker ends\n");
-    watcher_.text_.clear();
-    watcher_.interests_ = Watcher::kChecks;
-    run();
-    EXPECT_EQ(watcher_.text_, "worker 1\npassed OK|||1\nfailed OK|||2\nworker ends\n");
-    watcher_.text_.clear();
-    watcher_.interests_ = Watcher::kPrints;
-    run();
-    EXPECT_EQ(watcher_.text_, "worker 1\nprint a\nworker ends\n");
-    watcher_.text_.clear();
-    watcher_.interests_ = Watcher::kFixtures;
-    run();
-    EXPECT_EQ(watcher_.text_,
-              "worker 1\nset-up f\nend of set-up f\ntear-down f\nend of tear-down f\nworker ends\n");
+    const std::pair<unsigned, const char *> kTold[] = {
+        {0, ""},
+        {Watcher::kCases, "case f/one\nend of f/one\ncase f/one#2\nend of f/one#2\n"},
+        {Watcher::kChecks, "passed OK|||1\nfailed OK|||2\n"},
+        {Watcher::kPrints, "print a\n"},
+        {Watcher::kFixtures, "set-up f\nend of set-up f\ntear-down f\nend of tear-down f\n"}};
+    for (const auto &[interests, told] : kTold) {
+        watcher_.text_.clear();
+        watcher_.interests_ = interests;
+        run();
+        EXPECT_EQ(watcher_.text_, "worker 1\n" + std::string(told) + "worker ends\n");
+    }
 }
 
 TEST_F(WorkerTest, InterestsAreReadWhenTheWorkerHasBegun) {

@@ -124,7 +124,7 @@ TEST_F(CheckTest, NamesOfFoldersCasesAndFilesThatNothingReads) {
 }
 
 TEST_F(CheckTest, TheInventoryIsReadAsTheCardReadsIt) {
-    const std::string good = kiv::test::read_file(path("card.toml"));
+    const std::string good = kiv_test::read_text(path("card.toml"));
     put("card.toml", good + "np_prot = 3\n\n[extra]\n[limits]\nbundels = 3\n");
     std::string error;
     sim::Inventory inventory;

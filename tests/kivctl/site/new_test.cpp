@@ -15,7 +15,7 @@ using testing::StartsWith;
 
 class NewSiteTest : public SiteTest {
   protected:
-    std::string text(const std::string &name) const { return kiv::test::read_file(path(name)); }
+    std::string text(const std::string &name) const { return kiv_test::read_text(path(name)); }
     std::string error_;
     std::vector<std::string> written_;
 };
@@ -82,7 +82,7 @@ TEST_F(NewSiteTest, NothingIsWrittenOverWhatIsThere) {
     const std::string file = directory_.write("file", "mine");
     EXPECT_FALSE(new_site(file, &written_, &error_));
     EXPECT_EQ(error_, file + ": is there already and not an empty directory");
-    EXPECT_EQ(kiv::test::read_file(file), "mine");
+    EXPECT_EQ(kiv_test::read_text(file), "mine");
     EXPECT_TRUE(written_.empty());
 }
 
