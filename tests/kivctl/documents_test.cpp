@@ -7,7 +7,7 @@
 #include <set>
 #include <sstream>
 
-#include "tests/kiv/reports/report_test.h"
+#include "kiv/reports/report_list.h"
 #include "tests/kivctl/run.h"
 
 namespace kivctl::test {
@@ -61,6 +61,18 @@ TEST(ManPages, NameEveryOptionThatTheFrameworkDeclares) {
     for (std::sregex_iterator it(source.begin(), source.end(), declared), end; it != end; ++it, ++count)
         for (const std::string &option : options_in((*it)[1])) EXPECT_THAT(described, Contains(option));
     EXPECT_GT(count, 20u);
+}
+
+TEST(ManPages, NameEveryReportFormat) {
+    const std::set<std::string> runner = options_in(rendered("prm_kiv.1")),
+                                companion = options_in(rendered("kivctl.1"));
+    const std::string reference = kiv_test::read_text(SOURCES "/docs/results.md");
+    for (const kiv::ReportFormat &format : kiv::report_formats()) {
+        const std::string option = std::string("--") + format.name;
+        EXPECT_THAT(runner, Contains(option));
+        EXPECT_THAT(companion, Contains(option));
+        EXPECT_THAT(reference, HasSubstr("| `" + option + " FILE` |"));
+    }
 }
 
 // What bash offers for the last of `words`; the others stand before it.
