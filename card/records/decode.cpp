@@ -128,24 +128,6 @@ const char *name_of(prm_list<prm_name> names, u64 number) {
     return nullptr;
 }
 
-void append_flags(std::string *out, const prm_field &field, u64 number) {
-    const size_t begin = out->size();
-    for_each_part(field, number, [&](const Part &part) {
-        if (out->size() != begin) *out += '|';
-        const auto end = std::back_inserter(*out);
-        if (part.name == nullptr) {
-            fmt::format_to(end, "{:#x}", part.value);
-        } else if (std::has_single_bit(part.bits->mask)) {
-            *out += part.name;
-        } else if (const char *const name = name_of(part.bits->names, part.value)) {
-            fmt::format_to(end, "{}={}", part.name, name);
-        } else {
-            fmt::format_to(end, "{}={}", part.name, part.value);
-        }
-    });
-    if (out->size() == begin) *out += '0';
-}
-
 void append_bytes(std::string *out, Block bytes, const char *between) {
     for (size_t i = 0; i < bytes.size(); ++i)
         fmt::format_to(std::back_inserter(*out), "{}{:02x}", i == 0 ? "" : between, bytes[i]);
@@ -187,13 +169,31 @@ void decode_items(const prm_record &record, size_t item_size, size_t used, Block
     Decoder(block, visit, prefix).array(record, 0, item_size, block.size() / item_size, used);
 }
 
-void for_each_part(const prm_field &field, u64 number, absl::FunctionRef<void(const Part &)> visit) {
-    for (const prm_bits &bits : field.bits) {
+void for_each_part(prm_list<prm_bits> list, u64 number, absl::FunctionRef<void(const Part &)> visit) {
+    for (const prm_bits &bits : list) {
         if ((number & bits.mask) == 0) continue;
         visit({bits.name, (number & bits.mask) >> std::countr_zero(bits.mask), &bits});
         number &= ~bits.mask;
     }
     if (number != 0) visit({nullptr, number, nullptr});
+}
+
+void append_flags(std::string *out, prm_list<prm_bits> list, u64 number) {
+    const size_t begin = out->size();
+    for_each_part(list, number, [&](const Part &part) {
+        if (out->size() != begin) *out += '|';
+        const auto end = std::back_inserter(*out);
+        if (part.name == nullptr) {
+            fmt::format_to(end, "{:#x}", part.value);
+        } else if (std::has_single_bit(part.bits->mask)) {
+            *out += part.name;
+        } else if (const char *const name = name_of(part.bits->names, part.value)) {
+            fmt::format_to(end, "{}={}", part.name, name);
+        } else {
+            fmt::format_to(end, "{}={}", part.name, part.value);
+        }
+    });
+    if (out->size() == begin) *out += '0';
 }
 
 void append_text(std::string *out, const FieldValue &value) {
@@ -223,9 +223,8 @@ void append_text(std::string *out, const FieldValue &value) {
             return;
         }
         case PRM_FIELD_IPV6: {
-            char address[INET6_ADDRSTRLEN] = "";
-            if (value.bytes.size() == 16) inet_ntop(AF_INET6, value.bytes.data(), address, sizeof address);
-            *out += address;
+            Ipv6Text address;
+            if (value.bytes.size() == 16) *out += ipv6_text(value.bytes.data(), address);
             return;
         }
         case PRM_FIELD_MAC:
@@ -235,7 +234,7 @@ void append_text(std::string *out, const FieldValue &value) {
             append_characters(out, value.bytes);
             return;
         case PRM_FIELD_FLAGS:
-            append_flags(out, value.field, value.number());
+            append_flags(out, value.field.bits, value.number());
             return;
         case PRM_FIELD_ENUMERATION:
             if (const char *const name = name_of(value.field.names, value.number())) {
@@ -261,6 +260,10 @@ std::string text(const FieldValue &value) {
     std::string out;
     append_text(&out, value);
     return out;
+}
+
+std::string_view ipv6_text(const void *address, Ipv6Text &buffer) {
+    return inet_ntop(AF_INET6, address, buffer, sizeof buffer);
 }
 
 size_t size_with_items(const prm_record &record, size_t items) {

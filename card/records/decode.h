@@ -42,17 +42,24 @@ void decode(const prm_record &record, Block block, FieldVisitor visit, std::stri
 void decode_items(const prm_record &record, size_t item_size, size_t used, Block block, FieldVisitor visit,
                   std::string_view prefix);
 
-// The named bits of a flags field that has any set, and `rest` for bits without a name (name null).
+// The named parts of a number that are not 0, and what is left in bits without a name (name null).
 struct Part {
     const char *name;
     u64 value;  // counted from the lowest bit of the part
     const prm_bits *bits;
 };
-void for_each_part(const prm_field &field, u64 number, absl::FunctionRef<void(const Part &)> visit);
+void for_each_part(prm_list<prm_bits> list, u64 number, absl::FunctionRef<void(const Part &)> visit);
+
+// The parts of a number: "labels|eompls", "mac_move_sec_action=2", "0" when none is set.
+void append_flags(std::string *out, prm_list<prm_bits> list, u64 number);
 
 // The value as a person reads it, by its kind: "10.1.2.3", "labels|eompls", "create", "0x5000000".
 void append_text(std::string *out, const FieldValue &value);
 std::string text(const FieldValue &value);
+
+// The shortest text of the sixteen bytes of an address, in the buffer.
+using Ipv6Text = char[48];
+std::string_view ipv6_text(const void *address, Ipv6Text &buffer);
 
 // Bytes of a record with that many items.
 size_t size_with_items(const prm_record &record, size_t items);

@@ -72,7 +72,7 @@ class Coverage {
             if (value.is_reserved() || raw) return;
             u64 unnamed = 0;
             if (value.field.kind == PRM_FIELD_FLAGS) {
-                card::for_each_part(value.field, value.number(), [&](const card::Part &part) {
+                card::for_each_part(value.field.bits, value.number(), [&](const card::Part &part) {
                     if (part.name == nullptr) unnamed = part.value;
                 });
             }
