@@ -5,7 +5,7 @@ _prm_kiv() {
     local program=$1 word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
     COMPREPLY=()
     case $before in
-        --plan | --rerun-failed | --junit | --tap | --json | --html | --trace)
+        --plan | --rerun-failed | --junit | --tap | --json | --html | --trace | --card-state)
             mapfile -t COMPREPLY < <(compgen -f -- "$word")
             compopt -o filenames 2>/dev/null
             return
@@ -37,7 +37,7 @@ _prm_kiv() {
             grep -oE '(^|[ ,])--[a-z0-9][a-z0-9-]*' | tr -d ' ,' | sort -u)" -- "$word")
         return
     fi
-    # A selector, perhaps one that leaves out.
+    # A selector, perhaps one that leaves out, or a case that an option names.
     local dash=
     if [[ $word == -* || $before == --exclude ]]; then
         dash=${word%%[!-]*}

@@ -38,6 +38,10 @@ class FamilyWriter {
         json_.key(name);
         json_.text(value);
     }
+    // Said only when there are any.
+    void count(std::string_view name, uint64_t value) {
+        if (value != 0) number(name, value);
+    }
     // Said only when it holds.
     void flag(std::string_view name, bool value) {
         if (!value) return;

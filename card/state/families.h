@@ -17,11 +17,11 @@ struct Family {
 };
 
 // Each source of card/state tells its own.
-std::span<const Family> session_families();     // connections, statistics pointers, reserved indices
 std::span<const Family> interface_families();   // interfaces, bundles, mirroring
 std::span<const Family> forwarding_families();  // routes, labels, load distribution, adjacencies, transport
 std::span<const Family> layer2_families();      // bridge domains, circuits, overlays
 std::span<const Family> classification_families();  // TCAMs, queues, policies
+std::span<const Family> session_families();         // connections, statistics pointers, reserved indices
 
 }  // namespace card
 

@@ -26,7 +26,7 @@ void write_adjacencies(const sim::Card &card, FamilyWriter &out) {
         if (adjacency.flags2 != 0)
             out.numbers("labels", {adjacency.labels[0], adjacency.labels[1], adjacency.labels[2]});
         if (adjacency.tunnel != 0) out.reference("tunnel", out.resolver().tunnel(adjacency.tunnel));
-        out.number("users", users);
+        out.count("users", users);
         out.end_entry();
     });
 }
@@ -46,7 +46,7 @@ void write_load_distributions(const sim::Card &card, FamilyWriter &out) {
         if (entry.path_flags != 0) out.numbers("labels", {entry.label0, entry.label1});
         out.end_item();
         out.end_list();
-        out.number("users", users);
+        out.count("users", users);
         out.end_entry();
     });
 }
@@ -60,24 +60,25 @@ void write_labels(const sim::Card &card, FamilyWriter &out) {
         out.flags("flags2", zor_label_bits2, entry.flags2);
         if ((entry.flags0 & ZOR_LABEL_NR_LDI) != 0)
             out.reference("label_ptr", out.resolver().ldi(entry.pointer));
-        if ((entry.flags0 & ZOR_LABEL_RECURSIVE) != 0)
-            out.reference("label_ptr_rec", out.resolver().ldi(entry.recursive_pointer));
+        if ((entry.flags0 & ZOR_LABEL_RECURSIVE) != 0) out.hex("label_ptr_rec", entry.recursive_pointer);
         if (entry.leaf_hw_idx != 0)
             out.reference("leaf_hw_idx", out.resolver().label_index(entry.leaf_hw_idx));
         out.end_entry();
     });
 }
 
-// What a leaf of either family resolves to. The words of a recursive pair are names of entries, too.
+// What a leaf of either family resolves to: nothing, an entry, or a pair of next hops.
 void write_leaf(const sim::Leaf &leaf, FamilyWriter &out) {
     out.flags("flags0", zor_leaf_bits0, leaf.flags0);
     out.flags("flags1", zor_leaf_bits1, leaf.flags1);
     if (const u32 tag = (leaf.tag_bits & ZOR_LEAF_TAG_MASK) >> ZOR_LEAF_TAG_SHIFT; tag != 0)
         out.number("tag", tag);
-    const bool recursive = (leaf.flags1 & ZOR_LEAF_RECURSIVE) != 0;
-    if (recursive || (leaf.flags0 & ZOR_LEAF_LDI) != 0)
+    if ((leaf.flags1 & ZOR_LEAF_RECURSIVE) != 0) {
+        out.reference("ldi_ptr", out.resolver().next_hop(leaf.ldi_ptr));
+        out.reference("ldi_ptr2", out.resolver().next_hop(leaf.ldi_ptr2));
+    } else if ((leaf.flags0 & ZOR_LEAF_LDI) != 0) {
         out.reference("ldi_ptr", out.resolver().ldi(leaf.ldi_ptr));
-    if (recursive) out.reference("ldi_ptr2", out.resolver().ldi(leaf.ldi_ptr2));
+    }
 }
 
 char *put_number(char *at, char *end, u32 number, char behind) {

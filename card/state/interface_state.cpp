@@ -104,9 +104,9 @@ void write_interfaces(const sim::Card &card, FamilyWriter &out) {
         if (const auto ports = card.interfaces.subif_ports.find(handle);
             ports != card.interfaces.subif_ports.end())
             out.numbers("bundle_subif_ports", set_bits(ports->second));
-        out.number("sub_interfaces", interface.sub_interfaces);
-        out.number("circuits", interface.circuits);
-        out.number("users", users);
+        out.count("sub_interfaces", interface.sub_interfaces);
+        out.count("circuits", interface.circuits);
+        out.count("users", users);
         out.end_entry();
     });
 }
@@ -131,7 +131,7 @@ void write_bundles(const sim::Card &card, FamilyWriter &out) {
             if (its_id == id) configured.set(port);
         }
         out.numbers("configured_members", set_bits(configured));
-        out.number("users", card.interfaces.bundles.users(id));
+        out.count("users", card.interfaces.bundles.users(id));
         out.end_entry();
     }
 }

@@ -32,7 +32,7 @@ void write_bridge_domains(const sim::Card &card, FamilyWriter &out) {
             out.ipv4("source_vtep", domain.source_vtep);
         }
         if (const auto its = members.find(id); its != members.end()) out.texts("members", its->second);
-        out.number("users", users);
+        out.count("users", users);
         out.end_entry();
     });
 }
@@ -45,9 +45,9 @@ void write_service(const sim::Card &card, const sim::Circuit &circuit, FamilyWri
             break;
         case sim::Service::LOCAL_SWITCHING: {
             out.text("service", "local_switching");
-            // The other end is gone where there is none; what is left still stands.
+            // What is left of a cross-connect still stands when the other end is gone.
             if (circuit.service_id == 0) {
-                out.reference("other_end", {"uidb 0", true});
+                out.reference("other_end", {"nothing", true});
             } else {
                 out.reference("other_end", out.resolver().uidb(circuit.service_id));
             }

@@ -12,7 +12,7 @@ void write_event_managers(const sim::Card &card, FamilyWriter &out) {
     in_order(card.connection.event_managers, [&](uintptr_t handle, const auto &, u32 users) {
         out.begin_entry();
         out.hex("handle", handle);
-        out.number("users", users);
+        out.count("users", users);
         out.end_entry();
     });
 }
@@ -24,7 +24,7 @@ void write_connections(const sim::Card &card, FamilyWriter &out) {
         out.text("name", connection.name);
         out.reference("event_manager", {fmt::format("event_manager {:#x}", connection.event_manager),
                                         !card.connection.event_managers.contains(connection.event_manager)});
-        out.number("users", users);
+        out.count("users", users);
         out.end_entry();
     });
 }
@@ -74,6 +74,7 @@ void write_indices(const sim::Card &card, FamilyWriter &out) {
         out.flag("reserved", reserved);
         out.number("named_by", named_by);
         if (pool == "next_hop") out.flag("pending", card.adjacency.pending.contains(index));
+        if (pool == "ldi") out.hex("ldi_ptr", u64{index} << PRM_NR_LDI_PTR_SHIFT);
         out.end_entry();
     };
     const auto write_shared = [&](std::string_view name, const sim::SharedPool &pool) {

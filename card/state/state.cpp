@@ -93,8 +93,8 @@ void write_state(const sim::Card &card, const StateMoment &moment, JsonWriter &j
     json.begin_object();
     Resolver resolver(card);
     FamilyWriter out(json, resolver);
-    for (const auto families : {session_families(), interface_families(), forwarding_families(),
-                                layer2_families(), classification_families()}) {
+    for (const auto families : {interface_families(), forwarding_families(), layer2_families(),
+                                classification_families(), session_families()}) {
         for (const Family &family : families) write_family(card, family, json, out);
     }
     json.new_line();

@@ -76,7 +76,7 @@ inline constexpr prm_field zor_label_payload_fields[] = {
     PRM_FIELD(zor_label_payload, reserved12).reserved(),
     PRM_FIELD(zor_label_payload, label_ptr_eos1).hex().names_a(PRM_HANDLE_LDI),
     PRM_FIELD(zor_label_payload, reserved17).reserved(),
-    PRM_FIELD(zor_label_payload, label_ptr_rec).hex().names_a(PRM_HANDLE_LDI),
+    PRM_FIELD(zor_label_payload, label_ptr_rec).hex(),
     PRM_FIELD(zor_label_payload, reserved56).reserved(),
     PRM_FIELD(zor_label_payload, leaf_hw_idx).number().names_a(PRM_HANDLE_LABEL_INDEX),
     PRM_FIELD(zor_label_payload, reserved82).reserved(),

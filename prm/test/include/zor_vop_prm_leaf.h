@@ -75,13 +75,22 @@ inline constexpr prm_bits zor_leaf_bits0[] = {
 };
 inline constexpr prm_bits zor_leaf_bits1[] = {{ZOR_LEAF_RECURSIVE, "recursive"}};
 inline constexpr prm_bits zor_leaf_tag_bits[] = {{ZOR_LEAF_TAG_MASK, "tag"}};
+// The words of a recursive pair are next hops.
+inline constexpr prm_field zor_leaf_ldi_fields[] = {
+    PRM_FIELD(zor_leaf_payload, ldi_ptr).hex().names_a(PRM_HANDLE_LDI)};
+inline constexpr prm_field zor_leaf_pair_fields[] = {
+    PRM_FIELD(zor_leaf_payload, ldi_ptr).number().names_a(PRM_HANDLE_NEXT_HOP)};
+inline constexpr prm_choice zor_leaf_pointers[] = {
+    prm_when(ZOR_LEAF_RECURSIVE, zor_leaf_pair_fields),
+    prm_otherwise(zor_leaf_ldi_fields),
+};
 inline constexpr prm_field zor_leaf_payload_fields[] = {
     PRM_FIELD(zor_leaf_payload, flags0).flags(zor_leaf_bits0),
     PRM_FIELD(zor_leaf_payload, flags1).flags(zor_leaf_bits1),
     PRM_FIELD(zor_leaf_payload, tag_bits).flags(zor_leaf_tag_bits),
     PRM_FIELD(zor_leaf_payload, reserved4).reserved(),
-    PRM_FIELD(zor_leaf_payload, ldi_ptr).hex().names_a(PRM_HANDLE_LDI),
-    PRM_FIELD(zor_leaf_payload, ldi_ptr2).hex().names_a(PRM_HANDLE_LDI),
+    PRM_FIELD(zor_leaf_payload, ldi_ptr).chosen_by(PRM_SELECTOR(zor_leaf_payload, flags1), zor_leaf_pointers),
+    PRM_FIELD(zor_leaf_payload, ldi_ptr2).number().names_a(PRM_HANDLE_NEXT_HOP),
     PRM_FIELD(zor_leaf_payload, reserved16).reserved(),
     PRM_FIELD(zor_leaf_payload, v6_prefix_len).number(),
     PRM_FIELD(zor_leaf_payload, reserved51).reserved(),
