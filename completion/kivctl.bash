@@ -7,9 +7,9 @@ _kivctl() {
     for ((i = 1; i < COMP_CWORD; ++i)); do
         case ${COMP_WORDS[i]} in
             -*) ;;
-            site | trace) [[ ${#command[@]} == 0 ]] && command=("${COMP_WORDS[i]}") ;;
+            site | card | trace) [[ ${#command[@]} == 0 ]] && command=("${COMP_WORDS[i]}") ;;
             *)
-                if [[ ${#command[@]} == 0 || (${#command[@]} == 1 && ${command[0]} == @(site|trace)) ]]; then
+                if [[ ${#command[@]} == 0 || (${#command[@]} == 1 && ${command[0]} == @(site|card|trace)) ]]; then
                     command+=("${COMP_WORDS[i]}")
                 fi
                 ;;

@@ -39,7 +39,7 @@ _prm_kiv() {
             grep -oE '(^|[ ,])--[a-z0-9][a-z0-9-]*' | tr -d ' ,' | sort -u)" -- "$word")
         return
     fi
-    # A selector, perhaps one that leaves out.
+    # A selector, perhaps one that leaves out, or a case that an option names.
     local dash=
     if [[ $word == -* || $before == --exclude ]]; then
         dash=${word%%[!-]*}

@@ -23,6 +23,7 @@ void add_merge(CLI::App &app, int *status);
 void add_compare(CLI::App &app, int *status);
 void add_report(CLI::App &app, int *status);
 void add_site(CLI::App &app, int *status);
+void add_card(CLI::App &app, int *status);
 
 }  // namespace kivctl
 

@@ -1,8 +1,9 @@
-// The companion command: results of runs, and sites.
+// The companion command: results of runs, sites, and states of cards.
 #include "kivctl/commands.h"
 
 int main(int argc, char **argv) {
-    CLI::App app("Works on the results of prm_kiv and on the sites that it runs with.", "kivctl");
+    CLI::App app("Works on the results of prm_kiv, on the sites that it runs with and on states of cards.",
+                 "kivctl");
     app.set_version_flag("--version", KIV_VERSION);
     app.require_subcommand(1);
     app.fallthrough(false);
@@ -13,6 +14,7 @@ int main(int argc, char **argv) {
     kivctl::add_compare(app, &status);
     kivctl::add_report(app, &status);
     kivctl::add_site(app, &status);
+    kivctl::add_card(app, &status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {

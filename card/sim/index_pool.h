@@ -35,6 +35,18 @@ class IndexPool {
     u32 first() const { return first_; }
     u32 size() const { return size_; }
 
+    // visit(index) for every index in use, in their order.
+    template <typename Visit>
+    void for_each_used(Visit visit) const {
+        for (u32 offset = 0; offset < size_; ++offset) {
+            if (offset % 64 == 0 && used_[offset / 64] == 0) {
+                offset += 63;
+            } else if (bit(offset)) {
+                visit(first_ + offset);
+            }
+        }
+    }
+
   private:
     bool bit(u32 offset) const { return (used_[offset / 64] >> (offset % 64) & 1) != 0; }
     void set(u32 offset);

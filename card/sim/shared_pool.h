@@ -56,6 +56,20 @@ class SharedPool {
     bool in_use(u32 index) const { return pool_.in_use(index); }
     u32 first() const { return pool_.first(); }
 
+    // visit(index, reserved, named_by) for every index in use, in their order: whether a client has it
+    // reserved, and how many entries name it.
+    template <typename Visit>
+    void for_each_used(Visit visit) const {
+        pool_.for_each_used([&](u32 index) {
+            const auto slot = users_.find(index);
+            if (slot != users_.end()) {
+                visit(index, slot->second.reserved, slot->second.count);
+            } else {
+                visit(index, true, u32{0});
+            }
+        });
+    }
+
   private:
     struct Users {
         u32 count = 0;

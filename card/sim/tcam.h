@@ -46,6 +46,10 @@ class TcamState {
     // The entries behind a handle, or null.
     const TcamTable *table(u64 vmr_id) const;
 
+    // By handle; and the pool of ACL statistics ids.
+    const Table<u64, TcamTable> &tcams() const { return tcams_; }
+    const IndexPool &statistics() const { return statistics_; }
+
   private:
     Account &entries_;
     IndexPool statistics_;

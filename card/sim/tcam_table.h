@@ -70,6 +70,13 @@ class TcamTable {
     // The entry at an index of any size, or null.
     const TcamEntry *at(u32 index) const;
     u32 size() const { return size_; }
+    // visit(index, entry) for every entry, in the order of their indices.
+    template <typename Visit>
+    void for_each(Visit visit) const {
+        for (u32 index = 0; index < kTcamEntries; ++index) {
+            if (const TcamEntry *const entry = at(index)) visit(index, *entry);
+        }
+    }
     // Index of the first entry whose value equals the key in every bit its mask cares about. The key is 92
     // bytes laid out as a programmed value key.
     std::optional<u32> first_match(const u8 *key) const;

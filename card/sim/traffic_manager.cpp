@@ -114,6 +114,10 @@ TrafficManagerState::Port *TrafficManagerState::port(u32 number) {
     return number != 0 && number <= ports_.size() ? &ports_[number - 1] : nullptr;
 }
 
+u32 TrafficManagerState::statistics_of(u32 policer_id) {
+    return statistics_of_policy(policer_id, kConforming);
+}
+
 bool TrafficManagerState::has_queue(u32 fid0) const {
     return queues_.contains(fid0);
 }

@@ -6,6 +6,7 @@
 #ifndef PRM_SRH_L2_H
 #define PRM_SRH_L2_H
 
+#include "prm_fields.h"
 #include "prm_types.h"
 
 enum { PRM_L2_REQUEST_SIZE = 2124 };
@@ -106,6 +107,85 @@ static_assert(offsetof(prm_xid_request, nh_id) == 238, "ABI");
 static_assert(offsetof(prm_xid_request, tunnel_id) == 242, "ABI");
 static_assert(offsetof(prm_xid_request, vsp_word) == 258, "ABI");
 
+inline constexpr prm_name prm_xid_types[] = {
+    {PRM_XID_TYPE_LOCAL_SWITCHING, "local_switching"},
+    {PRM_XID_TYPE_BRIDGE_DOMAIN, "bridge_domain"},
+    {PRM_XID_TYPE_CIRCUIT, "circuit"},
+};
+inline constexpr prm_name prm_l2_object_codes[] = {
+    {PRM_L2_OBJECT_VPLAG, "vplag"},
+    {PRM_L2_OBJECT_BRIDGE_DOMAIN, "bridge_domain"},
+    {PRM_L2_OBJECT_CIRCUIT, "circuit"},
+};
+inline constexpr prm_name prm_xid_kinds[] = {{PRM_XID_KIND_AC, "ac"}, {PRM_XID_KIND_BVI, "bvi"}};
+inline constexpr prm_bits prm_xid_bits88[] = {{PRM_XID_88_MAC_LEARN_ENABLE, "mac_learn_enable"}};
+inline constexpr prm_bits prm_xid_bits89[] = {{PRM_XID_89_BIT6, "bit6"}};
+inline constexpr prm_bits prm_xid_bits90[] = {
+    {PRM_XID_90_MAC_MOVE_SEC_ENABLED, "mac_move_sec_enabled"},
+    {PRM_XID_90_MAC_MOVE_SEC_ACTION, "mac_move_sec_action"},
+    {PRM_XID_90_MODIFY, "modify"},
+};
+inline constexpr prm_bits prm_xid_bits91[] = {
+    {PRM_XID_91_INGRESS_DISABLE, "ingress_disable"},
+    {PRM_XID_91_EGRESS_DISABLE, "egress_disable"},
+    {PRM_XID_91_MODIFY, "modify"},
+};
+inline constexpr prm_bits prm_xid_bits92[] = {
+    {PRM_XID_92_STP_STATE_CHANGED, "stp_state_changed"},
+    {PRM_XID_92_VSP, "vsp"},
+};
+inline constexpr prm_field prm_xid_segment1_fields[] = {
+    PRM_FIELD(prm_xid_request, segment1_key).number().names_a(PRM_HANDLE_UIDB)};
+inline constexpr prm_field prm_xid_member_fields[] = {
+    PRM_FIELD(prm_xid_request, member_uidb).number().names_a(PRM_HANDLE_UIDB)};
+inline constexpr prm_choice prm_xid_segment1[] = {
+    prm_when(0, prm_xid_segment1_fields),
+    prm_otherwise(prm_xid_member_fields),
+};
+inline constexpr prm_field prm_xid_segment2_uidb_fields[] = {
+    PRM_FIELD(prm_xid_request, segment2_key).number().names_a(PRM_HANDLE_UIDB)};
+inline constexpr prm_field prm_xid_segment2_word_fields[] = {
+    PRM_FIELD(prm_xid_request, segment2_key).number()};
+inline constexpr prm_choice prm_xid_segment2[] = {
+    prm_when(PRM_XID_TYPE_LOCAL_SWITCHING, prm_xid_segment2_uidb_fields),
+    prm_otherwise(prm_xid_segment2_word_fields),
+};
+inline constexpr prm_field prm_xid_request_fields[] = {
+    PRM_FIELD(prm_xid_request, kind).as_is(),
+    PRM_FIELD(prm_xid_request, reserved4).reserved(),
+    PRM_FIELD(prm_xid_request, xid_type).one_of(prm_xid_types),
+    PRM_FIELD(prm_xid_request, reserved16).reserved(),
+    PRM_FIELD(prm_xid_request, xid).number().names_a(PRM_HANDLE_XID),
+    PRM_FIELD(prm_xid_request, reserved28).reserved(),
+    PRM_FIELD(prm_xid_request, object_code).one_of(prm_l2_object_codes),
+    PRM_FIELD(prm_xid_request, reserved72).reserved(),
+    PRM_FIELD(prm_xid_request, flags88).flags(prm_xid_bits88),
+    PRM_FIELD(prm_xid_request, flags89).flags(prm_xid_bits89),
+    PRM_FIELD(prm_xid_request, flags90).flags(prm_xid_bits90),
+    PRM_FIELD(prm_xid_request, flags91).flags(prm_xid_bits91),
+    PRM_FIELD(prm_xid_request, flags92).flags(prm_xid_bits92),
+    PRM_FIELD(prm_xid_request, reserved93).reserved(),
+    PRM_FIELD(prm_xid_request, xid_kind).one_of(prm_xid_kinds),
+    PRM_FIELD(prm_xid_request, option).as_is(),
+    PRM_FIELD(prm_xid_request, reserved104).reserved(),
+    PRM_FIELD(prm_xid_request, ac_xid).hex().names_a(PRM_HANDLE_XID),
+    PRM_FIELD(prm_xid_request, reserved120).reserved(),
+    PRM_FIELD(prm_xid_request, bd_id).number().names_a(PRM_HANDLE_BRIDGE_DOMAIN),
+    PRM_FIELD(prm_xid_request, reserved213).reserved(),
+    PRM_FIELD(prm_xid_request, segment1_key)
+        .chosen_by(PRM_SELECTOR(prm_xid_request, xid_kind), prm_xid_segment1),
+    PRM_FIELD(prm_xid_request, reserved226).reserved(),
+    PRM_FIELD(prm_xid_request, segment2_key)
+        .chosen_by(PRM_SELECTOR(prm_xid_request, xid_type), prm_xid_segment2),
+    PRM_FIELD(prm_xid_request, segment2_word).number(),
+    PRM_FIELD(prm_xid_request, nh_id).number().names_a(PRM_HANDLE_NEXT_HOP),
+    PRM_FIELD(prm_xid_request, tunnel_id).number().names_a(PRM_HANDLE_TUNNEL),
+    PRM_FIELD(prm_xid_request, reserved246).reserved(),
+    PRM_FIELD(prm_xid_request, vsp_word).as_is(),
+    PRM_FIELD(prm_xid_request, reserved262).reserved(),
+};
+inline constexpr prm_record prm_xid_request_record = PRM_RECORD(prm_xid_request);
+
 // Bytes 73 and 74 of a bridge domain's request.
 enum : u8 {
     PRM_BD_73_BVI = 1 << 1,    // a domain with a BVI, sent as is
@@ -142,6 +222,28 @@ static_assert(offsetof(prm_bd_request, vni_low) == 136, "ABI");
 static_assert(offsetof(prm_bd_request, vni_high) == 138, "ABI");
 static_assert(offsetof(prm_bd_request, source_vtep) == 140, "ABI");
 
+inline constexpr prm_bits prm_bd_bits73[] = {{PRM_BD_73_BVI, "bvi"}};
+inline constexpr prm_bits prm_bd_bits74[] = {{PRM_BD_74_VXLAN, "vxlan"}};
+inline constexpr prm_field prm_bd_request_fields[] = {
+    PRM_FIELD(prm_bd_request, kind).as_is(),
+    PRM_FIELD(prm_bd_request, reserved4).reserved(),
+    PRM_FIELD(prm_bd_request, xid_type).one_of(prm_xid_types),
+    PRM_FIELD(prm_bd_request, reserved16).reserved(),
+    PRM_FIELD(prm_bd_request, bd_id).number().names_a(PRM_HANDLE_BRIDGE_DOMAIN),
+    PRM_FIELD(prm_bd_request, reserved24).reserved(),
+    PRM_FIELD(prm_bd_request, object_code).one_of(prm_l2_object_codes),
+    PRM_FIELD(prm_bd_request, reserved72).reserved(),
+    PRM_FIELD(prm_bd_request, flags73).flags(prm_bd_bits73),
+    PRM_FIELD(prm_bd_request, flags74).flags(prm_bd_bits74),
+    PRM_FIELD(prm_bd_request, reserved75).reserved(),
+    PRM_FIELD(prm_bd_request, vni_low).number(),
+    PRM_FIELD(prm_bd_request, vni_high).number(),
+    PRM_FIELD(prm_bd_request, reserved139).reserved(),
+    PRM_FIELD(prm_bd_request, source_vtep).ipv4(),
+    PRM_FIELD(prm_bd_request, reserved144).reserved(),
+};
+inline constexpr prm_record prm_bd_request_record = PRM_RECORD(prm_bd_request);
+
 enum { ZOR_L2_ECMP_MAX_PATHS = 16 };
 
 // A virtual-port LAG: a layer-2 ECMP group over remote VTEPs.
@@ -159,6 +261,18 @@ static_assert(offsetof(prm_vplag_info, num_paths) == 8, "ABI");
 static_assert(offsetof(prm_vplag_info, nh_id) == 12, "ABI");
 static_assert(offsetof(prm_vplag_info, remote_vtep) == 76, "ABI");
 
+inline constexpr prm_field prm_vplag_info_fields[] = {
+    PRM_FIELD(prm_vplag_info, source_vtep).ipv4(),
+    PRM_FIELD(prm_vplag_info, vplag_id).number().names_a(PRM_HANDLE_VPLAG),
+    PRM_FIELD(prm_vplag_info, num_paths).number(),
+    PRM_FIELD(prm_vplag_info, nh_id)
+        .number()
+        .names_a(PRM_HANDLE_NEXT_HOP)
+        .first(PRM_SELECTOR(prm_vplag_info, num_paths)),
+    PRM_FIELD(prm_vplag_info, remote_vtep).ipv4().first(PRM_SELECTOR(prm_vplag_info, num_paths)),
+};
+inline constexpr prm_record prm_vplag_info_record = PRM_RECORD(prm_vplag_info);
+
 // Request of prm_srh_l2_ecmp_add, _mod and _del.
 struct PRM_PACKED prm_l2_ecmp_request {
     u32 kind;  // PRM_L2_REQUEST_KIND
@@ -173,6 +287,15 @@ static_assert(offsetof(prm_l2_ecmp_request, object_code) == 68, "ABI");
 static_assert(offsetof(prm_l2_ecmp_request, info) == 72, "ABI");
 static_assert(offsetof(prm_l2_ecmp_request, info.vplag_id) == 76, "ABI");
 
+inline constexpr prm_field prm_l2_ecmp_request_fields[] = {
+    PRM_FIELD(prm_l2_ecmp_request, kind).as_is(),
+    PRM_FIELD(prm_l2_ecmp_request, reserved4).reserved(),
+    PRM_FIELD(prm_l2_ecmp_request, object_code).one_of(prm_l2_object_codes),
+    PRM_FIELD(prm_l2_ecmp_request, info).of(&prm_vplag_info_record),
+    PRM_FIELD(prm_l2_ecmp_request, reserved212).reserved(),
+};
+inline constexpr prm_record prm_l2_ecmp_request_record = PRM_RECORD(prm_l2_ecmp_request);
+
 // Designated forwarder of a split-horizon group.
 struct PRM_PACKED prm_shg_df_entry {
     u32 address_or_vni;  // IPv4 address or VNI
@@ -183,6 +306,13 @@ static_assert(sizeof(prm_shg_df_entry) == 12, "ABI");
 static_assert(offsetof(prm_shg_df_entry, address_or_vni) == 0, "ABI");
 static_assert(offsetof(prm_shg_df_entry, if_handle) == 4, "ABI");
 static_assert(offsetof(prm_shg_df_entry, is_shg) == 8, "ABI");
+
+inline constexpr prm_field prm_shg_df_entry_fields[] = {
+    PRM_FIELD(prm_shg_df_entry, address_or_vni).hex(),
+    PRM_FIELD(prm_shg_df_entry, if_handle).hex().names_a(PRM_HANDLE_INTERFACE),
+    PRM_FIELD(prm_shg_df_entry, is_shg).number(),
+};
+inline constexpr prm_record prm_shg_df_entry_record = PRM_RECORD(prm_shg_df_entry);
 
 // Request of prm_srh_fpem_shg_df_entry_add and _del.
 struct PRM_PACKED prm_shg_df_request {
@@ -197,6 +327,16 @@ static_assert(sizeof(prm_shg_df_request) == PRM_L2_REQUEST_SIZE, "ABI");
 static_assert(offsetof(prm_shg_df_request, kind) == 0, "ABI");
 static_assert(offsetof(prm_shg_df_request, xid_type) == 12, "ABI");
 static_assert(offsetof(prm_shg_df_request, entry) == 20, "ABI");
+
+inline constexpr prm_field prm_shg_df_request_fields[] = {
+    PRM_FIELD(prm_shg_df_request, kind).as_is(),
+    PRM_FIELD(prm_shg_df_request, reserved4).reserved(),
+    PRM_FIELD(prm_shg_df_request, xid_type).one_of(prm_xid_types),
+    PRM_FIELD(prm_shg_df_request, reserved16).reserved(),
+    PRM_FIELD(prm_shg_df_request, entry).of(&prm_shg_df_entry_record),
+    PRM_FIELD(prm_shg_df_request, reserved32).reserved(),
+};
+inline constexpr prm_record prm_shg_df_request_record = PRM_RECORD(prm_shg_df_request);
 
 enum prm_evpn_mac_type : u32 {
     PRM_EVPN_MAC_TYPE_HEX_FEC = 1
@@ -216,6 +356,15 @@ static_assert(offsetof(prm_evpn_mac_entry, mac) == 4, "ABI");
 static_assert(offsetof(prm_evpn_mac_entry, type) == 11, "ABI");
 static_assert(offsetof(prm_evpn_mac_entry, fec) == 15, "ABI");
 
+inline constexpr prm_field prm_evpn_mac_entry_fields[] = {
+    PRM_FIELD(prm_evpn_mac_entry, bd_id).number().names_a(PRM_HANDLE_BRIDGE_DOMAIN),
+    PRM_FIELD(prm_evpn_mac_entry, mac).mac(),
+    PRM_FIELD(prm_evpn_mac_entry, reserved10).reserved(),
+    PRM_FIELD(prm_evpn_mac_entry, type).number(),
+    PRM_FIELD(prm_evpn_mac_entry, fec).hex(),
+};
+inline constexpr prm_record prm_evpn_mac_entry_record = PRM_RECORD(prm_evpn_mac_entry);
+
 // Request of prm_srh_evpn_mac_install_add and _del.
 struct PRM_PACKED prm_evpn_mac_request {
     u32 kind;  // PRM_L2_REQUEST_KIND
@@ -229,6 +378,16 @@ static_assert(sizeof(prm_evpn_mac_request) == PRM_L2_REQUEST_SIZE, "ABI");
 static_assert(offsetof(prm_evpn_mac_request, kind) == 0, "ABI");
 static_assert(offsetof(prm_evpn_mac_request, xid_type) == 12, "ABI");
 static_assert(offsetof(prm_evpn_mac_request, entry) == 20, "ABI");
+
+inline constexpr prm_field prm_evpn_mac_request_fields[] = {
+    PRM_FIELD(prm_evpn_mac_request, kind).as_is(),
+    PRM_FIELD(prm_evpn_mac_request, reserved4).reserved(),
+    PRM_FIELD(prm_evpn_mac_request, xid_type).one_of(prm_xid_types),
+    PRM_FIELD(prm_evpn_mac_request, reserved16).reserved(),
+    PRM_FIELD(prm_evpn_mac_request, entry).of(&prm_evpn_mac_entry_record),
+    PRM_FIELD(prm_evpn_mac_request, reserved39).reserved(),
+};
+inline constexpr prm_record prm_evpn_mac_request_record = PRM_RECORD(prm_evpn_mac_request);
 
 // Request of prm_srh_vxlan_ole_add, _mod and _del: an overlay egress adjacency toward a remote VTEP.
 struct PRM_PACKED prm_vxlan_ole_request {
@@ -247,5 +406,17 @@ static_assert(offsetof(prm_vxlan_ole_request, word20) == 20, "ABI");
 static_assert(offsetof(prm_vxlan_ole_request, nh_id) == 24, "ABI");
 static_assert(offsetof(prm_vxlan_ole_request, bd_id) == 32, "ABI");
 static_assert(offsetof(prm_vxlan_ole_request, remote_vtep) == 36, "ABI");
+
+inline constexpr prm_field prm_vxlan_ole_request_fields[] = {
+    PRM_FIELD(prm_vxlan_ole_request, kind).as_is(),
+    PRM_FIELD(prm_vxlan_ole_request, reserved4).reserved(),
+    PRM_FIELD(prm_vxlan_ole_request, word20).as_is(),
+    PRM_FIELD(prm_vxlan_ole_request, nh_id).number().names_a(PRM_HANDLE_NEXT_HOP),
+    PRM_FIELD(prm_vxlan_ole_request, reserved28).reserved(),
+    PRM_FIELD(prm_vxlan_ole_request, bd_id).number().names_a(PRM_HANDLE_BRIDGE_DOMAIN),
+    PRM_FIELD(prm_vxlan_ole_request, remote_vtep).ipv4(),
+    PRM_FIELD(prm_vxlan_ole_request, reserved40).reserved(),
+};
+inline constexpr prm_record prm_vxlan_ole_request_record = PRM_RECORD(prm_vxlan_ole_request);
 
 #endif

@@ -2,6 +2,7 @@
 #ifndef PRM_SRH_MPLS_LEAF_H
 #define PRM_SRH_MPLS_LEAF_H
 
+#include "prm_fields.h"
 #include "prm_types.h"
 
 struct PRM_PACKED prm_mpls_leaf_release {
@@ -13,5 +14,13 @@ struct PRM_PACKED prm_mpls_leaf_release {
 static_assert(sizeof(prm_mpls_leaf_release) == 36, "ABI");
 static_assert(offsetof(prm_mpls_leaf_release, index) == 4, "ABI");
 static_assert(offsetof(prm_mpls_leaf_release, count) == 8, "ABI");
+
+inline constexpr prm_field prm_mpls_leaf_release_fields[] = {
+    PRM_FIELD(prm_mpls_leaf_release, owner).number(),
+    PRM_FIELD(prm_mpls_leaf_release, index).number().names_a(PRM_HANDLE_LABEL_INDEX),
+    PRM_FIELD(prm_mpls_leaf_release, count).number(),
+    PRM_FIELD(prm_mpls_leaf_release, reserved12).reserved(),
+};
+inline constexpr prm_record prm_mpls_leaf_release_record = PRM_RECORD(prm_mpls_leaf_release);
 
 #endif

@@ -5,6 +5,7 @@
 #ifndef PRM_SRH_TX_ADJ_H
 #define PRM_SRH_TX_ADJ_H
 
+#include "prm_fields.h"
 #include "prm_types.h"
 
 enum : u8 {
@@ -50,5 +51,39 @@ static_assert(offsetof(prm_tx_adj, label0) == 100, "ABI");
 static_assert(offsetof(prm_tx_adj, label1) == 104, "ABI");
 static_assert(offsetof(prm_tx_adj, label2) == 108, "ABI");
 static_assert(offsetof(prm_tx_adj, tunnel_if) == 116, "ABI");
+
+inline constexpr prm_bits prm_tx_adj_bits0[] = {{PRM_TX_ADJ_NORMAL, "normal"}};
+inline constexpr prm_name prm_tx_adj_forms[] = {
+    {PRM_TX_ADJ_LABELS, "labels"},
+    {PRM_TX_ADJ_EOMPLS, "eompls"},
+    {PRM_TX_ADJ_DELETE, "delete"},
+    {PRM_TX_ADJ_EOMPLS_DELETE, "eompls_delete"},
+};
+inline constexpr prm_bits prm_tx_adj_bits3[] = {
+    {PRM_TX_ADJ_OPTION2, "option2"},
+    {PRM_TX_ADJ_OPTION1, "option1"},
+};
+inline constexpr prm_field prm_tx_adj_fields[] = {
+    PRM_FIELD(prm_tx_adj, reserved0).reserved(),
+    PRM_FIELD(prm_tx_adj, nh_idx).number().names_a(PRM_HANDLE_NEXT_HOP),
+    PRM_FIELD(prm_tx_adj, reserved24).reserved(),
+    PRM_FIELD(prm_tx_adj, adj_flags0).flags(prm_tx_adj_bits0),
+    PRM_FIELD(prm_tx_adj, reserved73).reserved(),
+    PRM_FIELD(prm_tx_adj, adj_flags2).one_of(prm_tx_adj_forms),
+    PRM_FIELD(prm_tx_adj, adj_flags3).flags(prm_tx_adj_bits3),
+    PRM_FIELD(prm_tx_adj, reserved76).reserved(),
+    PRM_FIELD(prm_tx_adj, uidb).number().names_a(PRM_HANDLE_UIDB),
+    PRM_FIELD(prm_tx_adj, reserved82).reserved(),
+    PRM_FIELD(prm_tx_adj, dmac).mac(),
+    PRM_FIELD(prm_tx_adj, reserved94).reserved(),
+    PRM_FIELD(prm_tx_adj, nh_idx2).number().names_a(PRM_HANDLE_NEXT_HOP),
+    PRM_FIELD(prm_tx_adj, label0).number(),
+    PRM_FIELD(prm_tx_adj, label1).number(),
+    PRM_FIELD(prm_tx_adj, label2).number(),
+    PRM_FIELD(prm_tx_adj, reserved112).reserved(),
+    PRM_FIELD(prm_tx_adj, tunnel_if).number().names_a(PRM_HANDLE_TUNNEL),
+    PRM_FIELD(prm_tx_adj, reserved120).reserved(),
+};
+inline constexpr prm_record prm_tx_adj_record = PRM_RECORD(prm_tx_adj);
 
 #endif

@@ -6,6 +6,7 @@
 #ifndef WYK_HAL_RECORDS_H
 #define WYK_HAL_RECORDS_H
 
+#include "prm_fields.h"
 #include "prm_types.h"
 
 // First argument of wyk_hal_wrapper_engine_op.
@@ -103,6 +104,63 @@ static_assert(offsetof(wyk_hal_policy, word336) == 464 - 128, "ABI");
 static_assert(offsetof(wyk_hal_policy, committed_rate) == 468 - 128, "ABI");
 static_assert(offsetof(wyk_hal_policy, burst) == 472 - 128, "ABI");
 
+inline constexpr prm_name wyk_hal_policy_kinds[] = {
+    {WYK_HAL_POLICY_COUNTER, "counter"},
+    {WYK_HAL_POLICY_POLICER, "policer"},
+};
+inline constexpr prm_name wyk_hal_bandwidth_modes[] = {{WYK_HAL_BANDWIDTH_BWRR, "bwrr"}};
+inline constexpr prm_bits wyk_hal_shaper_bits[] = {
+    {WYK_HAL_SHAPER_DEFAULT_CLASS, "default_class"},
+    {0xFFFFFFFF & ~u32{WYK_HAL_SHAPER_DEFAULT_CLASS}, "word"},
+};
+inline constexpr prm_field wyk_hal_policy_fields[] = {
+    PRM_FIELD(wyk_hal_policy, reserved0).reserved(),
+    PRM_FIELD(wyk_hal_policy, kind).one_of(wyk_hal_policy_kinds),
+    PRM_FIELD(wyk_hal_policy, mqc_depth).number(),
+    PRM_FIELD(wyk_hal_policy, reserved5).reserved(),
+    PRM_FIELD(wyk_hal_policy, qos_group).number(),
+    PRM_FIELD(wyk_hal_policy, reserved10).reserved(),
+    PRM_FIELD(wyk_hal_policy, priority).number(),
+    PRM_FIELD(wyk_hal_policy, reserved16).reserved(),
+    PRM_FIELD(wyk_hal_policy, shaper_word).flags(wyk_hal_shaper_bits),
+    PRM_FIELD(wyk_hal_policy, reserved32).reserved(),
+    PRM_FIELD(wyk_hal_policy, bandwidth_mode).one_of(wyk_hal_bandwidth_modes),
+    PRM_FIELD(wyk_hal_policy, reserved48).reserved(),
+    PRM_FIELD(wyk_hal_policy, weight).number(),
+    PRM_FIELD(wyk_hal_policy, reserved58).reserved(),
+    PRM_FIELD(wyk_hal_policy, rate).number(),
+    PRM_FIELD(wyk_hal_policy, reserved88).reserved(),
+    PRM_FIELD(wyk_hal_policy, mode_word).number(),
+    PRM_FIELD(wyk_hal_policy, reserved332).reserved(),
+    PRM_FIELD(wyk_hal_policy, word336).as_is(),
+    PRM_FIELD(wyk_hal_policy, committed_rate).number(),
+    PRM_FIELD(wyk_hal_policy, burst).number(),
+    PRM_FIELD(wyk_hal_policy, reserved348).reserved(),
+};
+inline constexpr prm_record wyk_hal_policy_record = PRM_RECORD(wyk_hal_policy);
+
+inline constexpr prm_name wyk_hal_directions[] = {{WYK_HAL_INGRESS, "ingress"}, {WYK_HAL_EGRESS, "egress"}};
+inline constexpr prm_bits wyk_hal_queuing_bits[] = {{WYK_HAL_QUEUING_ENABLED, "queuing_enabled"}};
+inline constexpr prm_field wyk_hal_policy_request_fields[] = {
+    PRM_FIELD(wyk_hal_policy_request, word0).as_is(),
+    PRM_FIELD(wyk_hal_policy_request, word4).as_is(),
+    PRM_FIELD(wyk_hal_policy_request, count).number(),
+    PRM_FIELD(wyk_hal_policy_request, reserved12).reserved(),
+    PRM_FIELD(wyk_hal_policy_request, word64).flags(wyk_hal_queuing_bits),
+    PRM_FIELD(wyk_hal_policy_request, reserved68).reserved(),
+    PRM_FIELD(wyk_hal_policy_request, np_id).number(),
+    PRM_FIELD(wyk_hal_policy_request, reserved82).reserved(),
+    PRM_FIELD(wyk_hal_policy_request, mqc_level).number(),
+    PRM_FIELD(wyk_hal_policy_request, reserved96).reserved(),
+    PRM_FIELD(wyk_hal_policy_request, port).number(),
+    PRM_FIELD(wyk_hal_policy_request, reserved104).reserved(),
+    PRM_FIELD(wyk_hal_policy_request, direction).one_of(wyk_hal_directions),
+    PRM_FIELD(wyk_hal_policy_request, reserved112).reserved(),
+};
+inline constexpr prm_record wyk_hal_policy_request_record =
+    PRM_RECORD_WITH_ITEMS(wyk_hal_policy_request,
+                          {"policies", &wyk_hal_policy_record, PRM_SELECTOR(wyk_hal_policy_request, count)});
+
 // Policy response: this head, then one item of ids per policy or class.
 struct PRM_PACKED wyk_hal_policy_response {
     u8 reserved0[16];
@@ -147,6 +205,32 @@ static_assert(offsetof(wyk_hal_ids, stats_id) == 168 - 8, "ABI");
 static_assert(offsetof(wyk_hal_ids, exceed_id) == 172 - 8, "ABI");
 static_assert(offsetof(wyk_hal_ids, violate_id) == 176 - 8, "ABI");
 static_assert(offsetof(wyk_hal_ids, profile) == 184 - 8, "ABI");
+
+inline constexpr prm_field wyk_hal_ids_fields[] = {
+    PRM_FIELD(wyk_hal_ids, reserved0).reserved(),
+    PRM_FIELD(wyk_hal_ids, fid0).hex().names_a(PRM_HANDLE_QUEUE).written_back(),
+    PRM_FIELD(wyk_hal_ids, reserved112).reserved(),
+    PRM_FIELD(wyk_hal_ids, commit_id).hex().names_a(PRM_HANDLE_TM_STATISTICS).written_back(),
+    PRM_FIELD(wyk_hal_ids, reserved144).reserved(),
+    PRM_FIELD(wyk_hal_ids, drop_id).hex().names_a(PRM_HANDLE_TM_STATISTICS).written_back(),
+    PRM_FIELD(wyk_hal_ids, reserved152).reserved(),
+    PRM_FIELD(wyk_hal_ids, policer_id).number().names_a(PRM_HANDLE_POLICER).written_back(),
+    PRM_FIELD(wyk_hal_ids, stats_id).hex().names_a(PRM_HANDLE_TM_STATISTICS).written_back(),
+    PRM_FIELD(wyk_hal_ids, exceed_id).hex().names_a(PRM_HANDLE_TM_STATISTICS).written_back(),
+    PRM_FIELD(wyk_hal_ids, violate_id).hex().names_a(PRM_HANDLE_TM_STATISTICS).written_back(),
+    PRM_FIELD(wyk_hal_ids, reserved172).reserved(),
+    PRM_FIELD(wyk_hal_ids, profile).number().written_back(),
+    PRM_FIELD(wyk_hal_ids, reserved178).reserved(),
+};
+inline constexpr prm_record wyk_hal_ids_record = PRM_RECORD(wyk_hal_ids);
+
+inline constexpr prm_field wyk_hal_policy_response_fields[] = {
+    PRM_FIELD(wyk_hal_policy_response, reserved0).reserved(),
+    PRM_FIELD(wyk_hal_policy_response, status).number().written_back(),
+    PRM_FIELD(wyk_hal_policy_response, reserved20).reserved(),
+};
+inline constexpr prm_record wyk_hal_policy_response_record =
+    PRM_RECORD_WITH_ITEMS(wyk_hal_policy_response, {"ids", &wyk_hal_ids_record, {}});
 
 static inline wyk_hal_policy *wyk_hal_policy_at(wyk_hal_policy_request *request, u32 i) {
     return reinterpret_cast<wyk_hal_policy *>(request + 1) + i;
@@ -223,6 +307,50 @@ static_assert(offsetof(wyk_hal_node, counter_id) == 132 - 84, "ABI");
 static_assert(offsetof(wyk_hal_node, port) == 24 - 8, "ABI");
 static_assert(offsetof(wyk_hal_node, qos_group) == 28 - 8, "ABI");
 
+inline constexpr prm_bits wyk_hal_node_type_bits[] = {
+    {WYK_HAL_NODE_TYPE, "type"},
+    {WYK_HAL_NODE_QUEUE, "queue"},
+    {WYK_HAL_NODE_POLICER, "policer"},
+};
+inline constexpr prm_bits wyk_hal_node_byte8_bits[] = {{WYK_HAL_NODE_FLAG8, "flag8"}};
+inline constexpr prm_bits wyk_hal_node_policer_bits[] = {
+    {WYK_HAL_NODE_POLICER_VALID, "valid"},
+    {~((u64{1} << WYK_HAL_NODE_POLICER_SHIFT) - 1) & 0xFFFFFFFF, "id", {}, PRM_HANDLE_POLICER},
+};
+inline constexpr prm_bits wyk_hal_node_counter_bits[] = {{WYK_HAL_NODE_COUNTER_VALID, "valid"}};
+inline constexpr prm_field wyk_hal_node_fields[] = {
+    PRM_FIELD(wyk_hal_node, type).flags(wyk_hal_node_type_bits),
+    PRM_FIELD(wyk_hal_node, reserved1).reserved(),
+    PRM_FIELD(wyk_hal_node, word4).as_is(),
+    PRM_FIELD(wyk_hal_node, byte8).flags(wyk_hal_node_byte8_bits),
+    PRM_FIELD(wyk_hal_node, reserved9).reserved(),
+    PRM_FIELD(wyk_hal_node, port).number(),
+    PRM_FIELD(wyk_hal_node, qos_group).number(),
+    PRM_FIELD(wyk_hal_node, policer_word).flags(wyk_hal_node_policer_bits),
+    PRM_FIELD(wyk_hal_node, reserved28).reserved(),
+    PRM_FIELD(wyk_hal_node, policer_stats_id).hex().names_a(PRM_HANDLE_TM_STATISTICS),
+    PRM_FIELD(wyk_hal_node, reserved36).reserved(),
+    PRM_FIELD(wyk_hal_node, counter_flags).flags(wyk_hal_node_counter_bits),
+    PRM_FIELD(wyk_hal_node, reserved45).reserved(),
+    PRM_FIELD(wyk_hal_node, counter_id).hex().names_a(PRM_HANDLE_TM_STATISTICS),
+};
+inline constexpr prm_record wyk_hal_node_record = PRM_RECORD(wyk_hal_node);
+
+inline constexpr prm_field wyk_hal_release_fields[] = {
+    PRM_FIELD(wyk_hal_release, reserved0).reserved(), PRM_FIELD(wyk_hal_release, word8).as_is(),
+    PRM_FIELD(wyk_hal_release, word12).as_is(),       PRM_FIELD(wyk_hal_release, reserved16).reserved(),
+    PRM_FIELD(wyk_hal_release, count).number(),       PRM_FIELD(wyk_hal_release, reserved32).reserved(),
+};
+inline constexpr prm_record wyk_hal_release_record = PRM_RECORD_WITH_ITEMS(
+    wyk_hal_release,
+    {"nodes", &wyk_hal_node_record, PRM_SELECTOR(wyk_hal_release, count), WYK_HAL_RELEASE_TAIL});
+
+// The status word that a release writes.
+inline constexpr prm_field wyk_hal_release_status_fields[] = {
+    prm_field_at<u32>("status_word", 0).number().written_back()};
+inline constexpr prm_record wyk_hal_release_status_record = {
+    "wyk_hal_release_status", sizeof(u32), wyk_hal_release_status_fields, {}};
+
 static inline wyk_hal_node *wyk_hal_release_node_at(wyk_hal_release *request, u32 i) {
     return reinterpret_cast<wyk_hal_node *>(request + 1) + i;
 }
@@ -272,10 +400,38 @@ static_assert(offsetof(wyk_hal_result_item, port) == 16 - 4, "ABI");
 static_assert(offsetof(wyk_hal_result_item, byte14) == 18 - 4, "ABI");
 static_assert(offsetof(wyk_hal_result_item, word32) == 36 - 4, "ABI");
 
+inline constexpr prm_bits wyk_hal_result_select_bits[] = {
+    {WYK_HAL_RESULT_QUEUE, "queue"},
+    {WYK_HAL_RESULT_POLICER, "policer"},
+};
+inline constexpr prm_bits wyk_hal_result_byte14_bits[] = {{WYK_HAL_RESULT_BYTE14, "byte14"}};
+inline constexpr prm_field wyk_hal_result_item_fields[] = {
+    PRM_FIELD(wyk_hal_result_item, select).flags(wyk_hal_result_select_bits),
+    PRM_FIELD(wyk_hal_result_item, reserved1).reserved(),
+    PRM_FIELD(wyk_hal_result_item, port).number(),
+    PRM_FIELD(wyk_hal_result_item, byte14).flags(wyk_hal_result_byte14_bits),
+    PRM_FIELD(wyk_hal_result_item, reserved15).reserved(),
+    PRM_FIELD(wyk_hal_result_item, word32).as_is(),
+    PRM_FIELD(wyk_hal_result_item, reserved36).reserved(),
+};
+inline constexpr prm_record wyk_hal_result_item_record = PRM_RECORD(wyk_hal_result_item);
+inline constexpr prm_field wyk_hal_result_request_fields[] = {
+    PRM_FIELD(wyk_hal_result_request, count).number(),
+};
+inline constexpr prm_record wyk_hal_result_request_record = PRM_RECORD_WITH_ITEMS(
+    wyk_hal_result_request,
+    {"items", &wyk_hal_result_item_record, PRM_SELECTOR(wyk_hal_result_request, count)});
+
 struct PRM_PACKED wyk_hal_result_response {
     u8 reserved0[8];
 };
 static_assert(sizeof(wyk_hal_result_response) == 8, "ABI");
+
+inline constexpr prm_field wyk_hal_result_response_fields[] = {
+    PRM_FIELD(wyk_hal_result_response, reserved0).reserved(),
+};
+inline constexpr prm_record wyk_hal_result_response_record =
+    PRM_RECORD_WITH_ITEMS(wyk_hal_result_response, {"ids", &wyk_hal_ids_record, {}});
 
 static inline wyk_hal_result_item *wyk_hal_result_item_at(wyk_hal_result_request *request, u32 i) {
     return reinterpret_cast<wyk_hal_result_item *>(request + 1) + i;
@@ -303,6 +459,15 @@ struct PRM_PACKED wyk_hal_config_request {
 static_assert(sizeof(wyk_hal_config_request) == 424, "ABI");
 static_assert(offsetof(wyk_hal_config_request, nodes) == 8, "ABI");
 
+inline constexpr prm_field wyk_hal_config_request_fields[] = {
+    PRM_FIELD(wyk_hal_config_request, count).number(),
+    PRM_FIELD(wyk_hal_config_request, reserved4).reserved(),
+    PRM_FIELD(wyk_hal_config_request, nodes)
+        .of(&wyk_hal_node_record)
+        .first(PRM_SELECTOR(wyk_hal_config_request, count)),
+};
+inline constexpr prm_record wyk_hal_config_request_record = PRM_RECORD(wyk_hal_config_request);
+
 // Configuration of one class as programmed.
 struct PRM_PACKED wyk_hal_class_config {
     u8 reserved0[8];
@@ -318,6 +483,17 @@ static_assert(offsetof(wyk_hal_class_config, bandwidth_mode) == 16 - 8, "ABI");
 static_assert(offsetof(wyk_hal_class_config, weight) == 28 - 8, "ABI");
 static_assert(offsetof(wyk_hal_class_config, level) == 496 - 8, "ABI");
 
+inline constexpr prm_field wyk_hal_class_config_fields[] = {
+    PRM_FIELD(wyk_hal_class_config, reserved0).reserved(),
+    PRM_FIELD(wyk_hal_class_config, bandwidth_mode).one_of(wyk_hal_bandwidth_modes).written_back(),
+    PRM_FIELD(wyk_hal_class_config, reserved12).reserved(),
+    PRM_FIELD(wyk_hal_class_config, weight).number().written_back(),
+    PRM_FIELD(wyk_hal_class_config, reserved22).reserved(),
+    PRM_FIELD(wyk_hal_class_config, level).number().written_back(),
+    PRM_FIELD(wyk_hal_class_config, reserved492).reserved(),
+};
+inline constexpr prm_record wyk_hal_class_config_record = PRM_RECORD(wyk_hal_class_config);
+
 struct PRM_PACKED wyk_hal_config_response {
     u32 status;  // 1 when the configuration was read
     u8 reserved4[4];
@@ -325,6 +501,13 @@ struct PRM_PACKED wyk_hal_config_response {
 };
 static_assert(sizeof(wyk_hal_config_response) == 4232, "ABI");
 static_assert(offsetof(wyk_hal_config_response, classes) == 8, "ABI");
+
+inline constexpr prm_field wyk_hal_config_response_fields[] = {
+    PRM_FIELD(wyk_hal_config_response, status).number().written_back(),
+    PRM_FIELD(wyk_hal_config_response, reserved4).reserved(),
+    PRM_FIELD(wyk_hal_config_response, classes).of(&wyk_hal_class_config_record),
+};
+inline constexpr prm_record wyk_hal_config_response_record = PRM_RECORD(wyk_hal_config_response);
 
 // --- wyk_hal_wrapper_get_stats, wyk_hal_wrapper_get_queue_depth ------------------------------------------
 
@@ -334,6 +517,12 @@ struct PRM_PACKED wyk_hal_stats_request {
 };
 static_assert(sizeof(wyk_hal_stats_request) == 8, "ABI");
 static_assert(offsetof(wyk_hal_stats_request, stats_id) == 4, "ABI");
+
+inline constexpr prm_field wyk_hal_stats_request_fields[] = {
+    PRM_FIELD(wyk_hal_stats_request, count).number(),
+    PRM_FIELD(wyk_hal_stats_request, stats_id).hex().names_a(PRM_HANDLE_TM_STATISTICS),
+};
+inline constexpr prm_record wyk_hal_stats_request_record = PRM_RECORD(wyk_hal_stats_request);
 
 struct PRM_PACKED wyk_hal_stats_response {
     u32 status;
@@ -346,6 +535,14 @@ static_assert(offsetof(wyk_hal_stats_response, stats_id) == 4, "ABI");
 static_assert(offsetof(wyk_hal_stats_response, packets) == 8, "ABI");
 static_assert(offsetof(wyk_hal_stats_response, bytes) == 16, "ABI");
 
+inline constexpr prm_field wyk_hal_stats_response_fields[] = {
+    PRM_FIELD(wyk_hal_stats_response, status).number().written_back(),
+    PRM_FIELD(wyk_hal_stats_response, stats_id).hex().names_a(PRM_HANDLE_TM_STATISTICS).written_back(),
+    PRM_FIELD(wyk_hal_stats_response, packets).number().written_back(),
+    PRM_FIELD(wyk_hal_stats_response, bytes).number().written_back(),
+};
+inline constexpr prm_record wyk_hal_stats_response_record = PRM_RECORD(wyk_hal_stats_response);
+
 // The response is one u32: the depth.
 struct PRM_PACKED wyk_hal_queue_depth_request {
     u8 reserved0[20];
@@ -353,6 +550,16 @@ struct PRM_PACKED wyk_hal_queue_depth_request {
 };
 static_assert(sizeof(wyk_hal_queue_depth_request) == 24, "ABI");
 static_assert(offsetof(wyk_hal_queue_depth_request, fid0) == 20, "ABI");
+
+inline constexpr prm_field wyk_hal_queue_depth_request_fields[] = {
+    PRM_FIELD(wyk_hal_queue_depth_request, reserved0).reserved(),
+    PRM_FIELD(wyk_hal_queue_depth_request, fid0).hex().names_a(PRM_HANDLE_QUEUE),
+};
+inline constexpr prm_record wyk_hal_queue_depth_request_record = PRM_RECORD(wyk_hal_queue_depth_request);
+inline constexpr prm_field wyk_hal_queue_depth_response_fields[] = {
+    prm_field_at<u32>("depth", 0).number().written_back()};
+inline constexpr prm_record wyk_hal_queue_depth_response_record = {
+    "wyk_hal_queue_depth_response", sizeof(u32), wyk_hal_queue_depth_response_fields, {}};
 
 // --- wyk_hal_wrapper_engine_op ---------------------------------------------------------------------------
 
@@ -366,15 +573,33 @@ static_assert(sizeof(wyk_hal_default_queue) == 12, "ABI");
 static_assert(offsetof(wyk_hal_default_queue, word4) == 4, "ABI");
 static_assert(offsetof(wyk_hal_default_queue, word8) == 8, "ABI");
 
+inline constexpr prm_field wyk_hal_default_queue_fields[] = {
+    PRM_FIELD(wyk_hal_default_queue, port_index).number(),
+    PRM_FIELD(wyk_hal_default_queue, word4).as_is(),
+    PRM_FIELD(wyk_hal_default_queue, word8).as_is(),
+};
+inline constexpr prm_record wyk_hal_default_queue_record = PRM_RECORD(wyk_hal_default_queue);
+
 struct PRM_PACKED wyk_hal_default_queue_response {
     u8 reserved0[208];
 };
 static_assert(sizeof(wyk_hal_default_queue_response) == 208, "ABI");
 
+inline constexpr prm_field wyk_hal_default_queue_response_fields[] = {
+    PRM_FIELD(wyk_hal_default_queue_response, reserved0).reserved(),
+};
+inline constexpr prm_record wyk_hal_default_queue_response_record =
+    PRM_RECORD(wyk_hal_default_queue_response);
+
 struct PRM_PACKED wyk_hal_port_shaper {
     u8 reserved0[448];
 };
 static_assert(sizeof(wyk_hal_port_shaper) == 448, "ABI");
+
+inline constexpr prm_field wyk_hal_port_shaper_fields[] = {
+    PRM_FIELD(wyk_hal_port_shaper, reserved0).reserved(),
+};
+inline constexpr prm_record wyk_hal_port_shaper_record = PRM_RECORD(wyk_hal_port_shaper);
 
 // Removal of a port's shaper: a release request without nodes of its own.
 struct PRM_PACKED wyk_hal_port_shaper_removal {
@@ -383,9 +608,22 @@ struct PRM_PACKED wyk_hal_port_shaper_removal {
 };
 static_assert(sizeof(wyk_hal_port_shaper_removal) == 88, "ABI");
 
+inline constexpr prm_record wyk_hal_release_head_record = {
+    "wyk_hal_release_head", sizeof(wyk_hal_release), wyk_hal_release_fields, {}};
+inline constexpr prm_field wyk_hal_port_shaper_removal_fields[] = {
+    PRM_FIELD(wyk_hal_port_shaper_removal, head).of(&wyk_hal_release_head_record),
+    PRM_FIELD(wyk_hal_port_shaper_removal, tail).reserved(),
+};
+inline constexpr prm_record wyk_hal_port_shaper_removal_record = PRM_RECORD(wyk_hal_port_shaper_removal);
+
 struct PRM_PACKED wyk_hal_tm_info {
     u8 reserved0[4184];
 };
 static_assert(sizeof(wyk_hal_tm_info) == 4184, "ABI");
+
+inline constexpr prm_field wyk_hal_tm_info_fields[] = {
+    PRM_FIELD(wyk_hal_tm_info, reserved0).reserved(),
+};
+inline constexpr prm_record wyk_hal_tm_info_record = PRM_RECORD(wyk_hal_tm_info);
 
 #endif

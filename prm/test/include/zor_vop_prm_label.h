@@ -5,6 +5,7 @@
 #define ZOR_VOP_PRM_LABEL_H
 
 #include "prm_buddy_reserve.h"
+#include "prm_fields.h"
 #include "prm_types.h"
 
 enum : u32 {
@@ -19,6 +20,13 @@ struct PRM_PACKED zor_label_key {
 };
 static_assert(sizeof(zor_label_key) == ZOR_LABEL_KEY_LEN, "ABI");
 static_assert(offsetof(zor_label_key, eos) == 4, "ABI");
+
+inline constexpr prm_field zor_label_key_fields[] = {
+    PRM_FIELD(zor_label_key, label).number(),
+    PRM_FIELD(zor_label_key, eos).number(),
+    PRM_FIELD(zor_label_key, reserved5).reserved(),
+};
+inline constexpr prm_record zor_label_key_record = PRM_RECORD(zor_label_key);
 
 enum : u8 {
     ZOR_LABEL_RECURSIVE = 0x10,   // flags0: label_ptr_rec is used
@@ -51,6 +59,30 @@ static_assert(offsetof(zor_label_payload, label_ptr_eos1) == 13, "ABI");
 static_assert(offsetof(zor_label_payload, label_ptr_rec) == 52, "ABI");
 static_assert(offsetof(zor_label_payload, leaf_hw_idx) == 78, "ABI");
 
+inline constexpr prm_bits zor_label_bits0[] = {
+    {ZOR_LABEL_RECURSIVE, "recursive"},
+    {ZOR_LABEL_NR_LDI, "nr_ldi"},
+};
+inline constexpr prm_bits zor_label_bits1[] = {{ZOR_LABEL_ALWAYS, "always"}};
+inline constexpr prm_bits zor_label_bits2[] = {{ZOR_LABEL_POP_LOOKUP, "pop_lookup"}};
+inline constexpr prm_bits zor_label_bits3[] = {{ZOR_LABEL_EOS, "eos"}};
+inline constexpr prm_field zor_label_payload_fields[] = {
+    PRM_FIELD(zor_label_payload, flags0).flags(zor_label_bits0),
+    PRM_FIELD(zor_label_payload, flags1).flags(zor_label_bits1),
+    PRM_FIELD(zor_label_payload, flags2).flags(zor_label_bits2),
+    PRM_FIELD(zor_label_payload, flags3).flags(zor_label_bits3),
+    PRM_FIELD(zor_label_payload, reserved4).reserved(),
+    PRM_FIELD(zor_label_payload, label_ptr_eos0).hex().names_a(PRM_HANDLE_LDI),
+    PRM_FIELD(zor_label_payload, reserved12).reserved(),
+    PRM_FIELD(zor_label_payload, label_ptr_eos1).hex().names_a(PRM_HANDLE_LDI),
+    PRM_FIELD(zor_label_payload, reserved17).reserved(),
+    PRM_FIELD(zor_label_payload, label_ptr_rec).hex(),
+    PRM_FIELD(zor_label_payload, reserved56).reserved(),
+    PRM_FIELD(zor_label_payload, leaf_hw_idx).number().names_a(PRM_HANDLE_LABEL_INDEX),
+    PRM_FIELD(zor_label_payload, reserved82).reserved(),
+};
+inline constexpr prm_record zor_label_payload_record = PRM_RECORD(zor_label_payload);
+
 struct PRM_PACKED zor_label_request {
     u32 owner;  // PRM_OWNER
     u8 reserved4[8];
@@ -69,5 +101,36 @@ static_assert(offsetof(zor_label_request, key_len) == 12, "ABI");
 static_assert(offsetof(zor_label_request, key) == 20, "ABI");
 static_assert(offsetof(zor_label_request, payload_len) == 68, "ABI");
 static_assert(offsetof(zor_label_request, payload) == 72, "ABI");
+
+inline constexpr prm_field zor_label_whole_key_fields[] = {
+    PRM_FIELD(zor_label_request, key).of(&zor_label_key_record),
+    PRM_FIELD(zor_label_request, key_bytes).behind(PRM_FIELD(zor_label_request, key)),
+};
+inline constexpr prm_field zor_label_key_bytes_fields[] = {PRM_FIELD(zor_label_request, key_bytes).bytes()};
+inline constexpr prm_choice zor_label_keys[] = {
+    prm_when(ZOR_LABEL_KEY_LEN, zor_label_whole_key_fields),
+    prm_when(ZOR_LABEL_DELETE_KEY_LEN, zor_label_whole_key_fields),
+    prm_otherwise(zor_label_key_bytes_fields),
+};
+inline constexpr prm_field zor_label_no_payload_fields[] = {PRM_FIELD(zor_label_request, payload).reserved()};
+inline constexpr prm_field zor_label_whole_payload_fields[] = {
+    PRM_FIELD(zor_label_request, payload).of(&zor_label_payload_record)};
+inline constexpr prm_choice zor_label_payloads[] = {
+    prm_when(0, zor_label_no_payload_fields),
+    prm_otherwise(zor_label_whole_payload_fields),
+};
+inline constexpr prm_field zor_label_request_fields[] = {
+    PRM_FIELD(zor_label_request, owner).number(),
+    PRM_FIELD(zor_label_request, reserved4).reserved(),
+    PRM_FIELD(zor_label_request, key_len).number(),
+    PRM_FIELD(zor_label_request, reserved16).reserved(),
+    PRM_FIELD(zor_label_request, key_bytes)
+        .chosen_by(PRM_SELECTOR(zor_label_request, key_len), zor_label_keys),
+    PRM_FIELD(zor_label_request, payload_len).number(),
+    PRM_FIELD(zor_label_request, payload)
+        .chosen_by(PRM_SELECTOR(zor_label_request, payload_len), zor_label_payloads),
+    PRM_FIELD(zor_label_request, reserved159).reserved(),
+};
+inline constexpr prm_record zor_label_request_record = PRM_RECORD(zor_label_request);
 
 #endif

@@ -5,6 +5,7 @@
 #define ZOR_VOP_PRM_LEAF_H
 
 #include "prm_buddy_reserve.h"
+#include "prm_fields.h"
 #include "prm_types.h"
 
 enum : u32 {
@@ -34,6 +35,13 @@ struct PRM_PACKED zor_ipv4_key {
 static_assert(sizeof(zor_ipv4_key) == ZOR_LEAF_IPV4_KEY_LEN, "ABI");
 static_assert(offsetof(zor_ipv4_key, vrf) == 4, "ABI");
 
+inline constexpr prm_field zor_ipv4_key_fields[] = {
+    PRM_FIELD(zor_ipv4_key, address).ipv4(),
+    PRM_FIELD(zor_ipv4_key, vrf).number(),
+    PRM_FIELD(zor_ipv4_key, reserved6).reserved(),
+};
+inline constexpr prm_record zor_ipv4_key_record = PRM_RECORD(zor_ipv4_key);
+
 enum : u8 {
     ZOR_LEAF_DIRECT = 0x01,     // flags0: direct leaf
     ZOR_LEAF_LDI = 0x04,        // flags0: points at a load-distribution entry (ldi_ptr)
@@ -60,6 +68,34 @@ static_assert(offsetof(zor_leaf_payload, tag_bits) == 2, "ABI");
 static_assert(offsetof(zor_leaf_payload, ldi_ptr) == 8, "ABI");
 static_assert(offsetof(zor_leaf_payload, ldi_ptr2) == 12, "ABI");
 static_assert(offsetof(zor_leaf_payload, v6_prefix_len) == 50, "ABI");
+
+inline constexpr prm_bits zor_leaf_bits0[] = {
+    {ZOR_LEAF_DIRECT, "direct"},
+    {ZOR_LEAF_LDI, "ldi"},
+};
+inline constexpr prm_bits zor_leaf_bits1[] = {{ZOR_LEAF_RECURSIVE, "recursive"}};
+inline constexpr prm_bits zor_leaf_tag_bits[] = {{ZOR_LEAF_TAG_MASK, "tag"}};
+// The words of a recursive pair are next hops.
+inline constexpr prm_field zor_leaf_ldi_fields[] = {
+    PRM_FIELD(zor_leaf_payload, ldi_ptr).hex().names_a(PRM_HANDLE_LDI)};
+inline constexpr prm_field zor_leaf_pair_fields[] = {
+    PRM_FIELD(zor_leaf_payload, ldi_ptr).number().names_a(PRM_HANDLE_NEXT_HOP)};
+inline constexpr prm_choice zor_leaf_pointers[] = {
+    prm_when(ZOR_LEAF_RECURSIVE, zor_leaf_pair_fields),
+    prm_otherwise(zor_leaf_ldi_fields),
+};
+inline constexpr prm_field zor_leaf_payload_fields[] = {
+    PRM_FIELD(zor_leaf_payload, flags0).flags(zor_leaf_bits0),
+    PRM_FIELD(zor_leaf_payload, flags1).flags(zor_leaf_bits1),
+    PRM_FIELD(zor_leaf_payload, tag_bits).flags(zor_leaf_tag_bits),
+    PRM_FIELD(zor_leaf_payload, reserved4).reserved(),
+    PRM_FIELD(zor_leaf_payload, ldi_ptr).chosen_by(PRM_SELECTOR(zor_leaf_payload, flags1), zor_leaf_pointers),
+    PRM_FIELD(zor_leaf_payload, ldi_ptr2).number().names_a(PRM_HANDLE_NEXT_HOP),
+    PRM_FIELD(zor_leaf_payload, reserved16).reserved(),
+    PRM_FIELD(zor_leaf_payload, v6_prefix_len).number(),
+    PRM_FIELD(zor_leaf_payload, reserved51).reserved(),
+};
+inline constexpr prm_record zor_leaf_payload_record = PRM_RECORD(zor_leaf_payload);
 
 struct PRM_PACKED zor_leaf_request {
     u32 owner;  // PRM_OWNER
@@ -91,5 +127,36 @@ static_assert(offsetof(zor_leaf_request, item2_len) == 112, "ABI");
 static_assert(offsetof(zor_leaf_request, item2) == 116, "ABI");
 static_assert(offsetof(zor_leaf_request, payload_len) == 120, "ABI");
 static_assert(offsetof(zor_leaf_request, payload) == 124, "ABI");
+
+inline constexpr prm_field zor_leaf_ipv4_fields[] = {
+    PRM_FIELD(zor_leaf_request, ipv4).of(&zor_ipv4_key_record),
+    PRM_FIELD(zor_leaf_request, key).behind(PRM_FIELD(zor_leaf_request, ipv4)),
+};
+inline constexpr prm_field zor_leaf_ipv6_fields[] = {
+    PRM_FIELD(zor_leaf_request, ipv6).ipv6(),
+    PRM_FIELD(zor_leaf_request, key).behind(PRM_FIELD(zor_leaf_request, ipv6)),
+};
+inline constexpr prm_field zor_leaf_key_fields[] = {PRM_FIELD(zor_leaf_request, key).bytes()};
+inline constexpr prm_choice zor_leaf_keys[] = {
+    prm_when(ZOR_LEAF_IPV4_KEY_LEN, zor_leaf_ipv4_fields),
+    prm_when(ZOR_LEAF_IPV6_KEY_LEN, zor_leaf_ipv6_fields),
+    prm_otherwise(zor_leaf_key_fields),
+};
+inline constexpr prm_field zor_leaf_request_fields[] = {
+    PRM_FIELD(zor_leaf_request, owner).number(),
+    PRM_FIELD(zor_leaf_request, reserved4).reserved(),
+    PRM_FIELD(zor_leaf_request, vrf_id).number(),
+    PRM_FIELD(zor_leaf_request, key_len).number(),
+    PRM_FIELD(zor_leaf_request, key).chosen_by(PRM_SELECTOR(zor_leaf_request, key_len), zor_leaf_keys),
+    PRM_FIELD(zor_leaf_request, prefix_len).number(),
+    PRM_FIELD(zor_leaf_request, item1_len).number(),
+    PRM_FIELD(zor_leaf_request, item1).as_is(),
+    PRM_FIELD(zor_leaf_request, item2_len).number(),
+    PRM_FIELD(zor_leaf_request, item2).as_is(),
+    PRM_FIELD(zor_leaf_request, payload_len).number(),
+    PRM_FIELD(zor_leaf_request, payload).of(&zor_leaf_payload_record),
+    PRM_FIELD(zor_leaf_request, reserved179).reserved(),
+};
+inline constexpr prm_record zor_leaf_request_record = PRM_RECORD(zor_leaf_request);
 
 #endif

@@ -5,6 +5,7 @@
 #ifndef ZOR_VOP_PRM_TCAM_H
 #define ZOR_VOP_PRM_TCAM_H
 
+#include "prm_fields.h"
 #include "prm_types.h"
 
 enum prm_tcam_feature : u32 { PRM_TCAM_FEATURE_ACL = 0, PRM_TCAM_FEATURE_QOS = 6 };
@@ -131,6 +132,77 @@ static_assert(offsetof(prm_tcam_key, src_ipv4_shifted) == 58, "ABI");
 static_assert(offsetof(prm_tcam_key, dst_ipv4) == 62, "ABI");
 static_assert(offsetof(prm_tcam_key, dst_ipv4_shifted) == 74, "ABI");
 
+// A programmed key, and one that was read back: the byte orders of addresses and ports change places.
+inline constexpr prm_bits prm_tcam_class_id_bits[] = {
+    {0xFFFE, "class_id"},
+    {PRM_TCAM_KEY_NOT_CLASS_ID, "not_class_id"},
+};
+inline constexpr prm_name prm_tcam_qos_key_types[] = {
+    {PRM_TCAM_QOS_KEY_PLAIN, "plain"},
+    {PRM_TCAM_QOS_KEY_SHIFTED, "shifted"},
+    {PRM_TCAM_QOS_KEY_MPLS, "mpls"},
+};
+inline constexpr prm_bits prm_tcam_key_bits[] = {
+    {PRM_TCAM_KEY_TCP_FLAGS, "tcp_flags"},
+    {PRM_TCAM_KEY_FRAGMENT, "fragment"},
+};
+inline constexpr prm_field prm_tcam_acl_class_fields[] = {
+    prm_field_at<u16>("class_id", offsetof(prm_tcam_key, class_id_low)).flags(prm_tcam_class_id_bits)};
+inline constexpr prm_field prm_tcam_qos_class_fields[] = {
+    PRM_FIELD(prm_tcam_key, class_id_low).hex(),
+    PRM_FIELD(prm_tcam_key, qos_key_type).one_of(prm_tcam_qos_key_types),
+};
+inline constexpr prm_choice prm_tcam_acl_class[] = {prm_otherwise(prm_tcam_acl_class_fields)};
+inline constexpr prm_choice prm_tcam_qos_class[] = {prm_otherwise(prm_tcam_qos_class_fields)};
+template <bool qos, prm_byte_order addresses, prm_byte_order ports>
+inline constexpr prm_field prm_tcam_key_fields[] = {
+    PRM_FIELD(prm_tcam_key, reserved0).reserved(),
+    PRM_FIELD(prm_tcam_key, class_id_low)
+        .up_to(PRM_FIELD(prm_tcam_key, class_id_high))
+        .chosen_by({}, qos ? prm_list<prm_choice>(prm_tcam_qos_class) : prm_list(prm_tcam_acl_class)),
+    PRM_FIELD(prm_tcam_key, reserved4).reserved(),
+    PRM_FIELD(prm_tcam_key, vlan_cos).number(),
+    PRM_FIELD(prm_tcam_key, reserved8).reserved(),
+    PRM_FIELD(prm_tcam_key, flags).flags(prm_tcam_key_bits),
+    PRM_FIELD(prm_tcam_key, protocol).number(),
+    PRM_FIELD(prm_tcam_key, tcp_value).number(),
+    PRM_FIELD(prm_tcam_key, reserved29).reserved(),
+    PRM_FIELD(prm_tcam_key, ttl).number(),
+    PRM_FIELD(prm_tcam_key, tos_exp).hex(),
+    PRM_FIELD(prm_tcam_key, reserved33).reserved(),
+    PRM_FIELD(prm_tcam_key, src_port).number().in_order(ports),
+    PRM_FIELD(prm_tcam_key, reserved42).reserved(),
+    PRM_FIELD(prm_tcam_key, dst_port).number().in_order(ports),
+    PRM_FIELD(prm_tcam_key, reserved45).reserved(),
+    PRM_FIELD(prm_tcam_key, src_ipv4).ipv4().in_order(addresses),
+    PRM_FIELD(prm_tcam_key, reserved50).reserved(),
+    PRM_FIELD(prm_tcam_key, src_ipv4_shifted).ipv4().in_order(addresses),
+    PRM_FIELD(prm_tcam_key, dst_ipv4).ipv4().in_order(addresses),
+    PRM_FIELD(prm_tcam_key, reserved66).reserved(),
+    PRM_FIELD(prm_tcam_key, dst_ipv4_shifted).ipv4().in_order(addresses),
+    PRM_FIELD(prm_tcam_key, reserved78).reserved(),
+};
+inline constexpr prm_record prm_tcam_acl_key_record = {
+    "prm_tcam_acl_key",
+    sizeof(prm_tcam_key),
+    prm_tcam_key_fields<false, PRM_NETWORK_ORDER, PRM_LITTLE_ENDIAN>,
+    {}};
+inline constexpr prm_record prm_tcam_qos_key_record = {
+    "prm_tcam_qos_key",
+    sizeof(prm_tcam_key),
+    prm_tcam_key_fields<true, PRM_NETWORK_ORDER, PRM_LITTLE_ENDIAN>,
+    {}};
+inline constexpr prm_record prm_tcam_acl_key_read_record = {
+    "prm_tcam_acl_key_read",
+    sizeof(prm_tcam_key),
+    prm_tcam_key_fields<false, PRM_LITTLE_ENDIAN, PRM_NETWORK_ORDER>,
+    {}};
+inline constexpr prm_record prm_tcam_qos_key_read_record = {
+    "prm_tcam_qos_key_read",
+    sizeof(prm_tcam_key),
+    prm_tcam_key_fields<true, PRM_LITTLE_ENDIAN, PRM_NETWORK_ORDER>,
+    {}};
+
 // Result key of an ACL entry.
 struct PRM_PACKED prm_tcam_acl_result {
     u8 reserved0[2];
@@ -142,6 +214,15 @@ struct PRM_PACKED prm_tcam_acl_result {
 static_assert(sizeof(prm_tcam_acl_result) == PRM_TCAM_RESULT_KEY_SZ, "ABI");
 static_assert(offsetof(prm_tcam_acl_result, byte2) == 2, "ABI");
 static_assert(offsetof(prm_tcam_acl_result, stats_id) == 7, "ABI");
+
+inline constexpr prm_field prm_tcam_acl_result_fields[] = {
+    PRM_FIELD(prm_tcam_acl_result, reserved0).reserved(),
+    PRM_FIELD(prm_tcam_acl_result, byte2).as_is(),
+    PRM_FIELD(prm_tcam_acl_result, reserved3).reserved(),
+    PRM_FIELD(prm_tcam_acl_result, stats_id).number().names_a(PRM_HANDLE_ACL_STATISTICS),
+    PRM_FIELD(prm_tcam_acl_result, reserved11).reserved(),
+};
+inline constexpr prm_record prm_tcam_acl_result_record = PRM_RECORD(prm_tcam_acl_result);
 
 // Masks of prm_tcam_qos_result's fields.
 enum : u8 {
@@ -193,6 +274,98 @@ static_assert(offsetof(prm_tcam_qos_result, exceed_value1) == 12, "ABI");
 static_assert(offsetof(prm_tcam_qos_result, exceed_value2) == 13, "ABI");
 static_assert(offsetof(prm_tcam_qos_result, token_bucket_id) == 36, "ABI");
 static_assert(offsetof(prm_tcam_qos_result, stats_id) == 44, "ABI");
+
+inline constexpr prm_bits prm_tcam_qos_kind_bits[] = {
+    {PRM_TCAM_QOS_KIND_ACL_MATCH, "acl_match"},
+    {PRM_TCAM_QOS_KIND_POLICER, "policer"},
+};
+inline constexpr prm_name prm_tcam_qos_actions[] = {
+    {PRM_TCAM_QOS_ACTION_NONE, "none"},
+    {PRM_TCAM_QOS_ACTION_POLICE, "police"},
+    {PRM_TCAM_QOS_ACTION_MARK_CONFORM_EXCEED, "mark_conform_exceed"},
+    {PRM_TCAM_QOS_ACTION_MARK_CONFORM, "mark_conform"},
+};
+inline constexpr prm_bits prm_tcam_qos_action_bits[] = {
+    {PRM_TCAM_QOS_ACTION, "action", prm_tcam_qos_actions}};
+inline constexpr prm_bits prm_tcam_qos_opcode_bits[] = {
+    {PRM_TCAM_QOS_OPCODE1, "opcode1"},
+    {PRM_TCAM_QOS_OPCODE2, "opcode2"},
+};
+inline constexpr prm_bits prm_tcam_qos_stats_bits[] = {
+    {0xFFFFFFFF & ~PRM_TCAM_QOS_STATS_FLAG, "id", {}, PRM_HANDLE_TM_STATISTICS},
+    {PRM_TCAM_QOS_STATS_FLAG, "flag"},
+};
+inline constexpr prm_field prm_tcam_qos_result_fields[] = {
+    PRM_FIELD(prm_tcam_qos_result, reserved0).reserved(),
+    PRM_FIELD(prm_tcam_qos_result, kind).flags(prm_tcam_qos_kind_bits),
+    PRM_FIELD(prm_tcam_qos_result, reserved2).reserved(),
+    PRM_FIELD(prm_tcam_qos_result, action).flags(prm_tcam_qos_action_bits),
+    PRM_FIELD(prm_tcam_qos_result, conform_opcodes).flags(prm_tcam_qos_opcode_bits),
+    PRM_FIELD(prm_tcam_qos_result, conform_value1).number(),
+    PRM_FIELD(prm_tcam_qos_result, conform_value2).number(),
+    PRM_FIELD(prm_tcam_qos_result, exceed_opcodes).flags(prm_tcam_qos_opcode_bits),
+    PRM_FIELD(prm_tcam_qos_result, exceed_value1).number(),
+    PRM_FIELD(prm_tcam_qos_result, exceed_value2).number(),
+    PRM_FIELD(prm_tcam_qos_result, reserved14).reserved(),
+    PRM_FIELD(prm_tcam_qos_result, token_bucket_id).number().names_a(PRM_HANDLE_POLICER),
+    PRM_FIELD(prm_tcam_qos_result, reserved40).reserved(),
+    PRM_FIELD(prm_tcam_qos_result, stats_id).flags(prm_tcam_qos_stats_bits),
+    PRM_FIELD(prm_tcam_qos_result, reserved48).reserved(),
+};
+inline constexpr prm_record prm_tcam_qos_result_record = PRM_RECORD(prm_tcam_qos_result);
+
+// The request's table stands behind the keys that its buffers hold.
+inline constexpr prm_name prm_tcam_features[] = {
+    {PRM_TCAM_FEATURE_ACL, "acl"},
+    {PRM_TCAM_FEATURE_QOS, "qos"},
+};
+inline constexpr prm_name prm_tcam_opcodes[] = {
+    {PRM_TCAM_CREATE, "create"},           {PRM_TCAM_DESTROY, "destroy"},
+    {PRM_TCAM_INSERT, "insert"},           {PRM_TCAM_DELETE, "delete"},
+    {PRM_TCAM_STATS_ALLOC, "stats_alloc"}, {PRM_TCAM_STATS_DEALLOC, "stats_dealloc"},
+};
+inline constexpr prm_buffer_choice prm_tcam_value_keys[] = {
+    {PRM_TCAM_FEATURE_QOS, false, &prm_tcam_qos_key_record, &prm_tcam_qos_key_read_record},
+    {0, true, &prm_tcam_acl_key_record, &prm_tcam_acl_key_read_record},
+};
+inline constexpr prm_buffer_choice prm_tcam_mask_keys[] = {
+    {PRM_TCAM_FEATURE_QOS, false, &prm_tcam_qos_key_record, &prm_tcam_qos_key_record},
+    {0, true, &prm_tcam_acl_key_record, &prm_tcam_acl_key_record},
+};
+inline constexpr prm_buffer_choice prm_tcam_result_keys[] = {
+    {PRM_TCAM_FEATURE_QOS, false, &prm_tcam_qos_result_record, &prm_tcam_qos_result_record},
+    {0, true, &prm_tcam_acl_result_record, &prm_tcam_acl_result_record},
+};
+inline constexpr prm_field prm_info_fields[] = {
+    PRM_FIELD(prm_info, fea_id).one_of(prm_tcam_features),
+    PRM_FIELD(prm_info, word4).as_is(),
+    PRM_FIELD(prm_info, reserved8).reserved(),
+    PRM_FIELD(prm_info, opcode).one_of(prm_tcam_opcodes),
+    PRM_FIELD(prm_info, reserved268).reserved(),
+    PRM_FIELD(prm_info, word272).as_is(),
+    PRM_FIELD(prm_info, reserved276).reserved(),
+    PRM_FIELD(prm_info, vmr_id).hex().names_a(PRM_HANDLE_TCAM).written_back(),
+    PRM_FIELD(prm_info, reserved296).reserved(),
+    PRM_FIELD(prm_info, word312).as_is(),
+    PRM_FIELD(prm_info, port_num).number().names_a(PRM_HANDLE_PORT),
+    PRM_FIELD(prm_info, ace_index).number(),
+    PRM_FIELD(prm_info, nr_entries).number(),
+    PRM_FIELD(prm_info, value_mask_key_sz).number(),
+    PRM_FIELD(prm_info, result_key_sz).number(),
+    PRM_FIELD(prm_info, stats_id).number().names_a(PRM_HANDLE_ACL_STATISTICS).written_back(),
+    PRM_FIELD(prm_info, reserved328).reserved(),
+    PRM_FIELD(prm_info, value)
+        .buffer(PRM_SELECTOR(prm_info, fea_id), prm_tcam_value_keys, PRM_SELECTOR(prm_info, nr_entries),
+                PRM_SELECTOR(prm_info, value_mask_key_sz)),
+    PRM_FIELD(prm_info, mask)
+        .buffer(PRM_SELECTOR(prm_info, fea_id), prm_tcam_mask_keys, PRM_SELECTOR(prm_info, nr_entries),
+                PRM_SELECTOR(prm_info, value_mask_key_sz)),
+    PRM_FIELD(prm_info, result)
+        .buffer(PRM_SELECTOR(prm_info, fea_id), prm_tcam_result_keys, PRM_SELECTOR(prm_info, nr_entries),
+                PRM_SELECTOR(prm_info, result_key_sz)),
+    PRM_FIELD(prm_info, reserved376).reserved(),
+};
+inline constexpr prm_record prm_info_record = PRM_RECORD(prm_info);
 
 // The 15-bit class id of an ACL key.
 static inline u16 prm_tcam_class_id(const prm_tcam_key *key) {

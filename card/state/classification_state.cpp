@@ -1,0 +1,156 @@
+// State: TCAMs with their entries, ACL statistics, queues, policies and policers.
+#include <fmt/format.h>
+
+#include "card/state/families.h"
+#include "zor_vop_prm_tcam.h"
+
+namespace card {
+namespace {
+
+u32 feature_of(u64 vmr_id) {
+    return static_cast<u32>((vmr_id & PRM_TCAM_VMR_FEATURE) >> PRM_TCAM_VMR_FEATURE_SHIFT);
+}
+
+std::string_view feature_name(u64 vmr_id) {
+    for (const prm_name &name : prm_tcam_features) {
+        if (name.value == feature_of(vmr_id)) return name.text;
+    }
+    return "unknown";
+}
+
+void write_tcams(const sim::Card &card, FamilyWriter &out) {
+    in_order(card.tcam.tcams(), [&](u64 vmr_id, const sim::TcamTable &table, u32) {
+        out.begin_entry();
+        out.hex("vmr_id", vmr_id);
+        out.text("feature", feature_name(vmr_id));
+        out.number("entries", table.size());
+        out.end_entry();
+    });
+}
+
+bool is_all_ones(Block bytes) {
+    return std::ranges::all_of(bytes, [](u8 byte) { return byte == 0xFF; });
+}
+
+// What an entry matches on: the value of a field and the bits of it that count, all where none are told.
+void write_match(const prm_record &table, Block value, Block mask, FamilyWriter &out) {
+    std::vector<std::string> masks;  // of the fields in order: both keys have the same
+    decode(table, mask, [&](const FieldValue &field) {
+        masks.push_back(field.is_zero() ? "0" : is_all_ones(field.bytes) ? "" : text(field));
+    });
+    out.json().key("match");
+    out.json().begin_object();
+    size_t i = 0;
+    decode(table, value, [&](const FieldValue &field) {
+        const std::string &its_mask = masks[i++];
+        if (field.is_zero() && its_mask == "0") return;
+        out.text(field.path,
+                 its_mask.empty() ? text(field) : fmt::format("{} mask {}", text(field), its_mask));
+    });
+    out.json().end_object();
+}
+
+void write_tcam_entries(const sim::Card &card, FamilyWriter &out) {
+    in_order(card.tcam.tcams(), [&](u64 vmr_id, const sim::TcamTable &table, u32) {
+        const bool qos = feature_of(vmr_id) == PRM_TCAM_FEATURE_QOS;
+        const prm_record &key = qos ? prm_tcam_qos_key_record : prm_tcam_acl_key_record;
+        const prm_record &result = qos ? prm_tcam_qos_result_record : prm_tcam_acl_result_record;
+        table.for_each([&](u32 index, const sim::TcamEntry &entry) {
+            out.begin_entry();
+            out.hex("vmr_id", vmr_id);
+            out.number("ace_index", index);
+            write_match(key, entry.value, entry.mask, out);
+            out.record("result", result, entry.result);
+            out.end_entry();
+        });
+    });
+}
+
+void write_acl_statistics(const sim::Card &card, FamilyWriter &out) {
+    card.tcam.statistics().for_each_used([&](u32 id) {
+        out.begin_entry();
+        out.number("stats_id", id);
+        out.end_entry();
+    });
+}
+
+void write_default_queues(const sim::Card &card, FamilyWriter &out) {
+    card.traffic_manager.for_each_port([&](u32 port, u32 default_queue, const auto &) {
+        if (default_queue == 0) return;
+        out.begin_entry();
+        out.number("port", port);
+        out.hex("fid0", default_queue);
+        out.end_entry();
+    });
+}
+
+void write_queues(const sim::Card &card, FamilyWriter &out) {
+    card.traffic_manager.for_each_port([&](u32 port, u32, const auto &classes) {
+        for (const sim::TrafficManagerState::Class &each : classes) {
+            out.begin_entry();
+            out.number("port", port);
+            out.number("qos_group", each.qos_group);
+            out.hex("fid0", each.queue);
+            out.number("priority", each.priority);
+            out.number("rate", each.rate);
+            out.flag("default_class", (each.shaper_word & WYK_HAL_SHAPER_DEFAULT_CLASS) != 0);
+            if (each.bandwidth_mode != 0) {
+                out.text("bandwidth_mode", each.bandwidth_mode == WYK_HAL_BANDWIDTH_BWRR
+                                               ? "bwrr"
+                                               : std::to_string(each.bandwidth_mode));
+                out.number("weight", each.weight);
+            }
+            out.end_entry();
+        }
+    });
+}
+
+void write_policies(const sim::Card &card, FamilyWriter &out) {
+    using TrafficManager = sim::TrafficManagerState;
+    std::vector<std::pair<u32, const TrafficManager::Policy *>> policies;
+    card.traffic_manager.for_each_policy(
+        [&](u32 id, const TrafficManager::Policy &policy) { policies.emplace_back(id, &policy); });
+    std::sort(policies.begin(), policies.end());
+    for (const auto &[id, policy] : policies) {
+        const bool policer = policy->kind == WYK_HAL_POLICY_POLICER;
+        out.begin_entry();
+        out.hex("stats_id", TrafficManager::statistics_of(id));
+        out.text("kind", policer ? "policer" : "counter");
+        if (policer) {
+            out.number("policer_id", id);
+            out.number("mode_word", policy->mode_word);
+            out.number("committed_rate", policy->committed_rate);
+            out.number("burst", policy->burst);
+        }
+        out.end_entry();
+    }
+}
+
+void write_platform_policers(const sim::Card &card, FamilyWriter &out) {
+    const auto &policers = card.traffic_manager.platform_policers();
+    for (u32 id = 0; id < policers.size(); ++id) {
+        if (!policers[id]) continue;
+        out.begin_entry();
+        out.number("policer_id", id);
+        out.hex("stats_id", sim::TrafficManagerState::statistics_of(id));
+        out.end_entry();
+    }
+}
+
+constexpr Family kFamilies[] = {
+    {"tcams", "vmr_id", write_tcams},
+    {"tcam_entries", "vmr_id ace_index", write_tcam_entries},
+    {"acl_statistics", "stats_id", write_acl_statistics},
+    {"default_queues", "port", write_default_queues},
+    {"queues", "port qos_group", write_queues},
+    {"policies", "stats_id", write_policies},
+    {"platform_policers", "policer_id", write_platform_policers},
+};
+
+}  // namespace
+
+std::span<const Family> classification_families() {
+    return kFamilies;
+}
+
+}  // namespace card
