@@ -115,7 +115,7 @@ TrafficManagerState::Port *TrafficManagerState::port(u32 number) {
 }
 
 u32 TrafficManagerState::statistics_of(u32 policer_id) {
-    return statistics_of_policy(policer_id, kConforming);
+    return statistics_of_policy(policer_id, PolicyCounter::CONFORMING);
 }
 
 bool TrafficManagerState::has_queue(u32 fid0) const {

@@ -64,21 +64,17 @@ class TrafficManagerState {
     // The queues of a port's classes that are not released.
     std::span<const u32> class_queues(u32 port) const;
 
-    // visit(port, default queue, classes) for every port that has any of them, in their order; the default
-    // queue is 0 where there is none.
+    // visit(port, default queue, queues of its classes) for every port that has any of them, in their order;
+    // the default queue is 0 where there is none.
     template <typename Visit>
     void for_each_port(Visit visit) const {
         for (u32 i = 0; i < ports_.size(); ++i) {
             if (ports_[i].default_queue != 0 || ports_[i].class_count != 0)
-                visit(i + 1, ports_[i].default_queue, classes(i + 1));
+                visit(i + 1, ports_[i].default_queue, class_queues(i + 1));
         }
     }
-    // visit(policer id, policy) for every policy, in no order; statistics_of() tells a policy's statistics
-    // id.
-    template <typename Visit>
-    void for_each_policy(Visit visit) const {
-        for (const auto &[index, policy] : policies_) visit(index, policy);
-    }
+    // By policer id; statistics_of() tells a policy's statistics id.
+    const Table<u32, Policy> &policies() const { return policies_; }
     static u32 statistics_of(u32 policer_id);
     const std::bitset<64> &platform_policers() const { return platform_policers_; }
 

@@ -85,12 +85,13 @@ void write_default_queues(const sim::Card &card, FamilyWriter &out) {
 }
 
 void write_queues(const sim::Card &card, FamilyWriter &out) {
-    card.traffic_manager.for_each_port([&](u32 port, u32, const auto &classes) {
-        for (const sim::TrafficManagerState::Class &each : classes) {
+    card.traffic_manager.for_each_port([&](u32 port, u32, const auto &queues) {
+        for (const u32 fid0 : queues) {
+            const sim::TrafficManagerState::Queue &each = *card.traffic_manager.queue(fid0);
             out.begin_entry();
             out.number("port", port);
             out.number("qos_group", each.qos_group);
-            out.hex("fid0", each.queue);
+            out.hex("fid0", fid0);
             out.number("priority", each.priority);
             out.number("rate", each.rate);
             out.flag("default_class", (each.shaper_word & WYK_HAL_SHAPER_DEFAULT_CLASS) != 0);
@@ -106,24 +107,19 @@ void write_queues(const sim::Card &card, FamilyWriter &out) {
 }
 
 void write_policies(const sim::Card &card, FamilyWriter &out) {
-    using TrafficManager = sim::TrafficManagerState;
-    std::vector<std::pair<u32, const TrafficManager::Policy *>> policies;
-    card.traffic_manager.for_each_policy(
-        [&](u32 id, const TrafficManager::Policy &policy) { policies.emplace_back(id, &policy); });
-    std::sort(policies.begin(), policies.end());
-    for (const auto &[id, policy] : policies) {
-        const bool policer = policy->kind == WYK_HAL_POLICY_POLICER;
+    in_order(card.traffic_manager.policies(), [&](u32 id, const auto &policy, u32) {
+        const bool policer = policy.kind == WYK_HAL_POLICY_POLICER;
         out.begin_entry();
-        out.hex("stats_id", TrafficManager::statistics_of(id));
+        out.hex("stats_id", sim::TrafficManagerState::statistics_of(id));
         out.text("kind", policer ? "policer" : "counter");
         if (policer) {
             out.number("policer_id", id);
-            out.number("mode_word", policy->mode_word);
-            out.number("committed_rate", policy->committed_rate);
-            out.number("burst", policy->burst);
+            out.number("mode_word", policy.mode_word);
+            out.number("committed_rate", policy.committed_rate);
+            out.number("burst", policy.burst);
         }
         out.end_entry();
-    }
+    });
 }
 
 void write_platform_policers(const sim::Card &card, FamilyWriter &out) {
