@@ -268,7 +268,7 @@ const StateColumns &columns_of(std::string_view family) {
 
 std::string field_text(const StateField &field, bool bare) {
     std::string text = field.value;
-    if (bare) {
+    if (bare && field.is_reference) {
         if (const size_t blank = text.find(' '); blank != text.npos) text.erase(0, blank + 1);
     }
     if (!field.ends.empty()) fmt::format_to(std::back_inserter(text), " -> {}", field.ends);

@@ -137,7 +137,9 @@ class Handler {
         std::string path;
         for (const Frame &frame : frames_) {
             if (frame.is_array) {
-                fmt::format_to(std::back_inserter(path), "[{}]", frame.index);
+                // An element that is open has been counted.
+                const bool open = &frame != &frames_.back();
+                fmt::format_to(std::back_inserter(path), "[{}]", frame.index - (open ? 1 : 0));
             } else if (!frame.key.empty()) {
                 if (!path.empty()) path += '.';
                 path += frame.key;
@@ -285,7 +287,7 @@ class Handler {
             if (frame.field == kNoField) {
                 frame.field = entry_.size();
                 path_.resize(frame.path);
-                entry_.add(path_);
+                entry_.add(path_).is_reference = true;
             }
             StateField &field = entry_.at(frame.field);
             if (frame.key == "to") field.value = text;
@@ -341,7 +343,7 @@ StateField &StateEntry::add(std::string_view name) {
     field.name = name;
     field.value.clear();
     field.ends.clear();
-    field.dangling = field.ends_dangling = false;
+    field.is_reference = field.dangling = field.ends_dangling = false;
     return field;
 }
 

@@ -13,8 +13,9 @@ namespace kivctl {
 // ("paths[0].next_hop", "match.src_ipv4"); lists of plain values are one field, "5, 6".
 struct StateField {
     std::string name;
-    std::string value;           // of a reference: kind and name, "ldi 0xc36900"
-    std::string ends;            // of a reference: where it ends
+    std::string value;  // of a reference: kind and name, "ldi 0xc36900"
+    std::string ends;   // of a reference: where it ends
+    bool is_reference = false;
     bool dangling = false;       // it names nothing
     bool ends_dangling = false;  // what it names ends at something that is not there
 

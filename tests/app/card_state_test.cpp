@@ -18,7 +18,7 @@ using Json = nlohmann::json;
 class CardStateTest : public testing::Test {
   protected:
     Finished run(std::vector<std::string> arguments) {
-        for (const std::string &fixed : {"--out", directory_.file("out").c_str()}) arguments.push_back(fixed);
+        arguments.insert(arguments.end(), {"--out", directory_.file("out")});
         return kiv_test::run("card", arguments);
     }
     std::string file() const { return directory_.file("state.json"); }
@@ -49,7 +49,7 @@ TEST_F(CardStateTest, IsWrittenByTheOneProcessToo) {
 }
 
 TEST_F(CardStateTest, IsWrittenAfterTheCaseThatIsNamed) {
-    for (const std::string name : {"first/adds_7", "adds_7", "first/*_7"}) {
+    for (const char *const name : {"first/adds_7", "adds_7", "first/*_7"}) {
         run({"first", "last", "--card-state", file(), "--card-state-after", name});
         EXPECT_THAT(domains(), ElementsAre(7)) << name;
         EXPECT_EQ(state()["run"]["after"], "first/adds_7");
@@ -78,15 +78,16 @@ TEST_F(CardStateTest, AfterACaseStaysWhenTheWorkerDiesLater) {
 }
 
 TEST_F(CardStateTest, AfterACaseThatDoesNotComeToItsEndIsSaid) {
-    for (const std::string name : {"deadly/dies", "no_such_case"}) {
+    for (const char *const name : {"deadly/dies", "no_such_case"}) {
         const Finished ran = run({"--card-state", file(), "--card-state-after", name});
         EXPECT_FALSE(written()) << name;
-        EXPECT_THAT(ran.out, HasSubstr("card state: not written: no case \"" + name + "\" came to its end"));
+        EXPECT_THAT(ran.out, HasSubstr("card state: not written: no case \"" + std::string(name) +
+                                       "\" came to its end"));
     }
 }
 
 TEST_F(CardStateTest, AFileThatCannotBeWrittenEndsTheRunBeforeItBegins) {
-    for (const std::string place : {directory_.file("none/state.json"), directory_.path()}) {
+    for (const std::string &place : {directory_.file("none/state.json"), directory_.path()}) {
         const Finished ran = run({"--card-state", place});
         EXPECT_THAT(ran.out, HasSubstr("--card-state " + place));
         EXPECT_THAT(ran.out, Not(HasSubstr("passed")));

@@ -117,11 +117,11 @@ TEST(StateReader, RefusesWhatIsNoStateWithFileLineAndField) {
     EXPECT_THAT(problem_of(sample_with("\"families\":{", "\"families\":[")),
                 StartsWith("state.json:9: families: "));
     EXPECT_THAT(problem_of(sample_with("{\"vrf\":0,\"prefix\":\"1.1.1.2/32\",\"flags0\":\"direct\"}", "7")),
-                StartsWith("state.json:17: families.ipv4_leaves.entries[0]: unexpected"));
+                StartsWith("state.json:16: families.ipv4_leaves.entries[0]: unexpected"));
     EXPECT_THAT(problem_of(sample_with("{\"vrf\":0,\"prefix\":\"1.1.1.2/32\",\"flags0\":\"direct\"}", "[7]")),
-                StartsWith("state.json:17: families.ipv4_leaves.entries[0]: an entry is an object"));
+                StartsWith("state.json:16: families.ipv4_leaves.entries[0]: an entry is an object"));
     EXPECT_THAT(problem_of(sample_with("\"key\":[\"xid\"],\"entries\":[]", "\"key\":[\"xid\"]")),
-                StartsWith("state.json:24: families.pseudowires: has no entries"));
+                StartsWith("state.json:23: families.pseudowires: has no entries"));
     EXPECT_THAT(
         problem_of(sample_with("\"tag\":3", "\"tag\":" + std::string(40, '[') + std::string(40, ']'))),
         HasSubstr("nested too deeply"));
@@ -129,11 +129,11 @@ TEST(StateReader, RefusesWhatIsNoStateWithFileLineAndField) {
 
 TEST(StateReader, TellsWhereADamagedFileIsDamaged) {
     EXPECT_THAT(problem_of(sample_with("\"tag\":3", "\"tag\":x")),
-                StartsWith("state.json:18: families.ipv4_leaves.entries[1].tag: syntax error"));
+                StartsWith("state.json:17: families.ipv4_leaves.entries[1].tag: syntax error"));
     std::string cut = kSampleState;
     cut.resize(cut.find("\"ttl\""));
     EXPECT_EQ(problem_of(cut),
-              "state.json:20: families.tcam_entries.entries[0].match.src_ipv4: the file ends early");
+              "state.json:19: families.tcam_entries.entries[0].match.src_ipv4: the file ends early");
 }
 
 TEST(StateReader, ReadsAStreamAndTellsWhatCannotBeRead) {
