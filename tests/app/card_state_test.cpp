@@ -87,7 +87,7 @@ TEST_F(CardStateTest, AfterACaseThatDoesNotComeToItsEndIsSaid) {
 }
 
 TEST_F(CardStateTest, AFileThatCannotBeWrittenEndsTheRunBeforeItBegins) {
-    for (const std::string &place : {directory_.file("none/state.json"), directory_.path()}) {
+    for (const std::string &place : std::vector{directory_.file("none/state.json"), directory_.path()}) {
         const Finished ran = run({"--card-state", place});
         EXPECT_THAT(ran.out, HasSubstr("--card-state " + place));
         EXPECT_THAT(ran.out, Not(HasSubstr("passed")));

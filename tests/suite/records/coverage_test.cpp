@@ -10,41 +10,16 @@
 #include <sstream>
 
 #include "card/records/registry.h"
-#include "prm_kiv_registry.h"
+#include "tests/standin/registration.h"
 #include "tests/standin/suite_test.h"
 #include "wyk_hal_records.h"
-
-namespace {
-
-struct Case {
-    std::string folder, name;
-    kiv_function_t function;
-};
-std::vector<Case> cases;
-std::map<kiv_folder_t, std::string> folders;
-
-}  // namespace
-
-extern "C" {
-
-kiv_folder_t kiv_create_test_folder(kiv_context_t, kiv_folder_t parent, const char *name, const char *) {
-    const kiv_folder_t folder = reinterpret_cast<kiv_folder_t>(folders.size() + 1);
-    folders[folder] = (parent != nullptr ? folders[parent] + "/" : "") + name;
-    return folder;
-}
-
-void kiv_create_test_case(kiv_context_t, kiv_folder_t folder, const char *name, const char *,
-                          kiv_function_t function, int) {
-    cases.push_back({folders[folder], name, function});
-}
-
-}  // extern "C"
 
 namespace {
 
 using card::Block;
 using card::FieldValue;
 using standin::Bytes;
+using standin::Case;
 namespace fs = std::filesystem;
 
 // Counts what was sent, and collects what no named field covers.
@@ -91,10 +66,6 @@ class Coverage {
 
 class RecordsTest : public SuiteTest {
   protected:
-    static void SetUpTestSuite() {
-        if (cases.empty()) prm_kiv_register(nullptr);
-    }
-
     // One case with its files from the site, its values through `change`, and what the platform hands out
     // made of `pattern`.
     template <class Change>
@@ -120,8 +91,8 @@ class RecordsTest : public SuiteTest {
     // The most specific file of the default site.
     static std::string site_file(const Case &each, const std::string &name) {
         const fs::path cases_of_site = fs::path(DEFAULT_SITE) / "cases";
-        std::vector<fs::path> places = {cases_of_site / each.folder / each.name};
-        for (fs::path folder = each.folder; !folder.empty(); folder = folder.parent_path())
+        std::vector<fs::path> places = {cases_of_site / each.folder->path / each.name};
+        for (fs::path folder = each.folder->path; !folder.empty(); folder = folder.parent_path())
             places.push_back(cases_of_site / folder);
         if (name != "stdin") places.push_back(fs::path(DEFAULT_SITE) / "disk0");
         for (const fs::path &place : places) {
@@ -193,13 +164,15 @@ class RecordsTest : public SuiteTest {
         }
     }
 
+    // Of the suite's own main.
+    const std::deque<Case> &cases_ = standin::register_suite().cases;
     Coverage coverage_;
     size_t calls_ = 0;
 };
 
 TEST_F(RecordsTest, EveryByteThatTheSuiteSendsWithTheDefaultSiteLiesInANamedField) {
-    ASSERT_EQ(cases.size(), 240u);
-    for (const Case &each : cases)
+    ASSERT_EQ(cases_.size(), 240u);
+    for (const Case &each : cases_)
         run_case(each, 0x01020304, [](const Case &, std::string content) { return content; });
     EXPECT_THAT(coverage_.uncovered, testing::IsEmpty());
     EXPECT_GT(calls_, 800u);
@@ -208,11 +181,12 @@ TEST_F(RecordsTest, EveryByteThatTheSuiteSendsWithTheDefaultSiteLiesInANamedFiel
 
 TEST_F(RecordsTest, EveryByteThatTheWidestValuesReachLiesInANamedField) {
     const std::regex hexadecimal("(IFH|TPID):[0-9a-fA-F]+"), number(":[0-9]+"), word("[0-9a-fA-F]+");
-    for (const Case &each : cases) {
+    for (const Case &each : cases_) {
         run_case(each, 0xFEDCBA98, [&](const Case &running, std::string content) {
             // How often the mirroring cases repeat is a value as well: theirs stay.
-            if (running.folder.starts_with("span")) return content;
-            if (running.folder == "prm-kiv-vxlan") return std::regex_replace(content, word, "4294967295");
+            if (running.folder->path.starts_with("span")) return content;
+            if (running.folder->path == "prm-kiv-vxlan")
+                return std::regex_replace(content, word, "4294967295");
             content = std::regex_replace(content, hexadecimal, "$1:ffffffff");
             return std::regex_replace(content, number, ":4294967295");
         });
