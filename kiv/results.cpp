@@ -1,4 +1,4 @@
-// The words for verdicts, the same in every report.
+// The words for verdicts, the same in every report, and sums of results.
 #include "kiv/results.h"
 
 namespace kiv {
@@ -27,6 +27,20 @@ const char *verdict_text(Verdict verdict) {
 
 bool verdict_is_good(Verdict verdict) {
     return verdict == Verdict::passed || verdict == Verdict::unchecked;
+}
+
+uint64_t CallFailures::unnoticed_count() const {
+    uint64_t sum = 0;
+    for (const FailedCalls &calls : unnoticed) sum += calls.count;
+    return sum;
+}
+
+void Summary::add(const CallFailures &calls) {
+    if (calls.count == 0) return;
+    failed_calls += calls.count;
+    if (calls.unnoticed.empty()) return;
+    unnoticed_calls += calls.unnoticed_count();
+    ++with_unnoticed_calls;
 }
 
 bool Summary::good() const {
