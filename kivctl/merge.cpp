@@ -96,6 +96,9 @@ Results merged(std::vector<Results> parts) {
         sums.checks += summary.checks;
         sums.failed_checks += summary.failed_checks;
         sums.failed_fixtures += summary.failed_fixtures;
+        sums.failed_calls += summary.failed_calls;
+        sums.unnoticed_calls += summary.unnoticed_calls;
+        sums.with_unnoticed_calls += summary.with_unnoticed_calls;
         sums.interrupted = sums.interrupted || summary.interrupted;
         if (sums.stopped_because.empty()) sums.stopped_because = summary.stopped_because;
         sums.notes.insert(sums.notes.end(), summary.notes.begin(), summary.notes.end());

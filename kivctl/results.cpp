@@ -143,10 +143,13 @@ kiv::Summary count(const Results &results) {
         ++summary.counts[static_cast<size_t>(result->verdict)];
         summary.checks += result->checks;
         summary.failed_checks += result->failed_checks;
+        summary.add(result->calls);
         summary.duration = std::max(summary.duration, result->started + result->duration);
     }
-    for (const kiv::FixtureResult *const fixture : results.fixtures())
+    for (const kiv::FixtureResult *const fixture : results.fixtures()) {
         if (fixture->ran && fixture->verdict != kiv::Verdict::passed) ++summary.failed_fixtures;
+        summary.add(fixture->calls);
+    }
     return summary;
 }
 
