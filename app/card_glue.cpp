@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "card/boundary/failures.h"
 #include "card/codes.h"
 #include "card/sim/backend.h"
 #include "card/sim/card.h"
@@ -34,6 +35,10 @@ class CardGlue : public kiv::Observer {
         the_card_ = std::make_unique<sim::Card>(inventory_);
         sim::set_current_card(the_card_.get());
         card::use_backend(&sim::backend());
+        card::tell_failures([](const card::OperationRow &operation, prm_status_t status) {
+            const char *const name = card::code_name(status);
+            kiv::call_failed(operation.name, status, name != nullptr ? name : "");
+        });
     }
 
     const char *status_text(uint32_t status) override {

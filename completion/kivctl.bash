@@ -16,7 +16,7 @@ _kivctl() {
         esac
     done
     case $before in
-        --unchecked | --error-lines | --not-run | --incomplete | --empty)
+        --unchecked | --error-lines | --failed-calls | --not-run | --incomplete | --empty)
             if [[ ${command[0]} == gate ]]; then
                 mapfile -t COMPREPLY < <(compgen -W "fail ignore" -- "$word")
                 return

@@ -9,6 +9,10 @@ _prm_kiv() {
             mapfile -t COMPREPLY < <(compgen -W "next-folder next-case stop" -- "$word")
             return
             ;;
+        --failed-calls)
+            mapfile -t COMPREPLY < <(compgen -W "fail ignore" -- "$word")
+            return
+            ;;
         --color)
             mapfile -t COMPREPLY < <(compgen -W "auto always never" -- "$word")
             return

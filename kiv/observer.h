@@ -80,6 +80,12 @@ void subscribe(Observer *observer);
 // summary and kept in Summary::notes. From an observer's call in either process.
 void add_note(std::string_view text);
 
+// A call of the running case or fixture to what it tests returned a failure: from whatever sees the calls
+// pass, in the worker, when the call returns. `code_name` ("CARD_ERROR_TABLE_FULL") may be empty; what the
+// code means is asked of status_text. The run counts it, and tells of it when nothing in the case does. Calls
+// in a child that a case forks are not counted.
+void call_failed(std::string_view operation, uint32_t code, std::string_view code_name);
+
 }  // namespace kiv
 
 #endif

@@ -21,4 +21,10 @@ const std::vector<Observer *> &observers() {
     return subscribed();
 }
 
+std::string_view status_text(uint32_t status) {
+    for (Observer *observer : observers())
+        if (const char *text = observer->status_text(status)) return text;
+    return {};
+}
+
 }  // namespace kiv

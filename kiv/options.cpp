@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <iterator>
 
+#include "kiv/ci.h"
 #include "kiv/observers.h"
 #include "kiv/select/nearest.h"
 
@@ -69,7 +70,7 @@ std::string unknown_option(const CLI::App &app, const std::string &word) {
 // What the option parser stores that is not an option of the run yet.
 struct Written {
     std::vector<std::string> plans, excludes;
-    std::string shard, on_crash = "next-folder";
+    std::string shard, on_crash = "next-folder", failed_calls;
     bool list = false, list_json = false, list_folders = false, version = false;
     const CLI::Option *seed = nullptr, *timeout = nullptr;
 };
@@ -127,6 +128,13 @@ void declare_manner(CLI::App &app, Options *options, Written *written) {
            "Where to go on after a case that ended its worker:\nnext-folder, next-case or stop [next-folder]")
         ->type_name("WHERE")
         ->check(CLI::IsMember({"next-folder", "next-case", "stop"}).description(""))
+        ->group(group);
+    app.add_option("--failed-calls", written->failed_calls,
+                   "What becomes of a case that says nothing of a call\nthat failed in it: fail, or ignore, "
+                   "which only\ntells of it "
+                   "[ignore; fail where CI is set]")
+        ->type_name("HOW")
+        ->check(CLI::IsMember({"fail", "ignore"}).description(""))
         ->group(group);
     app.add_flag("--no-fork", options->no_fork, "Run in this process, for debuggers: a crash ends it")
         ->group(group);
@@ -244,6 +252,7 @@ bool convert(const Written &written, const std::vector<std::string> &selectors, 
     options->on_crash = written.on_crash == "stop"        ? OnCrash::stop
                         : written.on_crash == "next-case" ? OnCrash::next_case
                                                           : OnCrash::next_folder;
+    options->unnoticed_calls_fail = written.failed_calls.empty() ? in_ci() : written.failed_calls == "fail";
     options->list = written.list_json      ? ListKind::json
                     : written.list_folders ? ListKind::folders
                     : written.list         ? ListKind::plain

@@ -32,6 +32,7 @@ struct Options {
     bool shuffle = false;
     uint32_t seed = 0;
     bool fail_fast = false;
+    bool unnoticed_calls_fail = false;
     bool no_fork = false;
     double timeout = 300;
     bool timeout_given = false;

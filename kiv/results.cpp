@@ -1,4 +1,4 @@
-// The words for verdicts, the same in every report.
+// The words for verdicts, the same in every report, and sums of results.
 #include "kiv/results.h"
 
 namespace kiv {
@@ -33,10 +33,26 @@ void Summary::add(const CaseResult &result) {
     ++counts[static_cast<size_t>(result.verdict)];
     checks += result.checks;
     failed_checks += result.failed_checks;
+    add(result.calls);
 }
 
 void Summary::add(const FixtureResult &fixture) {
     if (fixture.failed()) ++failed_fixtures;
+    add(fixture.calls);
+}
+
+uint64_t CallFailures::unnoticed_count() const {
+    uint64_t sum = 0;
+    for (const FailedCalls &calls : unnoticed) sum += calls.count;
+    return sum;
+}
+
+void Summary::add(const CallFailures &calls) {
+    if (calls.count == 0) return;
+    failed_calls += calls.count;
+    if (calls.unnoticed.empty()) return;
+    unnoticed_calls += calls.unnoticed_count();
+    ++with_unnoticed_calls;
 }
 
 bool Summary::good() const {

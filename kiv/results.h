@@ -63,6 +63,25 @@ struct BasicCheck {
 using Check = BasicCheck<std::string>;
 using CheckView = BasicCheck<std::string_view>;
 
+// Calls of one operation that failed with one code.
+struct FailedCalls {
+    std::string operation;  // "prm_srh_bd_add"; empty: what more there was than is told one by one
+    uint32_t code = 0;
+    std::string code_name;  // "CARD_ERROR_UNKNOWN_BRIDGE_DOMAIN"; empty when it has none
+    std::string code_text;  // "unknown bridge domain"; empty when nobody knows one
+    uint64_t count = 0;
+};
+
+// The calls that failed during a case or fixture.
+struct CallFailures {
+    uint64_t count = 0;
+    // Those that nothing in the case accounts for: no later check carries the status, and no later line tells
+    // of a failure or shows the code. In the order of their first; bounded.
+    std::vector<FailedCalls> unnoticed;
+
+    uint64_t unnoticed_count() const;
+};
+
 struct CaseResult {
     std::string folder;  // "span/session"
     std::string name;    // "tc_prm_v4_leaf_delete#2": unique in the folder
@@ -81,6 +100,7 @@ struct CaseResult {
     uint64_t output_size = 0;     // of the whole output
     std::string output_file;      // where the whole output went when it was too long to keep; else empty
     std::vector<std::string> error_lines;  // outcome lines that report a failure; bounded
+    CallFailures calls;
 
     std::string selector() const { return folder + "/" + name; }
 };
@@ -96,6 +116,7 @@ struct FixtureResult {
     std::vector<Check> failures;
     std::string output;
     std::chrono::nanoseconds duration{0};
+    CallFailures calls;
 
     bool failed() const { return ran && !verdict_is_good(verdict); }
     const char *kind() const { return set_up ? "set-up" : "tear-down"; }
@@ -138,10 +159,14 @@ struct Summary {
     std::string stopped_because;     // fail-fast, interrupted, --on-crash stop; else empty
     std::vector<std::string> notes;  // lines of observers and of the supervision, in order
     size_t failed_fixtures = 0;
+    uint64_t failed_calls = 0;
+    uint64_t unnoticed_calls = 0;
+    size_t with_unnoticed_calls = 0;  // cases and fixtures
 
-    // Counts what has ended: verdict and checks of a case, a fixture that failed.
+    // Counts what has ended: verdict, checks and calls of a case, a fixture that failed and its calls.
     void add(const CaseResult &result);
     void add(const FixtureResult &fixture);
+    void add(const CallFailures &calls);
     // Every case and every fixture did what it should.
     bool good() const;
 };

@@ -51,6 +51,7 @@ Recorder::Settings recorder_settings_of(const Options &options, const std::strin
     settings.output_directory = out + "/output";
     settings.output_limit = static_cast<size_t>(options.output_limit) * 1024;
     settings.fail_fast = options.fail_fast;
+    settings.unnoticed_calls_fail = options.unnoticed_calls_fail;
     return settings;
 }
 

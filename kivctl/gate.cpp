@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "kiv/ci.h"
 #include "kiv/reports/wording.h"
 #include "kivctl/commands.h"
 #include "kivctl/results.h"
@@ -13,6 +14,7 @@ namespace {
 struct Options {
     std::vector<std::string> files;
     bool unchecked = false, error_lines = true, not_run = true, incomplete = true, empty = true;
+    bool failed_calls = kiv::in_ci();
     bool quiet = false;
 };
 
@@ -31,6 +33,25 @@ bool fails(kiv::Verdict verdict, const Options &options) {
     }
 }
 
+bool has_failed_check(const kiv::CaseResult &result) {
+    return result.failed_checks > 0;
+}
+
+bool has_failed_check(const kiv::FixtureResult &result) {
+    return !result.failures.empty();
+}
+
+// Of a case or a fixture.
+template <typename Result>
+bool fails(const Result &result, const Options &options) {
+    if (!result.calls.unnoticed.empty()) {
+        if (options.failed_calls) return true;
+        // The run itself may have counted them.
+        if (result.verdict == kiv::Verdict::failed && !has_failed_check(result)) return false;
+    }
+    return fails(result.verdict, options);
+}
+
 int gate(const Options &options) {
     size_t bad = 0, cases = 0;
     const auto say = [&](const std::string &line) {
@@ -45,13 +66,13 @@ int gate(const Options &options) {
         results.finish(kNotReached);
         size_t ran = 0;
         for (const kiv::FixtureResult *const fixture : results.fixtures())
-            if (fixture->ran && fails(fixture->verdict, options))
+            if (fixture->ran && fails(*fixture, options))
                 say(fmt::format("{:<18} {}", verdict_text(fixture->verdict),
                                 kiv::reports::headline(*fixture)));
         for (const kiv::CaseResult *const result : results.cases()) {
             ++cases;
             if (result->verdict != kiv::Verdict::not_run) ++ran;
-            if (!fails(result->verdict, options)) continue;
+            if (!fails(*result, options)) continue;
             const char *const verdict = verdict_text(result->verdict);
             const std::string why = kiv::reports::headline(*result);
             say(fmt::format("{:<18} {}{}", verdict, result->selector(), why == verdict ? "" : ": " + why));
@@ -84,6 +105,8 @@ void add_gate(CLI::App &app, int *status) {
     choice("--unchecked", &options->unchecked, "Cases that recorded no check");
     choice("--error-lines", &options->error_lines,
            "Cases that failed no check but printed a line that reports a failure");
+    choice("--failed-calls", &options->failed_calls,
+           "Cases and fixtures in which a call failed and nothing told of it; default fail where CI is set");
     choice("--not-run", &options->not_run, "Cases that were selected and did not run");
     choice("--incomplete", &options->incomplete, "Results that end before the run did");
     choice("--empty", &options->empty, "Results in which no case ran");

@@ -22,7 +22,7 @@ void tell_once(OperationId id) {
 template <OperationId id, typename Result>
 Result unsupported() {
     tell_once(id);
-    if constexpr (std::is_same_v<Result, prm_status_t> && row(id).family != "platform") {
+    if constexpr (row(id).answers_status) {
         return CARD_ERROR_NOT_SUPPORTED;
     } else if constexpr (!std::is_void_v<Result>) {
         return Result{};

@@ -47,6 +47,7 @@ struct OperationRow {
     Few<Parameter, 7> parameters;
     // Names of the accounts that the operation charges or frees; the first is that of what it acts on.
     Few<std::string_view, 3> resources;
+    bool answers_status;  // CERR_SUCCESS, or the code of its failure
 };
 
 // Readers of the table's columns, which come as the text that they are written as.
@@ -106,8 +107,9 @@ constexpr Few<std::string_view, 3> resources_of(std::string_view list) {
 
 // In the order of OperationId.
 inline constexpr OperationRow kOperations[] = {
-#define OPERATION(family, result, name, parameters, arguments, directions, ...) \
-    {#name, #family, column::parameters_of(#parameters, #directions), column::resources_of(#__VA_ARGS__)},
+#define OPERATION(family, result, name, parameters, arguments, directions, ...)                           \
+    {#name, #family, column::parameters_of(#parameters, #directions), column::resources_of(#__VA_ARGS__), \
+     std::string_view(#result) == "prm_status_t"},
 #include "card/operations.def"
 };
 

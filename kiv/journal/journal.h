@@ -15,6 +15,15 @@ struct Counters {
     uint64_t failed;
 };
 
+// A call of an operation that failed. Views: a process that may be dying copies nothing.
+struct FailedCall {
+    uint32_t code = 0;
+    std::string_view operation, code_name, code_text;  // as FailedCalls has them
+
+    static constexpr std::string_view FailedCall::*kTexts[] = {&FailedCall::operation, &FailedCall::code_name,
+                                                               &FailedCall::code_text};
+};
+
 // What a worker leaves when it dies: lies in memory that outlives it.
 struct WorkerMemory {
     Counters counters;
@@ -42,6 +51,9 @@ class Journal {
     virtual void case_begins(uint64_t position, int64_t time) = 0;
     virtual void case_ended(int64_t time, const Counters &counters) = 0;
     virtual void failed_check(const CheckView &check) = 0;
+    virtual void failed_call(const FailedCall &) {}
+    // After a failed call of the same case or fixture: a check, passed or failed, carried this status.
+    virtual void status_checked(uint32_t /*status*/) {}
     virtual void text(Printed kind, std::string_view text) = 0;
     // The case reads standard input for the first time: from `source`, `lines` lines; from whoever is there
     // when empty.

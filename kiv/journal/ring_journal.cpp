@@ -92,6 +92,17 @@ struct Question {
     static constexpr uint32_t kType = 12, kTexts = 0;
 };
 
+struct CallFailed {
+    static constexpr uint32_t kType = 13, kTexts = std::size(FailedCall::kTexts);
+    uint32_t code;
+    uint32_t sizes[kTexts];  // in the order of FailedCall::kTexts
+};
+
+struct StatusChecked {
+    static constexpr uint32_t kType = 14, kTexts = 0;
+    uint32_t status;
+};
+
 template <typename Fixed>
 constexpr size_t fixed_size() {
     return std::is_empty_v<Fixed> ? 0 : sizeof(Fixed);
@@ -124,6 +135,8 @@ constexpr RecordFormat kRecords[] = {
     format<Note, 4>(),            //
     format<Done, 0>(),            //
     format<Question, 0>(),        //
+    format<CallFailed, 16>(),     //
+    format<StatusChecked, 4>(),   //
 };
 
 constexpr bool in_order_of_type() {
@@ -135,6 +148,7 @@ static_assert(in_order_of_type());
 
 constexpr size_t kLongestText = 64 * 1024;  // of one record; longer texts take several
 constexpr size_t kLongestCheckText = 4096;
+constexpr size_t kLongestCallText = 256;
 
 constexpr size_t padded(size_t size) {
     return (size + 7) & ~size_t{7};
@@ -221,6 +235,17 @@ void RingJournal::failed_check(const CheckView &check) {
     for (size_t i = 0; i < std::size(texts); ++i)
         texts[i] = (check.*CheckView::kTexts[i]).substr(0, kLongestCheckText);
     put(FailedCheck{check.is_condition, check.status, check.expected, check.line, {}}, texts);
+}
+
+void RingJournal::failed_call(const FailedCall &call) {
+    std::string_view texts[CallFailed::kTexts];
+    for (size_t i = 0; i < std::size(texts); ++i)
+        texts[i] = (call.*FailedCall::kTexts[i]).substr(0, kLongestCallText);
+    put(CallFailed{call.code, {}}, texts);
+}
+
+void RingJournal::status_checked(uint32_t status) {
+    put(StatusChecked{status});
 }
 
 void RingJournal::text(Printed kind, std::string_view text) {
@@ -310,6 +335,18 @@ void replay_check(const char *payload, Journal &journal) {
     journal.failed_check(check);
 }
 
+void replay_call(const char *payload, Journal &journal) {
+    const auto fixed = fixed_part<CallFailed>(payload);
+    FailedCall call;
+    call.code = fixed.code;
+    const char *at = payload + sizeof fixed;
+    for (size_t i = 0; i < CallFailed::kTexts; ++i) {
+        call.*FailedCall::kTexts[i] = {at, fixed.sizes[i]};
+        at += fixed.sizes[i];
+    }
+    journal.failed_call(call);
+}
+
 void replay_record(const RecordHeader &header, const char *payload, Ring &ring, Journal &journal) {
     switch (header.type) {
         case GroupBegins::kType: {
@@ -355,6 +392,12 @@ void replay_record(const RecordHeader &header, const char *payload, Ring &ring, 
         }
         case Note::kType:
             journal.note(text_of(fixed_part<Note>(payload), payload));
+            break;
+        case CallFailed::kType:
+            replay_call(payload, journal);
+            break;
+        case StatusChecked::kType:
+            journal.status_checked(fixed_part<StatusChecked>(payload).status);
             break;
         case Done::kType:
             journal.done();

@@ -26,6 +26,8 @@ class RingJournal : public Journal {
     void case_begins(uint64_t position, int64_t time) override;
     void case_ended(int64_t time, const Counters &counters) override;
     void failed_check(const CheckView &check) override;
+    void failed_call(const FailedCall &call) override;
+    void status_checked(uint32_t status) override;
     void text(Printed kind, std::string_view text) override;
     void reads_input(std::string_view source, uint32_t lines) override;
     void note(std::string_view text) override;

@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "kiv/files.h"
+#include "kiv/reports/calls.h"
 #include "kiv/reports/time.h"
 
 namespace kiv {
@@ -51,6 +52,12 @@ std::string hex(uint32_t code) {
     char text[16];
     snprintf(text, sizeof text, "0x%08" PRIx32, code);
     return text;
+}
+
+// A repeated run names a case once. Beyond what the summary lists, only the number matters.
+void add_name(std::vector<std::string> &names, const std::string &name) {
+    if (names.size() <= kListed && std::find(names.begin(), names.end(), name) == names.end())
+        names.push_back(name);
 }
 
 std::string shell_word(const std::string &word) {
@@ -241,18 +248,16 @@ void Console::case_ended(const CaseResult &result) {
     }
     if (!good) {
         ++bad_;
-        // A repeated run names a case once. Beyond what the summary lists, only the number matters.
-        if (bad_selectors_.size() <= kListed) {
-            const std::string selector = result.selector();
-            if (std::find(bad_selectors_.begin(), bad_selectors_.end(), selector) == bad_selectors_.end())
-                bad_selectors_.push_back(selector);
-        }
+        add_name(bad_selectors_, result.selector());
     }
+    const bool noticed = result.calls.unnoticed.empty();
+    if (good && !noticed) add_name(unnoticed_, result.selector());
     clear_progress();
     end_live_line();
-    if (style_.quiet && good) return;
+    if (style_.quiet && good && noticed) return;
     folder_heading();
     verdict_line(result.verdict, result.duration, result.name);
+    unnoticed(result.calls);
     if (!result.reason.empty() && !good) out_ += "      " + result.reason + "\n";
     if (!good) checks(result.failures, result.failed_checks);
     if (!good && !live_ && !result.output.empty()) quote(result.output);
@@ -263,17 +268,28 @@ void Console::case_ended(const CaseResult &result) {
     if (out_.size() > 32768) flush();
 }
 
+void Console::unnoticed(const CallFailures &calls) {
+    const std::string text = reports::unnoticed_text(calls);
+    if (text.empty()) return;
+    out_ += "      ";
+    paint(kYellow, text);
+    out_ += '\n';
+}
+
 void Console::fixture_ended(const FixtureResult &fixture) {
     end_live_line();
     live_ = false;
-    if (fixture.ran && !fixture.failed()) return;
+    const bool good = fixture.ran && !fixture.failed();
+    if (good && fixture.calls.unnoticed.empty()) return;
     clear_progress();
     folder_heading();
     verdict_line(fixture.ran ? fixture.verdict : Verdict::not_run, fixture.duration, fixture.name());
     if (fixture.failed()) bad_fixtures_.push_back(fixture.name());
+    if (good) add_name(unnoticed_, fixture.name());
+    unnoticed(fixture.calls);
     if (!fixture.reason.empty()) out_ += "      " + fixture.reason + "\n";
     checks(fixture.failures, fixture.failures.size());
-    if (!fixture.output.empty() && !style_.verbose) quote(fixture.output);
+    if (!good && !fixture.output.empty() && !style_.verbose) quote(fixture.output);
 }
 
 void Console::list_names(std::string_view title, const std::vector<std::string> &names) {
@@ -300,6 +316,7 @@ void Console::run_ended(const Summary &summary) {
     }
     list_names("Not good", bad_selectors_);
     list_names("Fixtures that failed", bad_fixtures_);
+    list_names("Calls failed unnoticed", unnoticed_);
     list_names("Notes", summary.notes);
     if (!bad_selectors_.empty()) {
         out_ += '\n';
@@ -333,6 +350,8 @@ void Console::run_ended(const Summary &summary) {
         out_ += ", " + counted(summary.failed_fixtures, "failed fixture", "failed fixtures");
     out_ += "\n        " + counted(summary.checks, "check", "checks") + ", " +
             std::to_string(summary.failed_checks) + " failed, in " + duration_text(summary.duration) + "\n";
+    const std::string calls = reports::unnoticed_text(summary);
+    if (!calls.empty()) out_ += "        " + calls + "\n";
     flush();
 }
 

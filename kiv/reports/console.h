@@ -49,6 +49,7 @@ class Console : public Reporter {
     void end_live_line();
     void folder_heading();
     void clear_progress();
+    void unnoticed(const CallFailures &calls);
     void list_names(std::string_view title, const std::vector<std::string> &names);
 
     struct Slow {
@@ -72,6 +73,7 @@ class Console : public Reporter {
     std::vector<Slow> slowest_;
     std::vector<std::string> bad_selectors_;
     std::vector<std::string> bad_fixtures_;
+    std::vector<std::string> unnoticed_;  // good, but for calls that failed unnoticed
 };
 
 }  // namespace kiv

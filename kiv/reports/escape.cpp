@@ -7,6 +7,8 @@
 #include <charconv>
 #include <cstdio>
 
+#include "kiv/reports/calls.h"
+
 namespace kiv::reports {
 namespace {
 

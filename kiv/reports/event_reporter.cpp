@@ -196,6 +196,25 @@ void EventReporter::check(std::string_view folder, const char *kind, std::string
     close();
 }
 
+void EventReporter::calls(const CallFailures &calls) {
+    if (calls.count == 0) return;
+    number("FailedCalls", calls.count);
+    if (calls.unnoticed.empty()) return;
+    line_ += ",\"UnnoticedCalls\":[";
+    for (const FailedCalls &kind : calls.unnoticed) {
+        line_ += &kind != &calls.unnoticed.front() ? ",{\"Count\":" : "{\"Count\":";
+        append_number(line_, kind.count);
+        if (!kind.operation.empty()) {
+            text("Operation", kind.operation);
+            number("Code", static_cast<uint64_t>(kind.code));
+            optional_text("CodeName", kind.code_name);
+            optional_text("CodeText", kind.code_text);
+        }
+        line_ += '}';
+    }
+    line_ += ']';
+}
+
 void EventReporter::fixture_ended(const FixtureResult &fixture) {
     const char *const name = fixture.kind();
     output(fixture.folder, "Fixture", name, fixture.output);
@@ -208,6 +227,7 @@ void EventReporter::fixture_ended(const FixtureResult &fixture) {
     text("Verdict", verdict_text(fixture.verdict));
     if (fixture.signal != 0) number("Signal", fixture.signal);
     optional_text("Reason", fixture.reason);
+    calls(fixture.calls);
     close();
     events_end();
 }
@@ -239,6 +259,7 @@ void EventReporter::case_ended(const CaseResult &result) {
     if (result.exit_code != -1) number("ExitCode", result.exit_code);
     optional_text("Reason", result.reason);
     texts("ErrorLines", result.error_lines);
+    calls(result.calls);
     if (result.output_size != result.output.size()) number("OutputSize", result.output_size);
     optional_text("OutputFile", result.output_file);
     close();
@@ -262,6 +283,11 @@ void EventReporter::run_ended(const Summary &summary) {
     number("Checks", summary.checks);
     number("FailedChecks", summary.failed_checks);
     number("FailedFixtures", static_cast<uint64_t>(summary.failed_fixtures));
+    if (summary.failed_calls != 0) number("FailedCalls", summary.failed_calls);
+    if (summary.unnoticed_calls != 0) {
+        number("UnnoticedCalls", summary.unnoticed_calls);
+        number("WithUnnoticedCalls", static_cast<uint64_t>(summary.with_unnoticed_calls));
+    }
     flag("Interrupted", summary.interrupted);
     optional_text("StoppedBecause", summary.stopped_because);
     texts("Notes", summary.notes);

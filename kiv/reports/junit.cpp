@@ -4,6 +4,7 @@
 // holds exactly one failure, error or skipped element, whose message is the first thing that went wrong and
 // whose text lists all of it; the case's output comes last. "failure" is for what the case itself checked or
 // reported, "error" for a case that did not come to its end.
+#include "kiv/reports/calls.h"
 #include "kiv/reports/escape.h"
 #include "kiv/reports/report_list.h"
 #include "kiv/reports/time.h"
@@ -69,21 +70,22 @@ class JunitReporter : public Reporter {
     }
 
     void fixture_ended(const FixtureResult &fixture) override {
-        if (fixture.ran && !fixture.failed()) return;
+        const bool good = fixture.ran && !fixture.failed();
+        const std::string calls = good ? unnoticed_text(fixture.calls) : "";
+        if (good && calls.empty()) return;
         enter(fixture.folder, false);
         text_.clear();
         const bool skipped = !fixture.ran;
         open_case(fixture.kind(), fixture.folder, fixture.duration,
                   skipped ? "not run" : verdict_text(fixture.verdict), fixture.failures.size());
         text_ += ">\n";
-        if (skipped) {
+        if (skipped)
             skip(fixture.reason);
-        } else {
+        else if (!good)
             problem("error", verdict_text(fixture.verdict), headline(fixture), details(fixture));
-        }
-        close_case(fixture.output);
+        close_case(fixture.output, calls);
         ++extra_;
-        count(skipped ? &Counts::skipped : &Counts::errors, fixture.duration);
+        count(skipped ? &Counts::skipped : good ? nullptr : &Counts::errors, fixture.duration);
     }
 
     void case_ended(const CaseResult &result) override {
@@ -108,7 +110,8 @@ class JunitReporter : public Reporter {
             case Verdict::timed_out:
                 kind = &Counts::errors;
         }
-        if (kind == nullptr && result.output.empty()) {
+        const std::string calls = kind == nullptr ? unnoticed_text(result.calls) : "";
+        if (kind == nullptr && result.output.empty() && calls.empty()) {
             text_ += "/>\n";
         } else {
             text_ += ">\n";
@@ -117,7 +120,7 @@ class JunitReporter : public Reporter {
             else if (kind != nullptr)
                 problem(kind == &Counts::failures ? "failure" : "error", verdict_text(result.verdict),
                         headline(result), details(result));
-            close_case(result.output);
+            close_case(result.output, calls);
         }
         count(kind, result.duration);
     }
@@ -215,13 +218,18 @@ class JunitReporter : public Reporter {
         text_ += ">\n";
     }
 
-    void close_case(std::string_view output) {
-        if (!output.empty()) {
-            text_ += "<system-out>";
-            append_xml(text_, output);
-            text_ += "</system-out>\n";
-        }
+    // `beside`: what the run says of a case or fixture that is good all the same.
+    void close_case(std::string_view output, std::string_view beside) {
+        text_element("system-out", output);
+        text_element("system-err", beside);
         text_ += "</testcase>\n";
+    }
+
+    void text_element(std::string_view element, std::string_view content) {
+        if (content.empty()) return;
+        text_.append("<").append(element).append(">");
+        append_xml(text_, content);
+        text_.append("</").append(element).append(">\n");
     }
 
     // Writes the element in text_, with the suite's beginning when it is the suite's first.

@@ -271,6 +271,24 @@ class Reader {
         pending_.checks.push_back(std::move(check));
     }
 
+    static CallFailures calls(const Event &event) {
+        CallFailures failures;
+        failures.count = event.number_or<uint64_t>("FailedCalls", 0);
+        if (!event.has("UnnoticedCalls")) return failures;
+        for (const json &item : event.list("UnnoticedCalls")) {
+            if (!item.is_object()) throw Broken{"UnnoticedCalls", "holds something that is not a call"};
+            const Event fields(item);
+            FailedCalls kind;
+            kind.count = fields.number<uint64_t>("Count");
+            kind.operation = fields.optional_text("Operation");
+            kind.code = fields.number_or<uint32_t>("Code", 0);
+            kind.code_name = fields.optional_text("CodeName");
+            kind.code_text = fields.optional_text("CodeText");
+            failures.unnoticed.push_back(std::move(kind));
+        }
+        return failures;
+    }
+
     void fixture(const Event &event) {
         enter(event);
         FixtureResult result;
@@ -283,6 +301,7 @@ class Reader {
         result.signal = event.number_or<int>("Signal", 0);
         result.reason = event.optional_text("Reason");
         result.duration = event.seconds("Elapsed");
+        result.calls = calls(event);
         result.output = std::move(pending_.output);
         result.failures = std::move(pending_.checks);
         pending_ = {};
@@ -312,6 +331,7 @@ class Reader {
         result.exit_code = event.number_or<int>("ExitCode", -1);
         result.reason = event.optional_text("Reason");
         result.error_lines = event.texts("ErrorLines");
+        result.calls = calls(event);
         result.output = std::move(pending_.output);
         result.output_size = event.number_or<uint64_t>("OutputSize", result.output.size());
         result.output_file = event.optional_text("OutputFile");
@@ -333,6 +353,9 @@ class Reader {
         summary.checks = event.number<uint64_t>("Checks");
         summary.failed_checks = event.number<uint64_t>("FailedChecks");
         summary.failed_fixtures = event.number<size_t>("FailedFixtures");
+        summary.failed_calls = event.number_or<uint64_t>("FailedCalls", 0);
+        summary.unnoticed_calls = event.number_or<uint64_t>("UnnoticedCalls", 0);
+        summary.with_unnoticed_calls = event.number_or<size_t>("WithUnnoticedCalls", 0);
         summary.interrupted = event.flag("Interrupted");
         summary.stopped_because = event.optional_text("StoppedBecause");
         summary.notes = event.texts("Notes");

@@ -4,6 +4,7 @@
 // with cases left over reports those as skipped, whether or not the run tells of them later.
 #include <set>
 
+#include "kiv/reports/calls.h"
 #include "kiv/reports/escape.h"
 #include "kiv/reports/report_list.h"
 #include "kiv/reports/wording.h"
@@ -46,15 +47,16 @@ class TapReporter : public Reporter {
 
     void fixture_ended(const FixtureResult &fixture) override {
         const bool bad = fixture.failed();
-        if (fixture.ran && !bad) return;
+        if (fixture.ran && !bad && fixture.calls.unnoticed.empty()) return;
         Level *level = &levels_.back();
         for (Level &candidate : levels_)
             if (candidate.path == fixture.folder) level = &candidate;
         if (bad) level->bad = true;
         const std::string indent(4 * (levels_.size() - 1), ' ');
-        diagnostics(indent, fixture.name() + ": " + (bad ? verdict_text(fixture.verdict) : "not run"));
+        diagnostics(indent,
+                    fixture.name() + ": " + (fixture.ran ? verdict_text(fixture.verdict) : "not run"));
         diagnostics(indent, details(fixture));
-        diagnostics(indent, fixture.output);
+        if (bad || !fixture.ran) diagnostics(indent, fixture.output);
         file_.flush();
     }
 
@@ -67,6 +69,8 @@ class TapReporter : public Reporter {
         if (bad) {
             diagnostics(indent, verdict_text(result.verdict));
             diagnostics(indent, details(result));
+        } else {
+            diagnostics(indent, unnoticed_text(result.calls));
         }
         diagnostics(indent, result.output);
         std::string suffix;
@@ -90,6 +94,7 @@ class TapReporter : public Reporter {
         if (!planned_) file_.add("1.." + std::to_string(top.done) + "\n");
         if (!summary.stopped_because.empty()) diagnostics("", "stopped: " + summary.stopped_because);
         for (const std::string &note : summary.notes) diagnostics("", note);
+        diagnostics("", unnoticed_text(summary));
         std::string totals = "# Totals:";
         for (size_t i = 0; i < std::size(summary.counts); ++i)
             if (summary.counts[i] != 0)

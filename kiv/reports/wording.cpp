@@ -3,6 +3,7 @@
 
 #include <cstdio>
 
+#include "kiv/reports/calls.h"
 #include "kiv/reports/escape.h"
 #include "kiv/signal_text.h"
 
@@ -35,10 +36,18 @@ std::string end_text(int signal, int exit_code) {
 }
 
 static std::string end_or_reason(Verdict verdict, const std::string &reason, int signal, int exit_code) {
-    if (verdict == Verdict::failed) return reason;  // the failed checks say it
+    if (verdict == Verdict::failed) return reason;  // the failed checks or calls say it
     if (!reason.empty()) return reason;
     const std::string end = end_text(signal, exit_code);
     return end.empty() ? verdict_text(verdict) : end;
+}
+
+// Of a case or fixture that has nothing else to say, its calls may have.
+template <typename Result>
+static std::string end_or_calls(const std::string &end, const Result &result) {
+    const bool said = !end.empty() && end != verdict_text(result.verdict);
+    const std::string calls = said ? "" : unnoticed_text(result.calls);
+    return said ? end : !calls.empty() ? calls : verdict_text(result.verdict);
 }
 
 std::string headline(const CaseResult &result) {
@@ -53,15 +62,16 @@ std::string headline(const CaseResult &result) {
     }
     if (result.verdict == Verdict::reported_error && !result.error_lines.empty())
         return result.error_lines.front();
-    const std::string why = end_or_reason(result.verdict, result.reason, result.signal, result.exit_code);
-    return why.empty() ? verdict_text(result.verdict) : why;
+    return end_or_calls(end_or_reason(result.verdict, result.reason, result.signal, result.exit_code),
+                        result);
 }
 
 std::string headline(const FixtureResult &result) {
-    const std::string why = result.verdict == Verdict::failed && !result.failures.empty()
-                                ? check_line(result.failures.front())
-                                : end_or_reason(result.verdict, result.reason, result.signal, -1);
-    return result.name() + ": " + (why.empty() ? verdict_text(result.verdict) : why);
+    const std::string why =
+        result.verdict == Verdict::failed && !result.failures.empty()
+            ? check_line(result.failures.front())
+            : end_or_calls(end_or_reason(result.verdict, result.reason, result.signal, -1), result);
+    return result.name() + ": " + why;
 }
 
 static void add_line(std::string &text, std::string_view line) {
@@ -81,6 +91,7 @@ std::string details(const CaseResult &result) {
         text += result.failed_checks - result.failures.size() == 1 ? " more failed check\n"
                                                                    : " more failed checks\n";
     }
+    add_line(text, unnoticed_text(result.calls));
     for (const std::string &line : result.error_lines) add_line(text, "reported: " + line);
     if (!result.output_file.empty()) add_line(text, "whole output: " + result.output_file);
     return text;
@@ -90,6 +101,7 @@ std::string details(const FixtureResult &result) {
     std::string text;
     add_line(text, end_or_reason(result.verdict, result.reason, result.signal, -1));
     for (const Check &check : result.failures) add_line(text, check_line(check));
+    add_line(text, unnoticed_text(result.calls));
     return text;
 }
 

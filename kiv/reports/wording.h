@@ -15,7 +15,8 @@ std::string check_line(const Check &check);
 // when no signal and no exit code is known.
 std::string end_text(int signal, int exit_code);
 
-// One line that says why the case did not pass: its first failed check, error line or reason.
+// One line that says why the case did not pass: its first failed check, error line or reason, or the calls
+// that failed unnoticed.
 std::string headline(const CaseResult &result);
 std::string headline(const FixtureResult &result);
 

@@ -68,6 +68,7 @@ void Recorder::start_item(Item item, int64_t time) {
     started_ = time;
     if (!failures_.empty()) failures_.clear();
     outcome_.restart();
+    calls_.restart();
     operator_types_ = false;
 }
 
@@ -100,13 +101,14 @@ FixtureResult Recorder::end_fixture(int64_t time, const Counters &counters) {
     fixture.duration = std::chrono::nanoseconds(time - started_);
     summary_.checks += counters.checks;
     summary_.failed_checks += counters.failed;
+    fixture.calls = calls_.failures();
     item_ = Item::none;
     return fixture;
 }
 
 void Recorder::fixture_ended(int64_t time, const Counters &counters) {
     if (item_ != Item::set_up && item_ != Item::tear_down) return;  // a record that a case wrote over
-    outcome_.finish();
+    finish_output();
     FixtureResult fixture = end_fixture(time, counters);
     fixture.verdict = judge(counters);
     if (fixture.verdict == Verdict::unchecked) fixture.verdict = Verdict::passed;
@@ -130,6 +132,8 @@ void Recorder::prepare_result(uint64_t position) {
     result_.failures.clear();
     result_.error_lines.clear();
     result_.checks = result_.failed_checks = 0;
+    result_.calls.count = 0;
+    result_.calls.unnoticed.clear();
     result_.duration = result_.started = std::chrono::nanoseconds(0);
 }
 
@@ -146,6 +150,7 @@ Verdict Recorder::judge(const Counters &counters) {
     if (counters.failed > 0) return Verdict::failed;
     // A failing line is believed even beside checks that passed: what a case says of itself is never dropped.
     if (outcome_.failures() > 0) return Verdict::reported_error;
+    if (settings_.unnoticed_calls_fail && calls_.is_open()) return Verdict::failed;
     return counters.checks == 0 ? Verdict::unchecked : Verdict::passed;
 }
 
@@ -153,6 +158,7 @@ void Recorder::emit_case() {
     result_.failures.swap(failures_);
     if (!outcome_.failing_lines().empty()) result_.error_lines = outcome_.failing_lines();
     if (output_.size() > 0) output_.finish(&result_.output, &result_.output_size, &result_.output_file);
+    if (calls_.failures().count > 0) result_.calls = calls_.failures();
     summary_.add(result_);
     if (!verdict_is_good(result_.verdict)) bad_seen_ = true;
     item_ = Item::none;
@@ -174,7 +180,7 @@ void Recorder::end_case(int64_t time, const Counters &counters) {
 
 void Recorder::case_ended(int64_t time, const Counters &counters) {
     if (item_ != Item::test) return;  // a record that a case wrote over
-    outcome_.finish();
+    finish_output();
     result_.verdict = judge(counters);
     if (result_.verdict == Verdict::reported_error) result_.reason = printed_failure();
     end_case(time, counters);
@@ -182,6 +188,23 @@ void Recorder::case_ended(int64_t time, const Counters &counters) {
 
 void Recorder::failed_check(const CheckView &check) {
     if (item_ != Item::none && failures_.size() < kKeptFailures) failures_.emplace_back(check);
+}
+
+void Recorder::failed_call(const FailedCall &call) {
+    if (item_ == Item::none) return;
+    told_failures_ = outcome_.told_failures();  // before the call
+    calls_.failed(call);
+}
+
+void Recorder::heed_told_failures() {
+    if (outcome_.told_failures() == told_failures_) return;
+    told_failures_ = outcome_.told_failures();
+    calls_.failure_told();
+}
+
+void Recorder::finish_output() {
+    outcome_.finish();
+    if (calls_.is_open()) heed_told_failures();
 }
 
 void Recorder::text(Printed kind, std::string_view text) {
@@ -196,6 +219,10 @@ void Recorder::text(Printed kind, std::string_view text) {
         outcome_.print(text);
     else
         outcome_.piece(text);
+    if (calls_.is_open()) {
+        calls_.text(text);
+        heed_told_failures();
+    }
     if (console_->shows_output() || operator_types_) console_->live_output(text);
 }
 
@@ -237,7 +264,7 @@ void Recorder::worker_died(const WorkerEnd &end, int64_t time, const Counters &c
     dead_set_up_ = nullptr;
     const std::string reason = reason_of(end);
     const std::string what = item_name();
-    outcome_.finish();
+    finish_output();
     if (item_ == Item::test) {
         result_.verdict = verdict_of(end);
         result_.signal = end.signal;
@@ -281,6 +308,7 @@ void Recorder::skip_to(uint64_t end, const std::string &reason) {
         }
         prepare_result(next_);
         outcome_.restart();
+        calls_.restart();
         failures_.clear();
         output_.restart(result_.folder, result_.name);
         result_.verdict = Verdict::not_run;

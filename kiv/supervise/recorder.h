@@ -10,6 +10,7 @@
 #include "kiv/reports/console.h"
 #include "kiv/results.h"
 #include "kiv/select/schedule.h"
+#include "kiv/supervise/call_account.h"
 #include "kiv/supervise/outcome.h"
 #include "kiv/supervise/output_keeper.h"
 
@@ -30,6 +31,7 @@ class Recorder : public Journal {
         std::string output_directory;  // for output too long to keep
         size_t output_limit = 1 << 20;
         bool fail_fast = false;
+        bool unnoticed_calls_fail = false;  // a case that says nothing of a failed call has failed
     };
 
     Recorder(const Schedule &schedule, Console *console, std::vector<std::unique_ptr<Reporter>> reports,
@@ -44,6 +46,8 @@ class Recorder : public Journal {
     void case_begins(uint64_t position, int64_t time) override;
     void case_ended(int64_t time, const Counters &counters) override;
     void failed_check(const CheckView &check) override;
+    void failed_call(const FailedCall &call) override;
+    void status_checked(uint32_t status) override { calls_.checked(status); }
     void text(Printed kind, std::string_view text) override;
     void reads_input(std::string_view source, uint32_t lines) override;
     void note(std::string_view text) override;
@@ -94,6 +98,8 @@ class Recorder : public Journal {
     void report_fixture(const FixtureResult &fixture);
     void report_owed_tear_downs(const std::string &reason);
     Verdict judge(const Counters &counters);
+    void finish_output();
+    void heed_told_failures();
     std::string printed_failure() const;
     void end_case(int64_t time, const Counters &counters);
     void emit_case();
@@ -112,6 +118,8 @@ class Recorder : public Journal {
     Summary summary_;
     OutputKeeper output_;
     OutcomeScanner outcome_;
+    CallAccount calls_;
+    uint64_t told_failures_ = 0;  // by lines, when calls_ was last told
 
     Item item_ = Item::none;
     int64_t run_started_ = 0, started_ = 0;

@@ -61,6 +61,7 @@ void CaseRunner::close_folder() {
 void CaseRunner::fixture(const kiv_folder *folder, bool set_up) {
     if (folder->fixtures.empty()) return;
     around_.counters = {};
+    begin_item();
     journal_.make_room();
     const int64_t begin = now_ns();
     journal_.fixture_begins(folder->id, set_up, begin);
@@ -101,6 +102,7 @@ void CaseRunner::run_case(uint64_t position) {
         around_.capture.feed({});
     }
     around_.counters = {};
+    begin_item();
     journal_.make_room();
     const int64_t begin = now_ns();
     journal_.case_begins(position, begin);

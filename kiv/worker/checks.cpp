@@ -1,8 +1,10 @@
 // The calls of a running case: prints and checks. A passed check costs a comparison and a count.
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <iterator>
 #include <string>
 
 #include "kiv.h"
@@ -28,7 +30,40 @@ std::string_view view(const char *text) {
     return text ? std::string_view(text) : std::string_view();
 }
 
-// The way of a check that failed, or that somebody watches.
+std::string_view trimmed(std::string_view text) {
+    const auto is_frame = [](char c) { return c == ' ' || c == '(' || c == ')'; };
+    while (!text.empty() && is_frame(text.front())) text.remove_prefix(1);
+    while (!text.empty() && is_frame(text.back())) text.remove_suffix(1);
+    return text;
+}
+
+// Whether a condition's text and outcome say that a status is a failure: "rc != EOK" that holds, "rc ==
+// PRM_ERROR_BCM_E_BUSY" that holds, "rc == EOK" that does not.
+bool says_failure(std::string_view condition, bool holds) {
+    static constexpr std::string_view kStatus[] = {"rc", "ret", "err", "error", "status"};
+    static constexpr std::string_view kSuccess[] = {"0", "EOK", "CERR_SUCCESS", "PRM_ERROR_NONE"};
+    size_t at = condition.find("==");
+    const bool unequal = at == std::string_view::npos;
+    if (unequal) at = condition.find("!=");
+    if (at == std::string_view::npos) return false;
+    const std::string_view variable = trimmed(condition.substr(0, at));
+    const std::string_view wanted = trimmed(condition.substr(at + 2));
+    if (std::find(std::begin(kStatus), std::end(kStatus), variable) == std::end(kStatus)) return false;
+    const bool success = std::find(std::begin(kSuccess), std::end(kSuccess), wanted) != std::end(kSuccess);
+    return (holds != unequal) != success;  // equal to a failure, or unequal to success
+}
+
+// After a call that failed: a check of its status, of whatever outcome, accounts for it. A condition does not
+// bring the status along; it stands right behind the call.
+void tell_status(const CheckView &check) {
+    if (!check.is_condition) {
+        if (check.status != 0) live.journal->status_checked(check.status);
+    } else if (says_failure(check.expected_name, check.passed)) {
+        live.journal->status_checked(live.failed_code);
+    }
+}
+
+// The way of a check that failed, or that matters although it passed.
 void record(CheckView &check) {
     if (live.in_child) {
         if (check.passed) return;
@@ -39,17 +74,11 @@ void record(CheckView &check) {
         return;
     }
     if (live.journal == nullptr) return;
+    if (live.call_failed) tell_status(check);
     if (!check.passed) ++live.counters->failed;
     const bool kept = !check.passed && live.counters->failed <= Journal::kKeptFailures;
     if (!kept && !live.watched_checks) return;
-    if (!check.is_condition && !check.passed) {
-        for (Observer *observer : observers()) {
-            if (const char *text = observer->status_text(check.status)) {
-                check.status_text = text;
-                break;
-            }
-        }
-    }
+    if (!check.is_condition && !check.passed) check.status_text = status_text(check.status);
     if (kept) live.journal->failed_check(check);
     if (!live.watched_checks) return;
     const Check whole(check);
@@ -90,7 +119,7 @@ int kiv_jyx_check_cerrno_(u32 status, u32 expected, const char *expected_name, c
                           const char *function, int line) {
     const bool passed = status == expected;
     ++live.counters->checks;
-    if (passed && !live.watched_checks) return 1;
+    if (passed && !live.heeds_passed) return 1;
     kiv::CheckView check;
     check.passed = passed;
     check.status = status;
@@ -106,7 +135,7 @@ int kiv_jyx_check_cerrno_(u32 status, u32 expected, const char *expected_name, c
 int kiv_check__(int, int condition, const char *text, const char *file, const char *function, int line,
                 const char *format, ...) {
     ++live.counters->checks;
-    if (condition && !live.watched_checks) return condition;
+    if (condition && !live.heeds_passed) return condition;
     kiv::CheckView check;
     check.passed = condition != 0;
     check.is_condition = true;

@@ -29,7 +29,7 @@ void forked_child() {
 
 }  // namespace
 
-Live live{nullptr, &nobody, false, false, false};
+Live live{.journal = nullptr, .counters = &nobody};
 
 void go_live(Journal *journal, Counters *counters) {
     static const int registered = pthread_atfork(nullptr, nullptr, forked_child);
@@ -37,6 +37,7 @@ void go_live(Journal *journal, Counters *counters) {
     live.journal = journal;
     live.counters = counters ? counters : &nobody;
     live.watched_checks = live.watched_prints = false;
+    begin_item();
 }
 
 void heed_observers() {
@@ -44,6 +45,12 @@ void heed_observers() {
     for (Observer *observer : observers()) interests |= observer->interests();
     live.watched_checks = interests & Observer::kChecks;
     live.watched_prints = interests & Observer::kPrints;
+    begin_item();
+}
+
+void begin_item() {
+    live.call_failed = false;
+    live.heeds_passed = live.watched_checks;
 }
 
 void live_print(std::string_view text) {
@@ -56,6 +63,13 @@ void live_print(std::string_view text) {
     if (!live.watched_prints) return;
     for (Observer *observer : observers())
         if (observer->interests() & Observer::kPrints) observer->print(text);
+}
+
+void call_failed(std::string_view operation, uint32_t code, std::string_view code_name) {
+    if (live.journal == nullptr) return;
+    live.call_failed = live.heeds_passed = true;
+    live.failed_code = code;
+    live.journal->failed_call({code, operation, code_name, status_text(code)});
 }
 
 Journal *take_notes(Journal *journal) {

@@ -2,6 +2,7 @@
 #ifndef KIV_WORKER_LIVE_H
 #define KIV_WORKER_LIVE_H
 
+#include <cstdint>
 #include <string_view>
 
 #include "kiv/journal/journal.h"
@@ -14,6 +15,9 @@ struct Live {
     bool watched_checks = false;   // an observer wants every check
     bool watched_prints = false;
     bool in_child = false;
+    bool call_failed = false;   // since the case or fixture began
+    uint32_t failed_code = 0;   // of the last call that did
+    bool heeds_passed = false;  // checks that pass matter: to an observer, or because of a call that failed
 };
 
 extern Live live;
@@ -22,6 +26,9 @@ extern Live live;
 // heed_observers on, which asks for their interests.
 void go_live(Journal *journal, Counters *counters);
 void heed_observers();
+
+// A case or fixture begins: no call of it has failed.
+void begin_item();
 
 // Where add_note goes in this process from now on. Returns where it went before.
 Journal *take_notes(Journal *journal);

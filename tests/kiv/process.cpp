@@ -39,7 +39,7 @@ Process::Process(const std::string &sample, const std::vector<std::string> &argu
         dup2(out[1], 2);
         for (const char *name :
              {"TEST_TOTAL_SHARDS", "TEST_SHARD_INDEX", "TEST_SHARD_STATUS_FILE", "TESTBRIDGE_TEST_ONLY",
-              "XML_OUTPUT_FILE", "TEST_PREMATURE_EXIT_FILE", "TEST_TMPDIR"})
+              "XML_OUTPUT_FILE", "TEST_PREMATURE_EXIT_FILE", "TEST_TMPDIR", "CI"})
             unsetenv(name);
         setenv("KIV_SITE", "", 1);
         for (const auto &[name, value] : environment) setenv(name.c_str(), value.c_str(), 1);

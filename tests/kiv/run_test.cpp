@@ -163,7 +163,7 @@ TEST_F(RunTest, ReportsAreWrittenAndFailedCasesRunAgain) {
         EXPECT_TRUE(exists(directory_.file(name)));
     EXPECT_THAT(read_text(directory_.file("run.xml")), HasSubstr("reports_an_error"));
     const Finished again = run({"--rerun-failed", "run.json"});
-    EXPECT_THAT(again.out, HasSubstr("FAILED: 2 cases, 1 failed, 1 reported an error"));
+    EXPECT_THAT(again.out, HasSubstr("FAILED: 3 cases, 1 failed, 2 reported an error"));
     run({"--json", "good.json", "first/passes"});
     EXPECT_THAT(run({"--rerun-failed", "good.json"}).out, HasSubstr("PASSED: 0 cases"));
 }

@@ -107,6 +107,7 @@ TEST(Completion, KivctlOffersItsCommands) {
 TEST(Completion, KivctlOffersOptionsAndTheirWords) {
     EXPECT_THAT(complete_kivctl({"gate", "--un"}), ElementsAre("--unchecked"));
     EXPECT_THAT(complete_kivctl({"gate", "--unchecked", ""}), ElementsAre("fail", "ignore"));
+    EXPECT_THAT(complete_kivctl({"gate", "--failed-calls", ""}), ElementsAre("fail", "ignore"));
     EXPECT_THAT(complete_kivctl({"report", "--"}), IsSupersetOf({"--junit", "--tap", "--html", "--json"}));
     EXPECT_THAT(complete_kivctl({"compare", "--f"}), ElementsAre("--factor", "--fail-on-slower"));
 }
@@ -155,6 +156,7 @@ TEST_F(PrmKivCompletion, OffersOptionsAndTheirWords) {
     EXPECT_THAT(offered({"--l"}), ElementsAre("--list", "--list-json"));
     EXPECT_THAT(offered({"--on-crash", "next"}), ElementsAre("next-folder", "next-case"));
     EXPECT_THAT(offered({"--color", "a"}), ElementsAre("auto", "always"));
+    EXPECT_THAT(offered({"--failed-calls", ""}), ElementsAre("fail", "ignore"));
     EXPECT_THAT(offered({"--plan", "prm"}), ElementsAre("prm_kiv"));
     EXPECT_THAT(offered({"--plan", "none"}), IsEmpty());
     directory_.write("site/plan", "");

@@ -19,9 +19,46 @@ TEST(Outcome, MarkersAreReadAtTheBegin) {
     EXPECT_EQ(kiv::outcome_of("SUCCESS: Tx Adj add . "), Outcome::success);
     EXPECT_EQ(kiv::outcome_of("Success in ACL Create \n"), Outcome::success);
     EXPECT_EQ(kiv::outcome_of("Success while sending invalid opcode"), Outcome::success);
-    for (const char *text : {"", "no ERROR: here", "ERROR", "Failed to read", "Success", "FAILURE in",
+    for (const char *text : {"", "no ERROR: here", "ERROR", "Failed 1 of 2", "Success", "FAILURE in",
                              " ERROR: x", "two words: Failure in it"})
         EXPECT_EQ(kiv::outcome_of(text), Outcome::none) << text;
+}
+
+TEST(Outcome, StepsTellThatTheyFailedInOtherWordsToo) {
+    for (const char *text :
+         {"prm_srh_bd_add failed", "vplag buddy reserve failed ", "xid_handler for AC Delete failed",
+          "prm_srh_xid_add failed for AC bind", " kiv_util_tx_adj_del call 1 failed with rc=0x16",
+          "Can't enable l2transport on interface", "Failed to read BVI_UIDB",
+          "Mismatch in TTL value In 1/2 Out 3/4", "kiv_tcs_input_file: No such file or directory",
+          "name:ERROR:x", "Got 2 stats, asked for 1 Stats"})
+        EXPECT_EQ(kiv::outcome_of(text), Outcome::failure) << text;
+    for (const char *text : {"3 passed, 1 failed", "failed", "what failed, and how", "failed for nothing",
+                             " token = A, value = it failed", " prm_srh_xid_del call 1 failed with rc=0x16",
+                             "Got Stats Ptr: 0x1", "kiv_util_uidb_set_feature returned error is 0x0",
+                             "Strict Priority (level: 1) is configured properly"})
+        EXPECT_NE(kiv::outcome_of(text), Outcome::failure) << text;
+}
+
+TEST(Outcome, EndOfALineThatWasCutIsUnknown) {
+    EXPECT_EQ(kiv::outcome_of("prm_srh_bd_add failed", true), Outcome::none);
+    EXPECT_EQ(kiv::outcome_of("ERROR: prm_srh_bd_add failed", true), Outcome::failure);
+}
+
+TEST(Outcome, FailuresThatWereToldStayTold) {
+    OutcomeScanner scanner;
+    scanner.print("ERROR: Failed to read programmed LPTS entry, error :16\n");
+    scanner.print("SUCCESS: Reading invalid entry failed. Error 22\n");
+    EXPECT_EQ(scanner.failures(), 0u);
+    EXPECT_EQ(scanner.told_failures(), 2u);
+    scanner.print("SUCCESS: Tx Adj add . ");
+    EXPECT_EQ(scanner.told_failures(), 2u);
+}
+
+TEST(Outcome, NameOfANextHopTakesNoFailureBack) {
+    OutcomeScanner scanner;
+    scanner.print("ERROR: Tx Adj ADD failed. rc = 0x16 ");
+    scanner.print("SUCCESS: Tx Adj add . uidb get fail NH ");
+    EXPECT_EQ(scanner.failures(), 1u);
 }
 
 TEST(Outcome, SeveralPrintsMayShareALine) {
