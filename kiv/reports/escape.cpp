@@ -7,8 +7,6 @@
 #include <charconv>
 #include <cstdio>
 
-#include "kiv/reports/calls.h"
-
 namespace kiv::reports {
 namespace {
 
