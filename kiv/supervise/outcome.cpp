@@ -2,8 +2,9 @@
 #include "kiv/supervise/outcome.h"
 
 #include <algorithm>
-#include <cctype>
+#include <bit>
 #include <cstring>
+#include <iterator>
 
 namespace kiv {
 
@@ -16,7 +17,7 @@ namespace texts {
 using enum Outcome;
 using enum Where;
 
-constexpr std::string_view kFailure = "fail|error";
+constexpr std::string_view kFailure = "fail|Fail|FAIL|error|Error|ERROR";
 
 constexpr std::string_view kOutcome = "an outcome, told in these words everywhere";
 constexpr std::string_view kWanted = "a negative case saw the failure that it wanted";
@@ -63,7 +64,7 @@ constexpr OutcomeText kTable[] = {
     {begin, "Malloc Failed",             "", failure, kNoMemory},
     {begin, "Memory allocation failure", "", failure, kNoMemory},
     {begin, "Error!!! ",                 "", failure, kWrongCall},
-    {begin, "kiv_util_", " invalid param passed", failure, kWrongCall},
+    {begin, "kiv_util_", " Invalid param passed", failure, kWrongCall},
     {begin, "Invalid Oper",              "", failure, kUnknown},
     {begin, "Invalid Event",             "", failure, kUnknown},
     {begin, "Unsupported Oper",          "", failure, kUnknown},
@@ -90,6 +91,37 @@ constexpr OutcomeText kTable[] = {
 
 }  // namespace texts
 
+constexpr auto &kTable = texts::kTable;
+
+// The rows that a line may fit by its first two letters, as bits: most lines are done with when these are
+// looked up.
+class Index {
+  public:
+    constexpr Index() {
+        static_assert(std::size(kTable) <= 64);
+        for (size_t i = 0; i < std::size(kTable); ++i) {
+            const uint64_t bit = uint64_t{1} << i;
+            first_[letter(kTable[i].text, 0)] |= bit;
+            second_[letter(kTable[i].text, 1)] |= bit;
+            of_[static_cast<size_t>(kTable[i].where)] |= bit;
+        }
+    }
+    uint64_t of(Where where) const { return of_[static_cast<size_t>(where)]; }
+    uint64_t beginning_like(std::string_view line) const {
+        return line.size() < 2 ? 0 : first_[letter(line, 0)] & second_[letter(line, 1)];
+    }
+
+  private:
+    static constexpr unsigned char letter(std::string_view text, size_t i) {
+        return static_cast<unsigned char>(text[i]);
+    }
+
+    uint64_t first_[256] = {}, second_[256] = {};
+    uint64_t of_[3] = {};
+};
+
+constexpr Index kIndex;
+
 bool is_digit(char c) {
     return c >= '0' && c <= '9';
 }
@@ -98,87 +130,79 @@ bool is_of_name(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || is_digit(c) || c == '_';
 }
 
-// "tc_kiv_tcam_verify: Failure in ...", "tc_kiv_xconnect_add_l2p_x_pw:ERROR:...": what stands behind the
-// name.
-std::string_view behind_the_name(std::string_view text) {
-    size_t at = 0;
-    while (at < text.size() && is_of_name(text[at])) ++at;
-    if (at == 0 || at == text.size() || text[at] != ':') return {};
-    ++at;
-    if (at < text.size() && text[at] == ' ') ++at;
-    return text.substr(at);
+// What stands behind the first colon, and a blank.
+std::string_view behind_colon(std::string_view line) {
+    const size_t colon = line.find(':');
+    if (colon == std::string_view::npos) return {};
+    line.remove_prefix(colon + 1);
+    if (line.starts_with(' ')) line.remove_prefix(1);
+    return line;
 }
 
-bool begins(std::string_view line, std::string_view text) {
-    return !line.empty() && line.front() == text.front() && line.starts_with(text);
+// "tc_kiv_tcam_verify: Failure in ...", "tc_kiv_xconnect_add_l2p_x_pw:ERROR:...".
+bool begins_with_name(std::string_view line) {
+    const size_t colon = line.find(':');
+    return colon > 0 && std::all_of(line.begin(), line.begin() + colon, is_of_name);
 }
 
-// Whether one of the words, "fail|error", occurs, in whatever case.
-bool has_one_of(std::string_view text, std::string_view words) {
-    const auto same = [](char a, char b) { return tolower(static_cast<unsigned char>(a)) == b; };
-    while (!words.empty()) {
-        const std::string_view word = words.substr(0, words.find('|'));
-        if (std::search(text.begin(), text.end(), word.begin(), word.end(), same) != text.end()) return true;
-        words.remove_prefix(std::min(words.size(), word.size() + 1));
+bool has_one_of(std::string_view text, std::string_view others) {
+    while (!others.empty()) {
+        const std::string_view other = others.substr(0, others.find('|'));
+        if (text.find(other) != std::string_view::npos) return true;
+        others.remove_prefix(std::min(others.size(), other.size() + 1));
     }
     return false;
 }
 
-// A line on its way through the table: what several rows look at is found once.
-class Line {
-  public:
-    Line(std::string_view text, bool cut) : text_(text), said_(behind_the_name(text)), cut_(cut) {
-        text_ = text_.substr(0, text_.find_last_not_of(" \t\r") + 1);
-        failed_ = text_.find("failed");
+// Whether `text`, which has "failed" in it, surrounds the one that the line has at `failed`.
+bool surrounds(std::string_view line, bool cut, size_t failed, std::string_view text) {
+    const size_t before = text.find("failed");
+    if (before > failed) return false;
+    line.remove_prefix(failed - before);
+    if (text.ends_with('$')) {
+        text.remove_suffix(1);
+        if (cut || line.find_last_not_of(" \t\r") + 1 != text.size()) return false;
     }
-
-    bool fits(const OutcomeText &row) const {
-        switch (row.where) {
-            case Where::begin:
-                return begins(text_, row.text) &&
-                       (row.then.empty() || has_one_of(text_.substr(row.text.size()), row.then));
-            case Where::after_name:
-                return begins(text_, row.text) || begins(said_, row.text);
-            case Where::failed:
-                for (size_t at = failed_; at != std::string_view::npos; at = text_.find("failed", at + 1))
-                    if (stands_at(at, row.text)) return true;
-                return false;
-        }
-        return false;
-    }
-
-  private:
-    // Whether the text, which has "failed" in it, surrounds the one of the line.
-    bool stands_at(size_t failed, std::string_view text) const {
-        const size_t before = text.find("failed");
-        if (before > failed) return false;
-        const bool at_end = text.ends_with('$');
-        if (at_end) text.remove_suffix(1);
-        const std::string_view there = text_.substr(failed - before, text.size());
-        if (there.size() < text.size() || (at_end && (cut_ || failed - before + text.size() < text_.size())))
-            return false;
-        for (size_t i = 0; i < text.size(); ++i)
-            if (text[i] == '#' ? !is_digit(there[i]) : text[i] != there[i]) return false;
-        return true;
-    }
-
-    std::string_view text_;  // without the blanks at its end
-    std::string_view said_;  // behind a name; empty when there is none
-    size_t failed_;
-    bool cut_;
-};
+    if (line.size() < text.size()) return false;
+    for (size_t i = 0; i < text.size(); ++i)
+        if (text[i] == '#' ? !is_digit(line[i]) : text[i] != line[i]) return false;
+    return true;
+}
 
 }  // namespace
 
 std::span<const OutcomeText> outcome_texts() {
-    return texts::kTable;
+    return kTable;
 }
 
-const OutcomeText *outcome_text_of(std::string_view text, bool cut) {
-    if (text.empty()) return nullptr;
-    const Line line(text, cut);
-    for (const OutcomeText &row : texts::kTable)
-        if (line.fits(row)) return &row;
+const OutcomeText *outcome_text_of(std::string_view line, bool cut) {
+    const uint64_t anywhere = kIndex.of(Where::failed);
+    uint64_t rows = kIndex.beginning_like(line) & ~anywhere;
+    const std::string_view said = behind_colon(line);
+    const uint64_t said_rows = kIndex.beginning_like(said) & kIndex.of(Where::after_name);
+    const bool named = said_rows != 0 && begins_with_name(line);
+    if (named) rows |= said_rows;
+    const size_t first_failed = line.find("failed");
+    if (first_failed != std::string_view::npos) rows |= anywhere;
+
+    const auto fits = [&](const OutcomeText &row) {
+        switch (row.where) {
+            case Where::begin:
+                return line.starts_with(row.text) &&
+                       (row.then.empty() || has_one_of(line.substr(row.text.size()), row.then));
+            case Where::after_name:
+                return line.starts_with(row.text) || (named && said.starts_with(row.text));
+            case Where::failed:
+                for (size_t at = first_failed; at != std::string_view::npos; at = line.find("failed", at + 1))
+                    if (surrounds(line, cut, at, row.text)) return true;
+                return false;
+        }
+        return false;
+    };
+    for (; rows != 0; rows &= rows - 1) {
+        const OutcomeText &row = kTable[std::countr_zero(rows)];
+        if (fits(row)) return &row;
+    }
     return nullptr;
 }
 

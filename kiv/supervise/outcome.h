@@ -28,8 +28,7 @@ enum class Where : uint8_t {
 struct OutcomeText {
     Where where;
     std::string_view text;
-    std::string_view
-        then;  // what else stands behind it, one of several words in small letters, parted by "|"
+    std::string_view then;  // what else stands behind it: one of several texts, parted by "|"
     Outcome outcome;
     std::string_view why;
 };
