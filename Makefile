@@ -55,7 +55,7 @@ bench: packages-dev
 
 .PHONY: fuzz
 fuzz: packages-dev
-	@scripts/build fuzz
+	@scripts/build fuzz fuzz_targets
 	@scripts/run-fuzzers
 
 .PHONY: lint format mutate coverage

@@ -3,7 +3,6 @@
 // machine.
 #include <absl/container/flat_hash_map.h>
 #include <immintrin.h>
-#include <malloc.h>
 
 #include <algorithm>
 #include <chrono>
@@ -13,8 +12,7 @@
 #include <random>
 #include <vector>
 
-#include "card/sim/backend.h"
-#include "card/sim/card.h"
+#include "bench/card/client_on_card.h"
 #include "wyk_hal_records.h"
 #include "wyk_hal_wrapper.h"
 #include "zor_vop_prm.h"
@@ -22,6 +20,8 @@
 
 namespace {
 
+using bench::ClientOnCard;
+using bench::heap_bytes;
 using sim::kTcamEntries;
 using sim::kTcamKeyBytes;
 using sim::TcamEntry;
@@ -161,25 +161,12 @@ Scan widest_scan(const char **name) {
 
 // --- The card ----------------------------------------------------------------------------------------------
 
-void ignore_notification() {}
-
-struct CardSession {
-    sim::Card card{inventory()};
-    sim::CurrentCard use{card};
-    prm_handle_t connection = nullptr, client = nullptr;
-
-    CardSession() {
-        void *const evm = event_manager_create(0, 0, 14, 0);
-        prm_mgr_open(evm, 0, "bench", ignore_notification, 7, 0, &connection);
-        prm_srh_register(&client, 1, evm, ignore_notification);
-    }
-    static sim::Inventory inventory() {
-        sim::Inventory inventory;
-        inventory.limits[sim::Resource::tcam].limit = kTcams;
-        inventory.limits[sim::Resource::tcam_entry].limit = kTcams * kTcamEntries;
-        return inventory;
-    }
-};
+sim::Inventory inventory() {
+    sim::Inventory inventory;
+    inventory.limits[sim::Resource::tcam].limit = kTcams;
+    inventory.limits[sim::Resource::tcam_entry].limit = kTcams * kTcamEntries;
+    return inventory;
+}
 
 struct Request {
     prm_info info{};
@@ -213,11 +200,6 @@ std::vector<u64> create_tcams(prm_handle_t client) {
     return handles;
 }
 
-size_t heap_in_use() {
-    const struct mallinfo2 info = mallinfo2();
-    return info.uordblks + info.hblkhd;
-}
-
 // --- Rows --------------------------------------------------------------------------------------------------
 
 // Both sides fill all TCAMs entry by entry, from keys that stand in the client's buffers, and read entries
@@ -228,7 +210,7 @@ void measure_insert_and_read(const std::vector<TcamEntry> &list) {
     double insert[2] = {1e9, 1e9}, read[2] = {1e9, 1e9}, bytes[2] = {};
     for (int round = 0; round < kRounds; ++round) {
         {
-            const size_t before = heap_in_use();
+            const size_t before = heap_bytes();
             BareTcams tcams;
             for (u32 t = 0; t < kTcams; ++t) tcams.try_emplace(t + 1);
             Request request(PRM_TCAM_INSERT);
@@ -243,7 +225,7 @@ void measure_insert_and_read(const std::vector<TcamEntry> &list) {
                                          }
                                      }
                                  }));
-            bytes[1] = static_cast<double>(heap_in_use() - before);
+            bytes[1] = static_cast<double>(heap_bytes() - before);
             std::mt19937 random(3);
             read[1] = std::min(read[1], seconds([&] {
                                    for (u32 n = 0; n < kReads; ++n) {
@@ -255,8 +237,8 @@ void measure_insert_and_read(const std::vector<TcamEntry> &list) {
                                }));
         }
         {
-            const size_t before = heap_in_use();
-            CardSession session;
+            const size_t before = heap_bytes();
+            ClientOnCard session(inventory());
             const std::vector<u64> handles = create_tcams(session.client);
             Request request(PRM_TCAM_INSERT);
             insert[0] =
@@ -270,7 +252,7 @@ void measure_insert_and_read(const std::vector<TcamEntry> &list) {
                                  }
                              }
                          }));
-            bytes[0] = static_cast<double>(heap_in_use() - before);
+            bytes[0] = static_cast<double>(heap_bytes() - before);
             std::mt19937 random(3);
             read[0] = std::min(read[0], seconds([&] {
                                    for (u32 n = 0; n < kReads; ++n) {
@@ -314,7 +296,7 @@ void measure_policies() {
                                    bare.erase(kLive + i);
                                }
                            }));
-        CardSession session;
+        ClientOnCard session(inventory());
         for (u32 i = 0; i < kLive; ++i) require(wyk_hal_wrapper_config_policy_in_tm(&request, &response, 1));
         wyk_hal_release_of<1> release = {};
         release.head.count = 1;
@@ -351,12 +333,12 @@ void measure_first_match(const std::vector<TcamEntry> &list) {
             tables.back()->set(i, list[i].value, list[i].mask, list[i].result);
         }
     }
-    const size_t before = heap_in_use();
+    const size_t before = heap_bytes();
     const u8 any[kTcamKeyBytes] = {};
     const double build = seconds([&] {
         for (const auto &table : tables) sink = sink + table->first_match(any).value_or(0);
     });
-    const double index_bytes = static_cast<double>(heap_in_use() - before) / kTcams;
+    const double index_bytes = static_cast<double>(heap_bytes() - before) / kTcams;
 
     constexpr u32 kKeys = 20000;
     for (const bool hits : {true, false}) {

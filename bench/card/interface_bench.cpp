@@ -5,7 +5,7 @@ namespace {
 
 using bench::ClientOnCard;
 
-enum : u32 { kMain = 0x8000088, kFirstSub = 0x9000000 };
+constexpr u32 kMain = 0x8000088, kFirstSub = 0x9000000;
 
 // Sub-interfaces; the change sets the MTU. There are at most 65,535 indices.
 struct Interfaces {

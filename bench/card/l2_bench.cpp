@@ -7,7 +7,7 @@ namespace {
 using bench::ClientOnCard;
 using bench::spread;
 
-enum : u32 { kMain = 0x8000088, kUidb = 10, kDomain = 1 };
+constexpr u32 kMain = 0x8000088, kUidb = 10, kDomain = 1;
 
 // A switched port, and room for as many entries.
 sim::Inventory inventory_for(sim::Resource resource, u32 count) {

@@ -3,7 +3,6 @@
 //
 //   route_bench [--quick]    --quick: a tenth of the entries
 #include <absl/container/flat_hash_map.h>
-#include <malloc.h>
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -12,45 +11,22 @@
 #include <cstring>
 #include <memory>
 
-#include "card/sim/backend.h"
-#include "card/sim/card.h"
-#include "event_manager.h"
+#include "bench/card/client_on_card.h"
 
 namespace {
 
 using namespace sim;
+using bench::ClientOnCard;
+using bench::heap_bytes;
+using bench::spread;
 
-void ignore_notification() {}
-
-// A card with room for what is measured, and a client on it.
-struct Bench {
-    explicit Bench(u32 entries) : card(inventory(entries)), use(card) {
-        void *const evm = event_manager_create(0, 0, 14, 0);
-        prm_handle_t connection;
-        prm_mgr_open(evm, 0, "bench", ignore_notification, 7, 0, &connection);
-        prm_srh_register(&client, 1, evm, ignore_notification);
-    }
-    static Inventory inventory(u32 entries) {
-        Inventory inventory;
-        for (const Resource resource :
-             {Resource::ipv4_leaf, Resource::ipv6_leaf, Resource::label, Resource::nr_ldi})
-            inventory.limits[resource].limit = entries;
-        return inventory;
-    }
-
-    Card card;
-    CurrentCard use;
-    prm_handle_t client = nullptr;
-};
-
-// Spreads consecutive numbers over all 32 bits; no two collide.
-u32 spread(u32 i) {
-    return i * 2654435761u;
-}
-
-size_t heap_bytes() {
-    const struct mallinfo2 info = mallinfo2();
-    return info.uordblks + info.hblkhd;
+// Room for what is measured.
+Inventory inventory(u32 entries) {
+    Inventory inventory;
+    for (const Resource resource :
+         {Resource::ipv4_leaf, Resource::ipv6_leaf, Resource::label, Resource::nr_ldi})
+        inventory.limits[resource].limit = entries;
+    return inventory;
 }
 
 struct Times {
@@ -82,20 +58,20 @@ struct Ipv4Leaves {
         request.payload.flags0 = ZOR_LEAF_DIRECT;
     }
     static Key key(u32 i) { return ipv4_key(spread(i), 0, 32); }
-    bool add(Bench &b, u32 i) {
+    bool add(ClientOnCard &b, u32 i) {
         request.ipv4.address = spread(i);
         return zor_vop_prm_srh_ipv4_leaf_add(b.client, &request) == CERR_SUCCESS;
     }
-    bool modify(Bench &b, u32 i) {
+    bool modify(ClientOnCard &b, u32 i) {
         request.ipv4.address = spread(i);
         request.payload.tag_bits = 5 << ZOR_LEAF_TAG_SHIFT;
         return zor_vop_prm_srh_ipv4_leaf_mod(b.client, &request) == CERR_SUCCESS;
     }
-    bool remove(Bench &b, u32 i) {
+    bool remove(ClientOnCard &b, u32 i) {
         request.ipv4.address = spread(i);
         return zor_vop_prm_srh_ipv4_leaf_del(b.client, &request) == CERR_SUCCESS;
     }
-    static bool find(Bench &b, u32 i) { return b.card.route.ipv4.find(key(i)) != nullptr; }
+    static bool find(ClientOnCard &b, u32 i) { return b.card.route.ipv4.find(key(i)) != nullptr; }
 };
 
 struct Ipv6Leaves {
@@ -124,20 +100,20 @@ struct Ipv6Leaves {
         std::memcpy(address + 12, &host, sizeof host);
         return ipv6_key(address, 0, 128);
     }
-    bool add(Bench &b, u32 i) {
+    bool add(ClientOnCard &b, u32 i) {
         name(i);
         return zor_vop_prm_srh_ipv6_leaf_add(b.client, &request) == CERR_SUCCESS;
     }
-    bool modify(Bench &b, u32 i) {
+    bool modify(ClientOnCard &b, u32 i) {
         name(i);
         request.payload.tag_bits = 5 << ZOR_LEAF_TAG_SHIFT;
         return zor_vop_prm_srh_ipv6_leaf_mod(b.client, &request) == CERR_SUCCESS;
     }
-    bool remove(Bench &b, u32 i) {
+    bool remove(ClientOnCard &b, u32 i) {
         name(i);
         return zor_vop_prm_srh_ipv6_leaf_del(b.client, &request) == CERR_SUCCESS;
     }
-    static bool find(Bench &b, u32 i) { return b.card.route.ipv6.find(key(i)) != nullptr; }
+    static bool find(ClientOnCard &b, u32 i) { return b.card.route.ipv6.find(key(i)) != nullptr; }
 };
 
 struct Labels {
@@ -156,19 +132,19 @@ struct Labels {
     }
     static u32 label(u32 i) { return spread(i) & 0xFFFFF; }  // the factor is odd: still no two collide
     static Key key(u32 i) { return label_key(label(i), false); }
-    bool add(Bench &b, u32 i) {
+    bool add(ClientOnCard &b, u32 i) {
         request.key.label = label(i);
         return zor_vop_prm_srh_label_ufib_add(b.client, &request) == CERR_SUCCESS;
     }
-    bool modify(Bench &b, u32 i) {
+    bool modify(ClientOnCard &b, u32 i) {
         request.key.label = label(i);
         return zor_vop_prm_srh_label_ufib_mod(b.client, &request) == CERR_SUCCESS;
     }
-    bool remove(Bench &b, u32 i) {
+    bool remove(ClientOnCard &b, u32 i) {
         removal.key.label = label(i);
         return zor_vop_prm_srh_label_ufib_del(b.client, &removal) == CERR_SUCCESS;
     }
-    static bool find(Bench &b, u32 i) { return b.card.label.table.find(key(i)) != nullptr; }
+    static bool find(ClientOnCard &b, u32 i) { return b.card.label.table.find(key(i)) != nullptr; }
 };
 
 struct LoadDistributions {
@@ -185,21 +161,23 @@ struct LoadDistributions {
         record.ldi_valid = 1;
     }
     static Key key(u32 i) { return (i + 1) << PRM_NR_LDI_PTR_SHIFT; }
-    bool add(Bench &b, u32 i) {
+    bool add(ClientOnCard &b, u32 i) {
         record.ldi_ptr = key(i);
         return prm_srh_nr_ldi_add(b.client, &record) == CERR_SUCCESS;
     }
-    bool modify(Bench &b, u32 i) { return add(b, i); }  // an add replaces
-    bool remove(Bench &b, u32 i) {
+    bool modify(ClientOnCard &b, u32 i) { return add(b, i); }  // an add replaces
+    bool remove(ClientOnCard &b, u32 i) {
         record.ldi_ptr = key(i);
         return prm_srh_nr_ldi_del(b.client, &record) == CERR_SUCCESS;
     }
-    static bool find(Bench &b, u32 i) { return b.card.load_distribution.table.find(key(i)) != nullptr; }
+    static bool find(ClientOnCard &b, u32 i) {
+        return b.card.load_distribution.table.find(key(i)) != nullptr;
+    }
 };
 
 template <typename Kind>
 Times measure_card(u32 n) {
-    const auto bench = std::make_unique<Bench>(n);
+    const auto bench = std::make_unique<ClientOnCard>(inventory(n));
     Kind kind;
     Times times;
     const size_t before = heap_bytes();
@@ -267,7 +245,7 @@ double peak_mebibytes() {
 
 // As many leaves on one card, half of either family; the peak of the whole process, with the tables' growth.
 size_t report_leaves_together(u32 leaves) {
-    Bench bench(leaves);
+    ClientOnCard bench(inventory(leaves));
     Ipv4Leaves ipv4;
     Ipv6Leaves ipv6;
     size_t failures = 0;

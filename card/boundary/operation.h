@@ -14,12 +14,12 @@ enum class OperationId : uint16_t {
 #include "card/operations.def"
 };
 
-// What becomes of the memory that a pointer leads to; none: the parameter is no pointer.
-enum class Direction : uint8_t { none, in, out, inout };
+// What becomes of the memory that a pointer leads to; NONE: the parameter is no pointer.
+enum class Direction : uint8_t { NONE, IN, OUT, INOUT };
 
 struct Parameter {
     std::string_view type, name;  // as declared
-    Direction direction = Direction::none;
+    Direction direction = Direction::NONE;
 
     constexpr bool is_pointer() const { return type.ends_with('*'); }
 };
@@ -73,14 +73,14 @@ constexpr Direction direction_of(std::string_view directions, std::string_view p
         if (open == directions.npos) break;
         const std::string_view word = trimmed(directions.substr(0, open));
         if (directions.substr(open + 1, close - open - 1) == parameter) {
-            return word == "IN"      ? Direction::in
-                   : word == "OUT"   ? Direction::out
-                   : word == "INOUT" ? Direction::inout
-                                     : Direction::none;
+            return word == "IN"      ? Direction::IN
+                   : word == "OUT"   ? Direction::OUT
+                   : word == "INOUT" ? Direction::INOUT
+                                     : Direction::NONE;
         }
         directions.remove_prefix(close + 1);
     }
-    return Direction::none;
+    return Direction::NONE;
 }
 
 // "(prm_handle_t client, prm_bd_request *record)".
@@ -121,7 +121,7 @@ constexpr const OperationRow &row(OperationId id) {
 static_assert([] {
     for (const OperationRow &row : kOperations) {
         for (const Parameter &parameter : row.parameters) {
-            if (parameter.is_pointer() != (parameter.direction != Direction::none)) return false;
+            if (parameter.is_pointer() != (parameter.direction != Direction::NONE)) return false;
         }
     }
     return true;

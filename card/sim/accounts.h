@@ -13,7 +13,7 @@ enum class Resource : u8 {
 #include "card/sim/resources.def"
 };
 
-// What show prints and what refuses one entry too many: there is no second count anywhere.
+// How much there is and how much is taken; there is no second count anywhere.
 struct Account {
     u32 limit;
     u32 used = 0;

@@ -64,12 +64,12 @@ Adjacency as_programmed(const prm_tx_adj &record) {
     return adjacency;
 }
 
-void attach(AdjacencyState &state, const Adjacency &adjacency) {
+void hold_references(AdjacencyState &state, const Adjacency &adjacency) {
     state.next_hops.use(adjacency.over);
     state.tunnels.use(adjacency.tunnel);
 }
 
-void detach(AdjacencyState &state, const Adjacency &adjacency) {
+void release_references(AdjacencyState &state, const Adjacency &adjacency) {
     state.next_hops.unuse(adjacency.over);
     state.tunnels.unuse(adjacency.tunnel);
 }
@@ -77,11 +77,11 @@ void detach(AdjacencyState &state, const Adjacency &adjacency) {
 void program(AdjacencyState &state, u32 nh, Adjacency *entry, bool created, const prm_tx_adj &record) {
     const Adjacency before = *entry;
     *entry = as_programmed(record);
-    attach(state, *entry);
+    hold_references(state, *entry);
     if (created) {
         state.next_hops.use(nh);
     } else {
-        detach(state, before);
+        release_references(state, before);
     }
     state.pending.erase(nh);
 }
@@ -135,7 +135,7 @@ prm_status_t del(Card &card, prm_handle_t client, prm_tx_adj *record) {
 
     const Adjacency before = *entry;
     if (const prm_status_t status = state.table.remove(nh)) return status;
-    detach(state, before);
+    release_references(state, before);
     state.tunnels.retire(before.tunnel);
     state.next_hops.unuse(nh);
     state.next_hops.retire(nh);

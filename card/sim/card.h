@@ -3,8 +3,7 @@
 // How it is built, for whoever adds to it:
 //
 // - `struct Card` is the whole state; there is no other. Tests make as many as they like. The C operations
-// act
-//   on the process's current card: `CurrentCard use(card);` chooses it for a scope.
+//   act on the process's current card: `CurrentCard use(card);` chooses it for a scope.
 // - One resource family is one file pair FAMILY.{h,cpp}. The header holds the family's state struct (tables,
 //   pools), which is a member of Card and is made from (Accounts &, const Inventory &), and the functions
 //   that other families call. The source holds the operations, functions in an unnamed namespace that read:
@@ -24,8 +23,9 @@
 // - Entries live in a Table (table.h), which counts on one account per resource (resources.def), refuses one
 //   entry too many and refuses to remove what another entry holds. An entry that refers to another keeps its
 //   key and calls hold() on the other's table; who removes or replaces an entry calls release().
-// - Indices that the card hands out come from an IndexPool (index_pool.h).
-// - Codes stand in codes.def, in the family's own section, with their texts.
+// - Indices that the card hands out come from an IndexPool (index_pool.h), or, where entries also name
+//   indices that nobody reserved, from a SharedPool (shared_pool.h).
+// - Codes stand in card/codes.def, in the family's own section, with their texts.
 #ifndef CARD_SIM_CARD_H
 #define CARD_SIM_CARD_H
 

@@ -1,3 +1,4 @@
+// Asks the kernel about a page by calls that make no sense otherwise: it looks at their memory first.
 #include "card/sim/client_memory.h"
 
 #include <linux/futex.h>

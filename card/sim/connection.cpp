@@ -22,7 +22,7 @@ Handle as_handle(uintptr_t number) {
     return reinterpret_cast<Handle>(number);
 }
 
-uintptr_t number(void *handle) {
+uintptr_t as_number(void *handle) {
     return reinterpret_cast<uintptr_t>(handle);
 }
 
@@ -66,8 +66,8 @@ prm_status_t remove_connection(ConnectionState &state, uintptr_t connection) {
 // Nothing hung on an event manager outlives it: its connections and their clients go first.
 void destroy_event_manager(Card &card, void **manager) {
     ConnectionState &state = card.connection;
-    if (manager == nullptr || !state.event_managers.contains(number(*manager))) return;
-    const uintptr_t event_manager = number(*manager);
+    if (manager == nullptr || !state.event_managers.contains(as_number(*manager))) return;
+    const uintptr_t event_manager = as_number(*manager);
     const auto here = [&](const ConnectionState::Connection &connection) {
         return connection.event_manager == event_manager;
     };
@@ -87,32 +87,32 @@ prm_status_t open(Card &card, void *event_manager, u32, const char *name, prm_no
     ConnectionState &state = card.connection;
     if (out == nullptr) return CARD_ERROR_NULL_POINTER;
     if (const prm_status_t status = check_name(name)) return status;
-    if (!state.event_managers.contains(number(event_manager))) return CARD_ERROR_UNKNOWN_EVENT_MANAGER;
+    if (!state.event_managers.contains(as_number(event_manager))) return CARD_ERROR_UNKNOWN_EVENT_MANAGER;
     if (find_key(state.connections, [&](const auto &connection) { return connection.name == name; }) != 0) {
         return CARD_ERROR_ALREADY_OPEN;
     }
     const uintptr_t handle = new_handle(state);
     ConnectionState::Connection *connection;
     if (const prm_status_t status = state.connections.add(handle, &connection)) return status;
-    *connection = {number(event_manager), name};
-    state.event_managers.hold(number(event_manager));
+    *connection = {as_number(event_manager), name};
+    state.event_managers.hold(as_number(event_manager));
     *out = as_handle<prm_handle_t>(handle);
     return CERR_SUCCESS;
 }
 
 prm_status_t close(Card &card, prm_handle_t handle) {
     ConnectionState &state = card.connection;
-    if (!state.connections.contains(number(handle))) return CARD_ERROR_BAD_HANDLE;
-    const prm_status_t status = remove_connection(state, number(handle));
+    if (!state.connections.contains(as_number(handle))) return CARD_ERROR_BAD_HANDLE;
+    const prm_status_t status = remove_connection(state, as_number(handle));
     return status == CARD_ERROR_IN_USE ? CARD_ERROR_CLIENTS_REGISTERED : status;
 }
 
 prm_status_t register_client(Card &card, prm_handle_t *out, u32, void *event_manager, prm_notify_t) {
     ConnectionState &state = card.connection;
     if (out == nullptr) return CARD_ERROR_NULL_POINTER;
-    if (!state.event_managers.contains(number(event_manager))) return CARD_ERROR_UNKNOWN_EVENT_MANAGER;
+    if (!state.event_managers.contains(as_number(event_manager))) return CARD_ERROR_UNKNOWN_EVENT_MANAGER;
     const uintptr_t connection = find_key(state.connections, [&](const auto &candidate) {
-        return candidate.event_manager == number(event_manager);
+        return candidate.event_manager == as_number(event_manager);
     });
     if (connection == 0) return CARD_ERROR_NOT_CONNECTED;
     const uintptr_t handle = new_handle(state);
@@ -130,11 +130,11 @@ uintptr_t client_named(const ConnectionState &state, const char *name) {
 
 prm_status_t set_name(Card &card, prm_handle_t handle, const char *name) {
     ConnectionState &state = card.connection;
-    ConnectionState::Client *const client = state.clients.find(number(handle));
+    ConnectionState::Client *const client = state.clients.find(as_number(handle));
     if (client == nullptr) return CARD_ERROR_BAD_HANDLE;
     if (const prm_status_t status = check_name(name)) return status;
     const uintptr_t owner = client_named(state, name);
-    if (owner != 0 && owner != number(handle)) return CARD_ERROR_NAME_TAKEN;
+    if (owner != 0 && owner != as_number(handle)) return CARD_ERROR_NAME_TAKEN;
     client->name = name;
     return CERR_SUCCESS;
 }

@@ -9,8 +9,8 @@
 namespace sim {
 namespace {
 
-enum : u32 { kChannelMapPort = 0xFF };
-enum : u32 { kMaxBatchEntries = 1024 };
+constexpr u32 kChannelMapPort = 0xFF;
+constexpr u32 kMaxBatchEntries = 1024;
 
 u16 bvi_uidb_of(const Inventory &inventory) {
     if (inventory.veltora_family) return UIDB_BVI_INDEX_VELTORA;
@@ -110,11 +110,11 @@ prm_status_t create_batch(Card &card, uintptr_t cookie, uidb_create_msg *request
     return CERR_SUCCESS;
 }
 
-prm_status_t create(Card &card, uintptr_t cookie, uidb_create_msg *request) {
+prm_status_t create_interface(Card &card, uintptr_t cookie, uidb_create_msg *request) {
     return create_batch(card, cookie, request, 1);
 }
 
-prm_status_t remove(Card &card, uintptr_t cookie, u32 if_handle) {
+prm_status_t delete_interface(Card &card, uintptr_t cookie, u32 if_handle) {
     if (const prm_status_t status = check_cookie(card, cookie)) return status;
     return delete_one(card, if_handle);
 }
@@ -268,16 +268,16 @@ prm_status_t update_lag(Card &card, uintptr_t cookie, uidb_lag_update *update) {
 
 // ---- What the inventory provides.
 
-void set(InterfaceState &state, Interface *interface, Feature feature, u32 value) {
+void provide_feature(InterfaceState &state, Interface *interface, Feature feature, u32 value) {
     interface->features |= 1u << static_cast<u32>(feature);
     interface->values[static_cast<size_t>(feature)] = value;
     ++state.feature_account.used;
 }
 
 void provide_features(InterfaceState &state, const InventoryInterface &described, Interface *interface) {
-    set(state, interface, Feature::L2, described.layer2 ? 1 : 0);
+    provide_feature(state, interface, Feature::L2, described.layer2 ? 1 : 0);
     if (described.in_bundle) {
-        set(state, interface, Feature::LAG_ID, described.lag_id);
+        provide_feature(state, interface, Feature::LAG_ID, described.lag_id);
         if (described.kind == InterfaceKind::BUNDLE) {
             Bundle *bundle;
             if (state.bundles.put(described.lag_id, &bundle) == CERR_SUCCESS) {
@@ -287,13 +287,13 @@ void provide_features(InterfaceState &state, const InventoryInterface &described
             state.bundles.hold(described.lag_id);
         }
     } else {
-        set(state, interface, Feature::NP_PORT, described.np_port);
+        provide_feature(state, interface, Feature::NP_PORT, described.np_port);
     }
     if (described.kind != InterfaceKind::SUB) return;
     const u32 tags = described.outer_vlan == 0 ? 0 : described.inner_vlan == 0 ? 1 : 2;
-    set(state, interface, Feature::OUTER_VLAN, described.outer_vlan);
-    set(state, interface, Feature::INNER_VLAN, described.inner_vlan);
-    set(state, interface, Feature::VLAN_TAGS, tags);
+    provide_feature(state, interface, Feature::OUTER_VLAN, described.outer_vlan);
+    provide_feature(state, interface, Feature::INNER_VLAN, described.inner_vlan);
+    provide_feature(state, interface, Feature::VLAN_TAGS, tags);
 }
 
 void provide(InterfaceState &state, const InventoryInterface &described) {
@@ -333,12 +333,12 @@ bool is_l3_sub_interface(const Interface &interface) {
 
 void install_interface(card::Backend &backend) {
     backend.uidb_create_interface_batch = on_card<create_batch>;
-    backend.uidb_create_interface = on_card<create>;
+    backend.uidb_create_interface = on_card<create_interface>;
     backend.uidb_set_feature = on_card<set_feature>;
     backend.uidb_set_feature_batch = on_card<set_feature_batch>;
     backend.uidb_set_port_feature = on_card<set_port_feature>;
     backend.uidb_update_lag = on_card<update_lag>;
-    backend.uidb_delete_interface = on_card<remove>;
+    backend.uidb_delete_interface = on_card<delete_interface>;
 }
 
 }  // namespace sim

@@ -37,7 +37,6 @@ enum class Feature : u8 {
     REWRITE_OUTER_VLAN,
     REWRITE_INNER_VLAN,
     MAC,
-    kCount,
 };
 
 struct Interface {

@@ -11,7 +11,7 @@ namespace sim {
 namespace {
 
 // Kinds of interface that a feature applies to.
-enum : u8 { kMain = 1, kSub = 2, kBundle = 4, kBvi = 8, kPhysical = kMain | kSub, kAll = 15 };
+constexpr u8 kMain = 1, kSub = 2, kBundle = 4, kBvi = 8, kPhysical = kMain | kSub, kAll = 15;
 
 struct FeatureRow {
     u32 id;
@@ -102,7 +102,7 @@ void apply_subif_port(Card &card, u32 if_handle, const uidb_feature &record) {
     if (ports.none()) card.interfaces.subif_ports.erase(if_handle);
 }
 
-enum : u32 { kUnknownRewrite = ~0u };
+constexpr u32 kUnknownRewrite = ~0u;
 
 // How many tags of a frame a rewrite operation takes away or replaces.
 u32 tags_taken(u32 operation) {

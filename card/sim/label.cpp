@@ -50,18 +50,18 @@ bool points_at_entry(const LabelEntry &entry) {
     return (entry.flags0 & ZOR_LABEL_NR_LDI) != 0;
 }
 
-void attach(Card &card, const LabelEntry &entry) {
+void hold_references(Card &card, const LabelEntry &entry) {
     if (points_at_entry(entry)) card.load_distribution.table.hold(entry.pointer);
     card.label.indices.use(entry.leaf_hw_idx);
 }
 
-void detach(Card &card, const LabelEntry &entry) {
+void release_references(Card &card, const LabelEntry &entry) {
     if (points_at_entry(entry)) card.load_distribution.table.release(entry.pointer);
     card.label.indices.unuse(entry.leaf_hw_idx);
 }
 
 template <bool modify>
-prm_status_t set(Card &card, prm_handle_t client, zor_label_request *request) {
+prm_status_t add_or_modify(Card &card, prm_handle_t client, zor_label_request *request) {
     if (const prm_status_t status = require(card, client, request)) return status;
     if (const prm_status_t status = check_request(*request)) return status;
     LabelEntry wanted;
@@ -80,17 +80,17 @@ prm_status_t set(Card &card, prm_handle_t client, zor_label_request *request) {
     }
     const LabelEntry before = *entry;
     *entry = wanted;
-    attach(card, wanted);
-    if (!created) detach(card, before);
+    hold_references(card, wanted);
+    if (!created) release_references(card, before);
     return CERR_SUCCESS;
 }
 
-bool remove(Card &card, u32 key) {
+bool remove_entry(Card &card, u32 key) {
     const LabelEntry *const entry = card.label.table.find(key);
     if (entry == nullptr) return false;
     const LabelEntry before = *entry;
     card.label.table.remove(key);
-    detach(card, before);
+    release_references(card, before);
     return true;
 }
 
@@ -101,8 +101,8 @@ prm_status_t del(Card &card, prm_handle_t client, zor_label_request *request) {
     if (request->key_len != ZOR_LABEL_DELETE_KEY_LEN || request->payload_len != 0)
         return CARD_ERROR_BAD_LENGTH;
     const u32 label = request->key.label;
-    const bool removed_eos0 = remove(card, label_key(label, false));
-    const bool removed_eos1 = remove(card, label_key(label, true));
+    const bool removed_eos0 = remove_entry(card, label_key(label, false));
+    const bool removed_eos1 = remove_entry(card, label_key(label, true));
     return success_if(removed_eos0 || removed_eos1, CARD_ERROR_NOT_FOUND);
 }
 
@@ -125,8 +125,8 @@ prm_status_t release(Card &card, prm_handle_t client, prm_mpls_leaf_release *req
 void install_label(card::Backend &backend) {
     backend.prm_srh_mpls_leaf_buddy_reserve = on_card<reserve>;
     backend.prm_srh_mpls_leaf_buddy_release = on_card<release>;
-    backend.zor_vop_prm_srh_label_ufib_add = on_card<set<false>>;
-    backend.zor_vop_prm_srh_label_ufib_mod = on_card<set<true>>;
+    backend.zor_vop_prm_srh_label_ufib_add = on_card<add_or_modify<false>>;
+    backend.zor_vop_prm_srh_label_ufib_mod = on_card<add_or_modify<true>>;
     backend.zor_vop_prm_srh_label_ufib_del = on_card<del>;
 }
 

@@ -7,14 +7,14 @@
 namespace sim {
 namespace {
 
-enum : u32 { kPointerLowBits = (1u << PRM_NR_LDI_PTR_SHIFT) - 1 };
+constexpr u32 kPointerLowBits = (1u << PRM_NR_LDI_PTR_SHIFT) - 1;
 
 u32 index_of(u32 pointer) {
     return pointer >> PRM_NR_LDI_PTR_SHIFT;
 }
 
 // What adds and deletes have in common.
-prm_status_t check_entry(const prm_nr_ldi &record) {
+prm_status_t check_request(const prm_nr_ldi &record) {
     if (record.owner != PRM_OWNER) return CARD_ERROR_BAD_OWNER;
     if (!all_zero(record.reserved4) || !all_zero(record.reserved24)) return CARD_ERROR_RESERVED_BYTES;
     if (record.ldi_kind != PRM_NR_LDI_KIND) return CARD_ERROR_BAD_KIND;
@@ -58,29 +58,29 @@ prm_status_t read_path(const prm_nr_ldi &record, LoadDistribution *entry) {
 }
 
 // Next hops are names: one without an adjacency is accepted, one with an adjacency keeps it.
-bool attach_next_hop(Card &card, u32 nh) {
+bool hold_next_hop(Card &card, u32 nh) {
     card.adjacency.next_hops.use(nh);
     return card.adjacency.table.hold(nh);
 }
 
-void detach_next_hop(Card &card, u32 nh, bool holds) {
+void release_next_hop(Card &card, u32 nh, bool holds) {
     if (holds) card.adjacency.table.release(nh);
     card.adjacency.next_hops.unuse(nh);
 }
 
-void attach(Card &card, LoadDistribution *entry) {
-    entry->holds_adjacency = attach_next_hop(card, entry->nh_idx);
-    entry->holds_mpls_adjacency = attach_next_hop(card, entry->mpls_nh_idx);
+void hold_references(Card &card, LoadDistribution *entry) {
+    entry->holds_adjacency = hold_next_hop(card, entry->nh_idx);
+    entry->holds_mpls_adjacency = hold_next_hop(card, entry->mpls_nh_idx);
 }
 
-void detach(Card &card, const LoadDistribution &entry) {
-    detach_next_hop(card, entry.nh_idx, entry.holds_adjacency);
-    detach_next_hop(card, entry.mpls_nh_idx, entry.holds_mpls_adjacency);
+void release_references(Card &card, const LoadDistribution &entry) {
+    release_next_hop(card, entry.nh_idx, entry.holds_adjacency);
+    release_next_hop(card, entry.mpls_nh_idx, entry.holds_mpls_adjacency);
 }
 
 prm_status_t add(Card &card, prm_handle_t client, prm_nr_ldi *record) {
     if (const prm_status_t status = require(card, client, record)) return status;
-    if (const prm_status_t status = check_entry(*record)) return status;
+    if (const prm_status_t status = check_request(*record)) return status;
     LoadDistribution wanted;
     if (const prm_status_t status = read_path(*record, &wanted)) return status;
 
@@ -91,25 +91,25 @@ prm_status_t add(Card &card, prm_handle_t client, prm_nr_ldi *record) {
         return status;
     const LoadDistribution before = *entry;
     *entry = wanted;
-    attach(card, entry);
+    hold_references(card, entry);
     if (created) {
         card.load_distribution.indices.use(index_of(pointer));
     } else {
-        detach(card, before);
+        release_references(card, before);
     }
     return CERR_SUCCESS;
 }
 
 prm_status_t del(Card &card, prm_handle_t client, prm_nr_ldi *record) {
     if (const prm_status_t status = require(card, client, record)) return status;
-    if (const prm_status_t status = check_entry(*record)) return status;
+    if (const prm_status_t status = check_request(*record)) return status;
     LoadDistributionState &state = card.load_distribution;
     const u32 pointer = record->ldi_ptr;
     const LoadDistribution *const entry = state.table.find(pointer);
     if (entry == nullptr) return CARD_ERROR_NOT_FOUND;
     const LoadDistribution before = *entry;
     if (const prm_status_t status = state.table.remove(pointer)) return status;
-    detach(card, before);
+    release_references(card, before);
     state.indices.unuse(index_of(pointer));
     state.indices.retire(index_of(pointer));
     return CERR_SUCCESS;

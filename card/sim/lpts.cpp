@@ -67,12 +67,9 @@ prm_status_t add(Card &card, prm_handle_t client, prm_lpts_request *request) {
     if (const prm_status_t status = check_request(*request, sizeof request->entry)) return status;
     if (const prm_status_t status = check_entry(request->entry)) return status;
     u32 entry_id;
-    if (const prm_status_t status = card.lpts.ids.reserve(1, &entry_id)) return status;
     prm_lpts_entry *entry;
-    if (const prm_status_t status = card.lpts.table.add(entry_id, &entry)) {
-        card.lpts.ids.release(entry_id);
-        return status;
-    }
+    const prm_status_t status = add_numbered(card.lpts.ids, card.lpts.table, &entry_id, &entry);
+    if (status != CERR_SUCCESS) return status;
     *entry = request->entry;
     request->id = id_of(entry_id, *entry);
     return CERR_SUCCESS;
@@ -92,9 +89,8 @@ prm_status_t del(Card &card, prm_handle_t client, prm_lpts_request *request) {
     if (const prm_status_t status = require(card, client, request)) return status;
     if (const prm_status_t status = check_request(*request, sizeof request->id)) return status;
     if (find(card, request->id) == nullptr) return CARD_ERROR_NOT_FOUND;
-    const u32 entry_id = request->id.entry;
-    if (const prm_status_t status = card.lpts.table.remove(entry_id)) return status;
-    return card.lpts.ids.release(entry_id);
+    remove_numbered(card.lpts.ids, card.lpts.table, request->id.entry);
+    return CERR_SUCCESS;
 }
 
 }  // namespace

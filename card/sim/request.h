@@ -1,4 +1,5 @@
-// What requests of several families have in common: owner, reserved bytes, reservations.
+// What requests of several families have in common: owner, reserved bytes, reservations, entries with
+// numbers.
 #ifndef CARD_SIM_REQUEST_H
 #define CARD_SIM_REQUEST_H
 
@@ -9,7 +10,7 @@
 
 namespace sim {
 
-enum : u32 { kMaxLabel = 0xFFFFF };
+constexpr u32 kMaxLabel = 0xFFFFF;
 
 // Records carry up to two thousand reserved bytes: every byte equal to the next, and the first 0.
 template <size_t N>
@@ -37,6 +38,26 @@ prm_status_t reserve_into(Pool &pool, prm_buddy_reserve *request) {
     const prm_status_t status = pool.reserve(request->count, &index);
     if (status == CERR_SUCCESS) request->index = index;
     return status;
+}
+
+// An entry under a number that the card picks; both or none are taken.
+template <typename Entry>
+prm_status_t add_numbered(IndexPool &numbers, Table<u32, Entry> &table, u32 *number, Entry **entry) {
+    u32 free;
+    if (const prm_status_t status = numbers.reserve(1, &free)) return status;
+    if (const prm_status_t status = table.add(free, entry)) {
+        numbers.release(free);
+        return status;
+    }
+    *number = free;
+    return CERR_SUCCESS;
+}
+
+// The number is free again; nothing else holds the entry.
+template <typename Entry>
+void remove_numbered(IndexPool &numbers, Table<u32, Entry> &table, u32 number) {
+    table.remove(number);
+    numbers.release(number);
 }
 
 }  // namespace sim

@@ -90,14 +90,14 @@ bool points_at_entry(const Leaf &leaf) {
 
 // Next hops that the pair of a recursive leaf names are in use; the first word is a pointer where the leaf
 // points at a load-distribution entry too.
-void attach(Card &card, const Leaf &leaf) {
+void hold_references(Card &card, const Leaf &leaf) {
     if (points_at_entry(leaf)) card.load_distribution.table.hold(leaf.ldi_ptr);
     if (leaf.flags1 == 0) return;
     if (!points_at_entry(leaf)) card.adjacency.next_hops.use(leaf.ldi_ptr);
     card.adjacency.next_hops.use(leaf.ldi_ptr2);
 }
 
-void detach(Card &card, const Leaf &leaf) {
+void release_references(Card &card, const Leaf &leaf) {
     if (points_at_entry(leaf)) card.load_distribution.table.release(leaf.ldi_ptr);
     if (leaf.flags1 == 0) return;
     if (!points_at_entry(leaf)) card.adjacency.next_hops.unuse(leaf.ldi_ptr);
@@ -121,13 +121,13 @@ prm_status_t program(Card &card, const Key &key, const zor_leaf_payload &payload
     }
     const Leaf before = *leaf;
     *leaf = wanted;
-    attach(card, wanted);
-    if (!created) detach(card, before);
+    hold_references(card, wanted);
+    if (!created) release_references(card, before);
     return CERR_SUCCESS;
 }
 
 template <typename Family, typename Key, bool modify>
-prm_status_t set(Card &card, prm_handle_t client, zor_leaf_request *request) {
+prm_status_t add_or_modify(Card &card, prm_handle_t client, zor_leaf_request *request) {
     if (const prm_status_t status = require(card, client, request)) return status;
     if (const prm_status_t status = check_request(*request)) return status;
     if (const prm_status_t status = check_payload(request->payload)) return status;
@@ -146,7 +146,7 @@ prm_status_t del(Card &card, prm_handle_t client, zor_leaf_request *request) {
     if (leaf == nullptr) return CARD_ERROR_NOT_FOUND;
     const Leaf before = *leaf;
     if (const prm_status_t status = Family::table(card).remove(key)) return status;
-    detach(card, before);
+    release_references(card, before);
     return CERR_SUCCESS;
 }
 
@@ -160,11 +160,11 @@ prm_status_t reserve(Card &card, prm_handle_t client, prm_buddy_reserve *request
 
 void install_route(card::Backend &backend) {
     backend.zor_vop_prm_srh_ip_leaf_reserve = on_card<reserve>;
-    backend.zor_vop_prm_srh_ipv4_leaf_add = on_card<set<Ipv4, Ipv4Key, false>>;
-    backend.zor_vop_prm_srh_ipv4_leaf_mod = on_card<set<Ipv4, Ipv4Key, true>>;
+    backend.zor_vop_prm_srh_ipv4_leaf_add = on_card<add_or_modify<Ipv4, Ipv4Key, false>>;
+    backend.zor_vop_prm_srh_ipv4_leaf_mod = on_card<add_or_modify<Ipv4, Ipv4Key, true>>;
     backend.zor_vop_prm_srh_ipv4_leaf_del = on_card<del<Ipv4, Ipv4Key>>;
-    backend.zor_vop_prm_srh_ipv6_leaf_add = on_card<set<Ipv6, Ipv6Key, false>>;
-    backend.zor_vop_prm_srh_ipv6_leaf_mod = on_card<set<Ipv6, Ipv6Key, true>>;
+    backend.zor_vop_prm_srh_ipv6_leaf_add = on_card<add_or_modify<Ipv6, Ipv6Key, false>>;
+    backend.zor_vop_prm_srh_ipv6_leaf_mod = on_card<add_or_modify<Ipv6, Ipv6Key, true>>;
     backend.zor_vop_prm_srh_ipv6_leaf_del = on_card<del<Ipv6, Ipv6Key>>;
 }
 

@@ -7,7 +7,7 @@
 namespace sim {
 namespace {
 
-enum : u16 { kLastDirection = 2 };
+constexpr u16 kLastDirection = 2;
 
 prm_status_t check_session(const Card &card, prm_handle_t client, const prm_span_request *request) {
     if (const prm_status_t status = require(card, client, request)) return status;

@@ -1,3 +1,4 @@
+// The TCAMs of the card: what a request must look like, and the operations.
 #include "card/sim/tcam.h"
 
 #include <algorithm>
@@ -14,12 +15,13 @@ static_assert(kTcamKeyBytes == PRM_TCAM_VALUE_MASK_KEY_SZ && kTcamResultBytes ==
 constexpr u32 kPorts = 256;
 constexpr u32 kFirstStatistics = 1;  // 0 in a result key is no statistics id
 
-constexpr u32 bit(u32 opcode) {
+constexpr u32 opcode_bit(u32 opcode) {
     return 1u << opcode;
 }
 
-constexpr u32 kKnownOpcodes = bit(PRM_TCAM_CREATE) | bit(PRM_TCAM_DESTROY) | bit(PRM_TCAM_INSERT) |
-                              bit(PRM_TCAM_DELETE) | bit(PRM_TCAM_STATS_ALLOC) | bit(PRM_TCAM_STATS_DEALLOC);
+constexpr u32 kKnownOpcodes = opcode_bit(PRM_TCAM_CREATE) | opcode_bit(PRM_TCAM_DESTROY) |
+                              opcode_bit(PRM_TCAM_INSERT) | opcode_bit(PRM_TCAM_DELETE) |
+                              opcode_bit(PRM_TCAM_STATS_ALLOC) | opcode_bit(PRM_TCAM_STATS_DEALLOC);
 
 // What an operation asks of the fields of its record.
 struct Form {
@@ -27,16 +29,16 @@ struct Form {
     bool names_entries;  // port, number of entries, key sizes and index count
 };
 
-constexpr Form kCreate = {bit(PRM_TCAM_CREATE), true};
-constexpr Form kInsert = {bit(PRM_TCAM_INSERT), true};
-constexpr Form kDelete = {bit(PRM_TCAM_DELETE), true};
-constexpr Form kDestroy = {bit(PRM_TCAM_DESTROY) | bit(PRM_TCAM_CREATE), true};
-constexpr Form kRead = {bit(PRM_TCAM_CREATE) | bit(PRM_TCAM_INSERT), true};
-constexpr Form kStatsAlloc = {bit(PRM_TCAM_STATS_ALLOC), false};
-constexpr Form kStatsDealloc = {bit(PRM_TCAM_STATS_DEALLOC), false};
+constexpr Form kCreate = {opcode_bit(PRM_TCAM_CREATE), true};
+constexpr Form kInsert = {opcode_bit(PRM_TCAM_INSERT), true};
+constexpr Form kDelete = {opcode_bit(PRM_TCAM_DELETE), true};
+constexpr Form kDestroy = {opcode_bit(PRM_TCAM_DESTROY) | opcode_bit(PRM_TCAM_CREATE), true};
+constexpr Form kRead = {opcode_bit(PRM_TCAM_CREATE) | opcode_bit(PRM_TCAM_INSERT), true};
+constexpr Form kStatsAlloc = {opcode_bit(PRM_TCAM_STATS_ALLOC), false};
+constexpr Form kStatsDealloc = {opcode_bit(PRM_TCAM_STATS_DEALLOC), false};
 
 bool among(u32 opcode, u32 opcodes) {
-    return opcode < 32 && (opcodes & bit(opcode)) != 0;
+    return opcode < 32 && (opcodes & opcode_bit(opcode)) != 0;
 }
 
 // Points 1 to 7 of the order in the header.

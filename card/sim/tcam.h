@@ -14,9 +14,8 @@ namespace sim {
 // Every operation validates its record in this order and answers at the first field that is wrong:
 //   1. there is a record
 //   2. the opcode is one of the known ones; if not, PRM_ERROR_INVALID_MSG, as for no other field
-//   3. the opcode is the operation's own (create 0, destroy 2 or 0, insert 3, delete 4, statistics 12 and 13;
-//   a
-//      read names the operation that programmed the entry, 0 or 3)
+//   3. the opcode is the operation's own (create 0, destroy 2 or 0, insert 3, delete 4, statistics 12 and
+//      13; a read names the operation that programmed the entry, 0 or 3)
 //   4. the feature is ACL or QoS; statistics are the ACL's alone
 //   5. the port is an 8-bit number
 //   6. there is an entry, and the keys have the sizes of a key

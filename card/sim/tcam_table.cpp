@@ -1,3 +1,4 @@
+// The entries of one TCAM in chunks, and the index that narrows a look-up down.
 #include "card/sim/tcam_table.h"
 
 #include <algorithm>

@@ -1,12 +1,14 @@
+// The traffic manager: ids, what requests must look like, and the operations.
 #include "card/sim/traffic_manager.h"
 
+#include <absl/container/flat_hash_map.h>
 #include <absl/container/inlined_vector.h>
 
 #include <algorithm>
 #include <cstring>
 
-#include "card/codes.h"
 #include "card/sim/backend.h"
+#include "card/sim/request.h"
 #include "zor_vop_prm_tcam.h"
 
 namespace sim {
@@ -14,7 +16,7 @@ namespace {
 
 // --- Ids ---------------------------------------------------------------------------------------------------
 //
-// Every id derives from the index of the policy or queue it belongs to, so that it exists exactly as long.
+// Every id derives from the number of the policy or queue it belongs to, so that it exists exactly as long.
 // The policers below kFirstPolicy are the platform's own.
 
 constexpr u32 kPlatformPolicers = 64;
@@ -23,25 +25,26 @@ constexpr u32 kFirstQueue = 1;
 constexpr u32 kMaxPolicies = 1u << 22;  // a policer id has 24 bits in a release
 constexpr u32 kMaxQueues = 1u << 22;
 
-// Statistics ids: four an index. Bit 29 is a flag, not part of the id.
+// Statistics ids: four a number. Bit 29 is a flag, not part of the id.
 constexpr u32 kPolicyStatistics = 0x01000000;
 constexpr u32 kQueueStatistics = 0x04000000;
 static_assert(kPolicyStatistics + 4 * (kFirstPolicy + kMaxPolicies) <= kQueueStatistics);
 static_assert(kQueueStatistics + 4 * (kFirstQueue + kMaxQueues) < PRM_TCAM_QOS_STATS_FLAG);
 
-enum PolicyCounter : u32 { kConforming, kExceeding, kViolating, kPolicyCounters };
-enum QueueCounter : u32 { kStatistics, kCommitted, kDropped, kQueueCounters };
+enum class PolicyCounter : u32 { CONFORMING, EXCEEDING, VIOLATING };
+enum class QueueCounter : u32 { STATISTICS, COMMITTED, DROPPED };
+constexpr u32 kCounters = 3;  // of a policer, and of a queue; a policy without policer has the first alone
 
-constexpr u32 statistics_of_policy(u32 index, PolicyCounter counter) {
-    return kPolicyStatistics + 4 * index + counter;
+constexpr u32 statistics_of_policy(u32 number, PolicyCounter counter) {
+    return kPolicyStatistics + 4 * number + static_cast<u32>(counter);
 }
-constexpr u32 statistics_of_queue(u32 index, QueueCounter counter) {
-    return kQueueStatistics + 4 * index + counter;
+constexpr u32 statistics_of_queue(u32 number, QueueCounter counter) {
+    return kQueueStatistics + 4 * number + static_cast<u32>(counter);
 }
 
-// Index and counter that an id of that range is made of.
+// Number and counter that an id of that range is made of.
 struct Counter {
-    u32 index;
+    u32 number;
     u32 counter;
 };
 constexpr Counter counter_of(u32 id, u32 range) {
@@ -71,18 +74,23 @@ const Item *items_behind(const Record &head) {
 
 // --- Nodes -------------------------------------------------------------------------------------------------
 
+// Answers that are the wrapper's own.
+constexpr prm_status_t kUnknownEngineOperation = 22;
+constexpr u32 kStatusRefused = 21;    // of a strict-priority configuration
+constexpr u32 kStatusConfigured = 1;  // of a configuration read back
+
 constexpr u32 kMaxMqcLevel = 1;
 constexpr u16 kSmallestWeight = 1;  // what the hardware makes of a weight of 0
 
-enum class NodeForm { kQueue, kPolicer, kCounter, kNone };
+enum class NodeForm { QUEUE, POLICER, COUNTER, NONE };
 
 NodeForm form_of(const wyk_hal_node &node) {
-    if ((node.type & WYK_HAL_NODE_TYPE) != WYK_HAL_NODE_TYPE_VALUE) return NodeForm::kNone;
+    if ((node.type & WYK_HAL_NODE_TYPE) != WYK_HAL_NODE_TYPE_VALUE) return NodeForm::NONE;
     const bool queue = (node.type & WYK_HAL_NODE_QUEUE) != 0;
     const bool policer = (node.type & WYK_HAL_NODE_POLICER) != 0;
     const bool counter = (node.counter_flags & WYK_HAL_NODE_COUNTER_VALID) != 0;
-    if (queue + policer + counter != 1) return NodeForm::kNone;
-    return queue ? NodeForm::kQueue : policer ? NodeForm::kPolicer : NodeForm::kCounter;
+    if (queue + policer + counter != 1) return NodeForm::NONE;
+    return queue ? NodeForm::QUEUE : policer ? NodeForm::POLICER : NodeForm::COUNTER;
 }
 
 }  // namespace
@@ -90,10 +98,12 @@ NodeForm form_of(const wyk_hal_node &node) {
 TrafficManagerState::TrafficManagerState(Accounts &accounts, const Inventory &inventory)
     : nps_(static_cast<u32>(inventory.np_local_ports.size())),
       ports_(inventory.ports),
-      queue_pool_(accounts[Resource::queue], kFirstQueue,
-                  std::min(accounts[Resource::queue].limit, kMaxQueues)),
-      policy_pool_(accounts[Resource::policy], kFirstPolicy,
-                   std::min(accounts[Resource::policy].limit, kMaxPolicies)) {}
+      policy_number_account_{std::min(accounts[Resource::policy].limit, kMaxPolicies)},
+      queue_number_account_{std::min(accounts[Resource::queue].limit, kMaxQueues)},
+      policy_numbers_(policy_number_account_, kFirstPolicy),
+      queue_numbers_(queue_number_account_, kFirstQueue),
+      policies_(accounts[Resource::policy]),
+      queues_(accounts[Resource::queue]) {}
 
 // The traffic manager counts the ports from 1.
 const TrafficManagerState::Port *TrafficManagerState::port(u32 number) const {
@@ -105,38 +115,40 @@ TrafficManagerState::Port *TrafficManagerState::port(u32 number) {
 }
 
 bool TrafficManagerState::has_queue(u32 fid0) const {
-    return queue_pool_.in_use(fid0);
+    return queues_.contains(fid0);
 }
 
 bool TrafficManagerState::has_policer(u32 id) const {
     if (id < kPlatformPolicers) return platform_policers_[id];
-    const auto found = policies_.find(id);
-    return found != policies_.end() && found->second.kind == WYK_HAL_POLICY_POLICER;
+    const Policy *const found = policies_.find(id);
+    return found != nullptr && found->kind == WYK_HAL_POLICY_POLICER;
 }
 
 bool TrafficManagerState::has_statistics(u32 id) const {
     id &= ~PRM_TCAM_QOS_STATS_FLAG;
     if (id >= kQueueStatistics) {
         const Counter c = counter_of(id, kQueueStatistics);
-        return c.counter < kQueueCounters && queue_pool_.in_use(c.index);
+        return c.counter < kCounters && has_queue(c.number);
     }
     if (id < kPolicyStatistics) return false;
     const Counter c = counter_of(id, kPolicyStatistics);
-    if (has_policer(c.index)) return c.counter < kPolicyCounters;
-    return c.counter == kConforming && policies_.contains(c.index);
+    if (has_policer(c.number)) return c.counter < kCounters;
+    return c.counter == static_cast<u32>(PolicyCounter::CONFORMING) && policies_.contains(c.number);
 }
 
 const TrafficManagerState::Policy *TrafficManagerState::policy(u32 stats_id) const {
     stats_id &= ~PRM_TCAM_QOS_STATS_FLAG;
-    if (stats_id < kPolicyStatistics || stats_id % 4 != kConforming) return nullptr;
-    const auto found = policies_.find(counter_of(stats_id, kPolicyStatistics).index);
-    return found != policies_.end() ? &found->second : nullptr;
+    const Counter c = counter_of(stats_id, kPolicyStatistics);
+    if (stats_id < kPolicyStatistics || c.counter != static_cast<u32>(PolicyCounter::CONFORMING)) {
+        return nullptr;
+    }
+    return policies_.find(c.number);
 }
 
-std::span<const TrafficManagerState::Class> TrafficManagerState::classes(u32 number) const {
+std::span<const u32> TrafficManagerState::class_queues(u32 number) const {
     const Port *const p = port(number);
     if (p == nullptr) return {};
-    return std::span(p->classes).last(p->class_count);
+    return std::span(p->class_queues).last(p->class_count);
 }
 
 // --- Engine operations -------------------------------------------------------------------------------------
@@ -156,7 +168,7 @@ prm_status_t TrafficManagerState::engine_op(u32 hal_type, const void *request, v
         case WYK_HAL_TM_INFO:
             return response != nullptr ? u32{CERR_SUCCESS} : CARD_ERROR_NULL_POINTER;
         default:
-            return WYK_HAL_EINVAL;
+            return kUnknownEngineOperation;
     }
 }
 
@@ -165,16 +177,17 @@ prm_status_t TrafficManagerState::allocate_default_queue(const wyk_hal_default_q
     Port *const p = port(request.port_index + 1);
     if (p == nullptr) return CARD_ERROR_UNKNOWN_PORT;
     if (p->default_queue != 0) return CERR_SUCCESS;
-    return queue_pool_.reserve(1, &p->default_queue);
+    Queue *queue;
+    return add_numbered(queue_numbers_, queues_, &p->default_queue, &queue);
 }
 
 prm_status_t TrafficManagerState::release_default_queue(const wyk_hal_default_queue &request) {
     Port *const p = port(request.port_index + 1);
     if (p == nullptr) return CARD_ERROR_UNKNOWN_PORT;
     if (p->default_queue == 0) return CARD_ERROR_NOT_FOUND;
-    const prm_status_t status = queue_pool_.release(p->default_queue);
+    remove_numbered(queue_numbers_, queues_, p->default_queue);
     p->default_queue = 0;
-    return status;
+    return CERR_SUCCESS;
 }
 
 // --- Results -----------------------------------------------------------------------------------------------
@@ -214,15 +227,15 @@ void TrafficManagerState::hand_out(const wyk_hal_result_item &item, wyk_hal_ids 
     if ((item.select & WYK_HAL_RESULT_QUEUE) != 0) {
         const u32 queue = port(item.port)->default_queue;
         ids->fid0 = queue;
-        ids->commit_id = statistics_of_queue(queue, kCommitted);
-        ids->drop_id = statistics_of_queue(queue, kDropped);
+        ids->commit_id = statistics_of_queue(queue, QueueCounter::COMMITTED);
+        ids->drop_id = statistics_of_queue(queue, QueueCounter::DROPPED);
     } else if ((item.select & WYK_HAL_RESULT_POLICER) != 0) {
         platform_policers_.set(item.word32);
         ids->policer_id = item.word32;
         ids->profile = static_cast<u16>(item.word32);
-        ids->stats_id = statistics_of_policy(item.word32, kConforming);
-        ids->exceed_id = statistics_of_policy(item.word32, kExceeding);
-        ids->violate_id = statistics_of_policy(item.word32, kViolating);
+        ids->stats_id = statistics_of_policy(item.word32, PolicyCounter::CONFORMING);
+        ids->exceed_id = statistics_of_policy(item.word32, PolicyCounter::EXCEEDING);
+        ids->violate_id = statistics_of_policy(item.word32, PolicyCounter::VIOLATING);
     }
 }
 
@@ -237,7 +250,7 @@ prm_status_t TrafficManagerState::config_policy_in_tm(const void *request, void 
     if (policies != 0) return configure_policies(head, items, policies, ids);
 
     if (!acceptable(head, items)) {
-        answer->status = WYK_HAL_STATUS_REFUSED;
+        answer->status = kStatusRefused;
         return CERR_SUCCESS;
     }
     answer->status = 0;
@@ -254,20 +267,21 @@ prm_status_t TrafficManagerState::configure_policies(const wyk_hal_policy_reques
             return CARD_ERROR_BAD_KIND;
         }
     }
-    u32 indices[kMaxRequestPolicies];
+    u32 numbers[kMaxRequestPolicies];
     for (u32 i = 0; i < count; ++i) {
-        const prm_status_t status = policy_pool_.reserve(1, &indices[i]);
-        if (status == CERR_SUCCESS) continue;
-        while (i > 0) policy_pool_.release(indices[--i]);
-        return status;
+        Policy *policy;
+        const prm_status_t status = add_numbered(policy_numbers_, policies_, &numbers[i], &policy);
+        if (status != CERR_SUCCESS) {
+            while (i > 0) remove_numbered(policy_numbers_, policies_, numbers[--i]);
+            return status;
+        }
+        *policy = {policies[i].kind, policies[i].mode_word, policies[i].committed_rate, policies[i].burst};
     }
     for (u32 i = 0; i < count; ++i) {
-        const wyk_hal_policy &wanted = policies[i];
-        policies_[indices[i]] = {wanted.kind, wanted.mode_word, wanted.committed_rate, wanted.burst};
-        ids[i].stats_id = statistics_of_policy(indices[i], kConforming);
-        if (wanted.kind == WYK_HAL_POLICY_POLICER) {
-            ids[i].policer_id = indices[i];
-            ids[i].profile = static_cast<u16>(indices[i]);
+        ids[i].stats_id = statistics_of_policy(numbers[i], PolicyCounter::CONFORMING);
+        if (policies[i].kind == WYK_HAL_POLICY_POLICER) {
+            ids[i].policer_id = numbers[i];
+            ids[i].profile = static_cast<u16>(numbers[i]);
             ids[i].stats_id |= PRM_TCAM_QOS_STATS_FLAG;
         }
     }
@@ -303,26 +317,26 @@ prm_status_t TrafficManagerState::configure_classes(const wyk_hal_policy_request
     Port &p = *port(head.port);
     const u32 missing = WYK_HAL_CLASSES - p.class_count;
     for (u32 i = 0; i < missing; ++i) {
-        const prm_status_t status = queue_pool_.reserve(1, &p.classes[i].queue);
+        Queue *queue;
+        const prm_status_t status = add_numbered(queue_numbers_, queues_, &p.class_queues[i], &queue);
         if (status == CERR_SUCCESS) continue;
-        while (i > 0) queue_pool_.release(p.classes[--i].queue);
+        while (i > 0) remove_numbered(queue_numbers_, queues_, p.class_queues[--i]);
         return status;
     }
     p.class_count = WYK_HAL_CLASSES;
     for (u32 i = 0; i < WYK_HAL_CLASSES; ++i) {
         const wyk_hal_policy &wanted = classes[i];
-        Class &c = p.classes[i];
-        c = {c.queue,
-             wanted.qos_group,
-             wanted.priority,
-             wanted.shaper_word,
-             wanted.bandwidth_mode,
-             std::max<u16>(wanted.weight, kSmallestWeight),
-             wanted.rate};
-        ids[i].fid0 = c.queue;
-        ids[i].commit_id = statistics_of_queue(c.queue, kCommitted);
-        ids[i].drop_id = statistics_of_queue(c.queue, kDropped);
-        ids[i].stats_id = statistics_of_queue(c.queue, kStatistics);
+        const u32 queue = p.class_queues[i];
+        *queues_.find(queue) = {.qos_group = wanted.qos_group,
+                                .priority = wanted.priority,
+                                .shaper_word = wanted.shaper_word,
+                                .bandwidth_mode = wanted.bandwidth_mode,
+                                .weight = std::max<u16>(wanted.weight, kSmallestWeight),
+                                .rate = wanted.rate};
+        ids[i].fid0 = queue;
+        ids[i].commit_id = statistics_of_queue(queue, QueueCounter::COMMITTED);
+        ids[i].drop_id = statistics_of_queue(queue, QueueCounter::DROPPED);
+        ids[i].stats_id = statistics_of_queue(queue, QueueCounter::STATISTICS);
     }
     return CERR_SUCCESS;
 }
@@ -352,19 +366,19 @@ prm_status_t TrafficManagerState::get_config(const void *request, void *response
     if (request == nullptr || response == nullptr) return CARD_ERROR_NULL_POINTER;
     const auto &wanted = as<wyk_hal_config_request>(request);
     if (wanted.count == 0 || wanted.count > WYK_HAL_CLASSES) return CARD_ERROR_BAD_COUNT;
-    const Class *found[WYK_HAL_CLASSES];
+    const Queue *found[WYK_HAL_CLASSES];
     for (u32 i = 0; i < wanted.count; ++i) {
         const wyk_hal_node &node = wanted.nodes[i];
         if ((node.type & WYK_HAL_NODE_QUEUE) == 0) return CARD_ERROR_BAD_KIND;
         if (port(node.port) == nullptr) return CARD_ERROR_UNKNOWN_PORT;
-        const std::span<const Class> configured = classes(node.port);
-        const auto c = std::find_if(configured.begin(), configured.end(),
-                                    [&](const Class &each) { return each.qos_group == node.qos_group; });
-        if (c == configured.end()) return CARD_ERROR_NOT_FOUND;
-        found[i] = &*c;
+        const std::span<const u32> configured = class_queues(node.port);
+        const auto its = std::find_if(configured.begin(), configured.end(),
+                                      [&](u32 fid0) { return queue(fid0)->qos_group == node.qos_group; });
+        if (its == configured.end()) return CARD_ERROR_NOT_FOUND;
+        found[i] = queue(*its);
     }
     auto *const answer = static_cast<wyk_hal_config_response *>(response);
-    answer->status = WYK_HAL_STATUS_CONFIGURED;
+    answer->status = kStatusConfigured;
     for (u32 i = 0; i < wanted.count; ++i) {
         answer->classes[i].bandwidth_mode = found[i]->bandwidth_mode;
         answer->classes[i].weight = found[i]->weight;
@@ -388,45 +402,42 @@ prm_status_t TrafficManagerState::deallocate_nodes(const void *request, u32 *sta
     for (u32 i = 0; i < head.count; ++i) {
         const wyk_hal_node &node = nodes[i];
         switch (form_of(node)) {
-            case NodeForm::kQueue: {
+            case NodeForm::QUEUE: {
                 Port *const p = port(node.port);
                 if (p == nullptr) return CARD_ERROR_UNKNOWN_PORT;
                 if (++queues[p] > p->class_count) return CARD_ERROR_NOT_FOUND;
                 break;
             }
-            case NodeForm::kPolicer: {
-                const u32 index = node.policer_word >> WYK_HAL_NODE_POLICER_SHIFT;
+            case NodeForm::POLICER: {
+                const u32 number = node.policer_word >> WYK_HAL_NODE_POLICER_SHIFT;
                 const u32 statistics = node.policer_stats_id & ~PRM_TCAM_QOS_STATS_FLAG;
                 if ((node.policer_word & WYK_HAL_NODE_POLICER_VALID) == 0) return CARD_ERROR_BAD_KIND;
-                if (index < kFirstPolicy || !has_policer(index) ||
-                    statistics != statistics_of_policy(index, kConforming)) {
+                if (number < kFirstPolicy || !has_policer(number) ||
+                    statistics != statistics_of_policy(number, PolicyCounter::CONFORMING)) {
                     return CARD_ERROR_NOT_FOUND;
                 }
-                policies.push_back(index);
+                policies.push_back(number);
                 break;
             }
-            case NodeForm::kCounter: {
+            case NodeForm::COUNTER: {
                 const Policy *const counter = policy(node.counter_id);
                 if (counter == nullptr || counter->kind != WYK_HAL_POLICY_COUNTER)
                     return CARD_ERROR_NOT_FOUND;
                 policies.push_back(
-                    counter_of(node.counter_id & ~PRM_TCAM_QOS_STATS_FLAG, kPolicyStatistics).index);
+                    counter_of(node.counter_id & ~PRM_TCAM_QOS_STATS_FLAG, kPolicyStatistics).number);
                 break;
             }
-            case NodeForm::kNone:
+            case NodeForm::NONE:
                 return CARD_ERROR_BAD_KIND;
         }
     }
     std::sort(policies.begin(), policies.end());
     if (std::adjacent_find(policies.begin(), policies.end()) != policies.end()) return CARD_ERROR_NOT_FOUND;
 
-    for (const u32 index : policies) {
-        policies_.erase(index);
-        policy_pool_.release(index);
-    }
+    for (const u32 number : policies) remove_numbered(policy_numbers_, policies_, number);
     for (const auto &[p, count] : queues) {
         for (u32 i = 0; i < count; ++i) {
-            queue_pool_.release(p->classes[WYK_HAL_CLASSES - p->class_count].queue);
+            remove_numbered(queue_numbers_, queues_, p->class_queues[WYK_HAL_CLASSES - p->class_count]);
             --p->class_count;
         }
     }

@@ -1,9 +1,7 @@
-// The traffic manager behind the NP HAL wrapper: policies with their counters and policers, and for each port
-// the default queue, the eight classes of a strict-priority configuration and the shaper.
+// The traffic manager behind the NP HAL wrapper: policies with their counters and policers, and queues: each
+// port's default queue, and those of the eight classes of its strict-priority configuration.
 #ifndef CARD_SIM_TRAFFIC_MANAGER_H
 #define CARD_SIM_TRAFFIC_MANAGER_H
-
-#include <absl/container/flat_hash_map.h>
 
 #include <array>
 #include <bitset>
@@ -13,16 +11,10 @@
 #include "card/sim/accounts.h"
 #include "card/sim/index_pool.h"
 #include "card/sim/inventory.h"
+#include "card/sim/table.h"
 #include "wyk_hal_records.h"
 
 namespace sim {
-
-// The wrapper's own codes, beside those of codes.h.
-enum wyk_hal_error : u32 {
-    WYK_HAL_EINVAL = 22,           // unknown type of engine operation
-    WYK_HAL_STATUS_REFUSED = 21,   // status word of a strict-priority configuration
-    WYK_HAL_STATUS_CONFIGURED = 1  // first word of a configuration read back
-};
 
 // Requests and responses come without a size. Each operation therefore looks at the head first, refuses a
 // count whose block would not fit the 16-bit sizes that these blocks are made with, and then touches exactly
@@ -52,38 +44,41 @@ class TrafficManagerState {
 
     // A policy as configured.
     struct Policy {
-        u16 kind;
-        u32 mode_word;
-        u32 committed_rate;
-        u32 burst;
+        u16 kind = 0;
+        u32 mode_word = 0;
+        u32 committed_rate = 0;
+        u32 burst = 0;
     };
-    // One class of a port.
-    struct Class {
-        u32 queue;
-        u16 qos_group;
-        u32 priority;
-        u32 shaper_word;
-        u32 bandwidth_mode;
-        u16 weight;
-        u32 rate;
+    // A queue as its class was configured; a default queue has no class.
+    struct Queue {
+        u16 qos_group = 0;
+        u32 priority = 0;
+        u32 shaper_word = 0;
+        u32 bandwidth_mode = 0;
+        u16 weight = 0;
+        u32 rate = 0;
     };
     // Null when there is none.
     const Policy *policy(u32 stats_id) const;
-    std::span<const Class> classes(u32 port) const;
+    const Queue *queue(u32 fid0) const { return queues_.find(fid0); }
+    // The queues of a port's classes that are not released.
+    std::span<const u32> class_queues(u32 port) const;
 
   private:
     struct Port {
         u32 default_queue = 0;  // 0: none
         u32 class_count = 0;    // configured and not yet released; released from the front
-        std::array<Class, WYK_HAL_CLASSES> classes{};
+        std::array<u32, WYK_HAL_CLASSES> class_queues{};
     };
 
     u32 nps_;
     std::vector<Port> ports_;  // of port 1 and on
-    IndexPool queue_pool_;
-    IndexPool policy_pool_;
-    absl::flat_hash_map<u32, Policy> policies_;  // by index
-    std::bitset<64> platform_policers_;          // asked for at least once
+    // The numbers are no resources of their own: there are as many as the tables have room for.
+    Account policy_number_account_, queue_number_account_;
+    IndexPool policy_numbers_, queue_numbers_;
+    Table<u32, Policy> policies_;
+    Table<u32, Queue> queues_;
+    std::bitset<64> platform_policers_;  // asked for at least once
 
     prm_status_t allocate_default_queue(const wyk_hal_default_queue &request);
     prm_status_t release_default_queue(const wyk_hal_default_queue &request);

@@ -3,12 +3,11 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 namespace kiv {
 
 namespace {
-
-constexpr std::string_view kFlash = "/disk0:/";
 
 std::string &flash_directory() {
     static std::string directory;
@@ -24,8 +23,8 @@ void map_flash(const std::string &directory) {
 std::string flash_path(std::string_view path, bool *good) {
     *good = true;
     const std::string &directory = flash_directory();
-    if (directory.empty() || !path.starts_with(kFlash)) return std::string(path);
-    std::string_view rest = path.substr(kFlash.size());
+    if (directory.empty() || !path.starts_with(kCardFlash)) return std::string(path);
+    std::string_view rest = path.substr(strlen(kCardFlash));
     // ".." may lead back to the flash, but not out of it.
     int depth = 0;
     for (size_t at = 0; at <= rest.size();) {

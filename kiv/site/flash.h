@@ -7,6 +7,9 @@
 
 namespace kiv {
 
+// Where the suite's files are: on a card a directory, elsewhere a name.
+inline constexpr const char *kCardFlash = "/disk0:/";
+
 // From now on fopen finds "/disk0:/..." in `directory`; with an empty one paths are taken as they are.
 // Programs that link the framework do so with -Wl,--wrap=fopen.
 void map_flash(const std::string &directory);

@@ -13,8 +13,6 @@ namespace kiv {
 
 namespace {
 
-constexpr const char *kFlashOfTheCard = "/disk0:/";
-
 std::vector<std::string> &default_sites() {
     static std::vector<std::string> directories;
     return directories;
@@ -26,7 +24,8 @@ void set_default_sites(std::vector<std::string> directories) {
     default_sites() = std::move(directories);
 }
 
-bool find_site(const std::string &option, bool no_site, std::string *directory, std::string *error) {
+bool find_site(const std::string &option, bool no_site, std::string *directory, std::string *error,
+               const std::string &card_flash) {
     directory->clear();
     if (no_site) return true;
     const char *variable = getenv("KIV_SITE");
@@ -37,7 +36,7 @@ bool find_site(const std::string &option, bool no_site, std::string *directory, 
         *error = (from_variable ? "KIV_SITE: " : "--site: ") + *directory + " is not a directory";
         return false;
     }
-    if (is_directory(kFlashOfTheCard)) return true;
+    if (is_directory(card_flash)) return true;
     for (const std::string &candidate : default_sites()) {
         if (!is_directory(candidate)) continue;
         *directory = candidate;
@@ -82,23 +81,29 @@ std::vector<std::string> Site::strangers(const kiv_context &context) const {
 
 bool Stager::stage(const CaseFiles &files, std::string *error) {
     for (size_t i = 0; i < kInputFileCount; ++i) {
-        if (known_[i] && sources_[i] == files.inputs[i]) continue;
-        const std::string target = flash_ + "/" + kInputFiles[i];
+        const std::string &source = files.inputs[i];
+        if (known_[i] && sources_[i] == source) continue;
+        known_[i] = false;  // until it is there
+        if (!put(i, source, error)) return false;
         known_[i] = true;
-        sources_[i] = files.inputs[i];
-        if (files.inputs[i].empty()) {
-            // What is left of another case would be read by this one. A file of the user's own stays.
-            if (*staged_ & (1u << i)) unlink(target.c_str());
-            *staged_ &= ~(1u << i);
-            continue;
-        }
-        std::string wanted, present, ignored;
-        if (!read_file(files.inputs[i], &wanted, error)) return false;
-        *staged_ |= 1u << i;
-        if (read_file(target, &present, &ignored) && present == wanted) continue;
-        if (!write_file(target, wanted, error)) return false;
+        sources_[i] = source;
     }
     return true;
+}
+
+bool Stager::put(size_t i, const std::string &source, std::string *error) {
+    const std::string target = flash_ + "/" + kInputFiles[i];
+    const uint32_t bit = 1u << i;
+    if (source.empty()) {
+        // What is left of another case would be read by this one. A file of the user's own stays.
+        if (*staged_ & bit) unlink(target.c_str());
+        *staged_ &= ~bit;
+        return true;
+    }
+    std::string wanted, present, ignored;
+    if (!read_file(source, &wanted, error)) return false;
+    *staged_ |= bit;
+    return (read_file(target, &present, &ignored) && present == wanted) || write_file(target, wanted, error);
 }
 
 }  // namespace kiv

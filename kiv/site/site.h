@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "kiv/registry.h"
+#include "kiv/site/flash.h"
 #include "kiv/site/overlay.h"
 
 namespace kiv {
@@ -16,9 +17,11 @@ namespace kiv {
 // Directories that a program names as its default sites, best first; the first that exists counts.
 void set_default_sites(std::vector<std::string> directories);
 
-// The site that --site, --no-site and the environment give: *directory stays empty when there is none. False,
-// with *error set, when the one asked for does not exist.
-bool find_site(const std::string &option, bool no_site, std::string *directory, std::string *error);
+// The site that --site, --no-site and the environment give: *directory stays empty when there is none, and on
+// a card, that is where `card_flash` exists, there is one only when it is named. False, with *error set, when
+// the one asked for does not exist.
+bool find_site(const std::string &option, bool no_site, std::string *directory, std::string *error,
+               const std::string &card_flash = kCardFlash);
 
 // Finds a case's files. The site's tree is read once.
 class Site {
@@ -56,6 +59,8 @@ class Stager {
     bool stage(const CaseFiles &files, std::string *error);
 
   private:
+    bool put(size_t i, const std::string &source, std::string *error);
+
     std::string flash_;
     uint32_t *staged_;
     std::array<std::string, kInputFileCount> sources_;

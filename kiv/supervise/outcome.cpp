@@ -58,8 +58,10 @@ void OutcomeScanner::restart() {
     last_ = Outcome::none;
 }
 
-void OutcomeScanner::keep(std::string_view text) {
-    if (lines_.size() < kKeptLines) lines_.emplace_back(text.substr(0, kKeptLength));
+bool OutcomeScanner::keep(std::string_view text) {
+    if (lines_.size() >= kKeptLines) return false;
+    lines_.emplace_back(text.substr(0, kKeptLength));
+    return true;
 }
 
 void OutcomeScanner::line_begins(std::string_view rest) {
@@ -70,8 +72,7 @@ void OutcomeScanner::line_begins(std::string_view rest) {
     switch (outcome) {
         case Outcome::failure:
             ++failures_;
-            keep(line);
-            line_open_ = line.size() == rest.size() && lines_.size() <= kKeptLines;
+            line_open_ = keep(line) && line.size() == rest.size();
             break;
         case Outcome::success:
             ++successes_;

@@ -40,7 +40,7 @@ class OutcomeScanner {
 
   private:
     void line_begins(std::string_view rest);
-    void keep(std::string_view text);
+    bool keep(std::string_view text);  // false when there are enough
     void judge_partial();
 
     uint64_t failures_ = 0, successes_ = 0;

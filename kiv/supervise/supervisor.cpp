@@ -22,16 +22,12 @@ namespace kiv {
 
 namespace {
 
-constexpr int64_t kSecond = 1'000'000'000;
 constexpr int64_t kShortPause = 50'000;
-constexpr int kShortPauses = 4;                  // before the supervision really sleeps
-constexpr int64_t kLongestSleep = kSecond / 50;  // what goes past the streams has to be fetched
-constexpr int64_t kFirstAnnouncement = 5 * kSecond;
-constexpr int64_t kInterruptGrace = 2 * kSecond;
-constexpr int64_t kLeavingGrace = 10 * kSecond;  // for a worker that has run its last case
+constexpr int kShortPauses = 4;                // before the supervision really sleeps
+constexpr int64_t kLongestSleep = 20'000'000;  // what goes past the streams has to be fetched
 constexpr int kPipeSize = 256 * 1024;
-constexpr int kLowestDescriptor =
-    64;  // out of the way of the suite's own, and past what a card's shell gives
+// Out of the way of the suite's own descriptors, and past what a card's shell passes on.
+constexpr int kLowestDescriptor = 64;
 
 std::string seconds_text(int64_t nanoseconds) {
     return reports::duration_text(std::chrono::nanoseconds(nanoseconds));
@@ -81,9 +77,10 @@ bool Supervisor::start_worker(uint64_t from) {
     }
     ring_.reset();
     ++worker_number_;
-    gone_ = forced_ = timed_out_ = false;
+    gone_ = forced_ = timed_out_ = damaged_ = false;
     polite_since_ = 0;
     stop_signal_ = 0;
+    stop_to_say_ = false;
     why_.clear();
     heard_at_ = now_ns();
     recorder_.console()->flush();
@@ -124,7 +121,6 @@ void Supervisor::work(pid_t supervisor, uint64_t from, const DirectPipe &pipe) {
 void Supervisor::watch() {
     const RecordBounds bounds{schedule_.size(), static_cast<uint32_t>(schedule_.context().folders.size())};
     int idle = 0;
-    bool damaged = false;
     while (true) {
         // What was in the ring at this moment is read before the clock is acted on: a case that has ended is
         // not late.
@@ -133,13 +129,14 @@ void Supervisor::watch() {
         size_t waiting;
         ring_.readable(&waiting);
         const size_t got =
-            damaged ? 0 : replay_ring(ring_, recorder_, bounds, std::max<size_t>(waiting, 1), &damaged);
-        if (damaged && polite_since_ == 0 && !gone_) {
+            damaged_ ? 0 : replay_ring(ring_, recorder_, bounds, std::max<size_t>(waiting, 1), &damaged_);
+        if (damaged_ && polite_since_ == 0 && !gone_) {
             why_ = "wrote over the memory of the run";
             polite_since_ = now;
             kill_worker();
         }
         if (gone_) break;
+        announce_stop();
         if (signals_->take_continued()) resumed_at_ = now;
         heed_interrupts(now);
         keep_time(now);
@@ -161,7 +158,7 @@ void Supervisor::watch() {
         recorder_.console()->flush();
         ring_.wait_readable(kLongestSleep);
     }
-    while (!damaged && replay_ring(ring_, recorder_, bounds, Ring::kSize, &damaged) > 0) {
+    while (!damaged_ && replay_ring(ring_, recorder_, bounds, Ring::kSize, &damaged_) > 0) {
     }
     while (drain_direct() > 0) {
     }
@@ -188,10 +185,7 @@ void Supervisor::look_after_worker() {
     while (waitpid(worker_, &status, WNOHANG | WUNTRACED | WCONTINUED) == worker_) {
         if (WIFSTOPPED(status)) {
             stop_signal_ = WSTOPSIG(status);
-            // Ctrl-Z stops the whole run; that needs no saying.
-            if (stop_signal_ != SIGTSTP)
-                recorder_.console()->announce("stopped by " + signal_name(stop_signal_) + ": " +
-                                              recorder_.item_name());
+            stop_to_say_ = stop_signal_ != SIGTSTP;  // Ctrl-Z stops the whole run; that needs no saying
         } else if (WIFCONTINUED(status)) {
             stop_signal_ = 0;
         } else {
@@ -200,6 +194,12 @@ void Supervisor::look_after_worker() {
             return;
         }
     }
+}
+
+void Supervisor::announce_stop() {
+    if (!stop_to_say_) return;
+    stop_to_say_ = false;
+    recorder_.console()->announce("stopped by " + signal_name(stop_signal_) + ": " + recorder_.item_name());
 }
 
 void Supervisor::end_worker(int64_t now, const std::string &why) {
@@ -232,7 +232,7 @@ void Supervisor::announce_slow(int64_t now) {
     const int64_t since = recorder_.item_started();
     if (announced_for_ != since) {
         announced_for_ = since;
-        next_announcement_ = since + kFirstAnnouncement;
+        next_announcement_ = since + policy_.announcement;
     }
     if (now < next_announcement_ || recorder_.operator_types()) return;
     next_announcement_ = now + (now - since);
@@ -254,7 +254,7 @@ void Supervisor::keep_time(int64_t now) {
 }
 
 void Supervisor::keep_time_of_an_ending_worker(int64_t now) {
-    const int64_t grace = interrupted_ ? std::min(kInterruptGrace, policy_.grace) : policy_.grace;
+    const int64_t grace = interrupted_ ? std::min(policy_.interrupted_grace, policy_.grace) : policy_.grace;
     if (forced_ || now - polite_since_ < grace) return;
     why_ += "; ignored SIGTERM for " + seconds_text(grace) + " and was killed";
     kill_worker();
@@ -269,9 +269,10 @@ void Supervisor::keep_time_between_items(int64_t now) {
     // The last case is over; only the program's own exit handlers run.
     if (announced_for_ != -1) {
         announced_for_ = -1;
-        next_announcement_ = now + kLeavingGrace;
+        next_announcement_ = now + policy_.leaving_grace;
     } else if (now >= next_announcement_) {
-        end_worker(now, "did not leave within " + seconds_text(kLeavingGrace) + " after its last case");
+        end_worker(now,
+                   "did not leave within " + seconds_text(policy_.leaving_grace) + " after its last case");
     }
 }
 
@@ -303,6 +304,8 @@ bool Supervisor::decide_what_next(uint64_t from) {
     }
     const bool in_item = recorder_.item_runs();
     const std::string ended_in = recorder_.item_name();
+    // What lies beside records that were written over is not believed either.
+    if (damaged_) ring_.control().worker = {};
     recorder_.worker_died(end, now_ns(), ring_.control().worker.counters);
     if (interrupted_) {
         recorder_.skip_to(schedule_.size(), "the run was interrupted");

@@ -38,6 +38,7 @@ class Supervisor {
     void keep_time_between_items(int64_t now);
     void keep_time_of_an_ending_worker(int64_t now);
     void announce_slow(int64_t now);
+    void announce_stop();
     void heed_interrupts(int64_t now);
     void end_worker(int64_t now, const std::string &why);
     void kill_worker();
@@ -62,6 +63,8 @@ class Supervisor {
     bool gone_ = false;
     int wait_status_ = 0;
     int stop_signal_ = 0;  // the worker is stopped by it
+    bool stop_to_say_ = false;
+    bool damaged_ = false;  // it wrote over the memory of the run
 
     // How the worker is being ended.
     int64_t polite_since_ = 0;  // SIGTERM was sent then, 0 not yet

@@ -35,9 +35,11 @@ void add_site(CLI::App &app, int *status) {
     CLI::App *const site = app.add_subcommand("site", "Check a site's files, or write a new site");
     site->require_subcommand(1);
     CLI::App *const check_command =
-        site->add_subcommand("check", "Explain what is wrong with a site's input files");
+        site->add_subcommand("check", "Explain what is wrong with a site's files");
     check_command->footer(
-        "Each file is read as the readers of the suite read it; every problem names file, line and field.\n"
+        "Input files are read as the suite reads them, card.toml as the simulated card reads it; every "
+        "problem\n"
+        "names file, line and field.\n"
         "Exit status: 0 when there is none, 1 when there are some, 2 when the directory is no site.");
     check_command->add_option("DIR", *directory, "Directory of the site")->required();
     check_command->callback([=] { *status = check(*directory); });

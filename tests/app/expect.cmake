@@ -2,6 +2,13 @@
 file(REMOVE_RECURSE ${WORK})
 file(MAKE_DIRECTORY ${WORK})
 
+# How many cases and folders the suite registers.
+file(STRINGS ${SOURCES}/tests/suite/registry/registration.golden cases REGEX "^case ")
+list(LENGTH cases case_count)
+list(TRANSFORM cases REPLACE "^case ([^ ]*)/.*" "\\1" OUTPUT_VARIABLE case_folders)
+list(REMOVE_DUPLICATES case_folders)
+list(LENGTH case_folders folder_count)  # of those with cases of their own
+
 # run(COMMAND...): its exit status in `status`, its output in `out`.
 macro(run)
   execute_process(COMMAND ${ARGN} WORKING_DIRECTORY ${WORK} RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE out)

@@ -48,6 +48,39 @@ TEST_F(OutputKeeperTest, LongOutputIsWholeInAFileAndItsEndsInMemory) {
     EXPECT_LT(text_.size(), 20000u);
 }
 
+TEST_F(OutputKeeperTest, OutputOfJustTheLimitNeedsNoFile) {
+    keeper_.restart("f", "c");
+    keeper_.add(std::string(400, 'a'));
+    keeper_.add(std::string(600, 'b'));
+    finish();
+    EXPECT_EQ(text_, std::string(400, 'a') + std::string(600, 'b'));
+    EXPECT_EQ(file_, "");
+}
+
+TEST_F(OutputKeeperTest, ShortOutputAfterALongOneIsItsOwn) {
+    keeper_.restart("f", "c");
+    keeper_.add(std::string(50'000, 'a'));
+    finish();
+    keeper_.restart("f", "d");
+    keeper_.add("short");
+    finish();
+    EXPECT_EQ(text_, "short");
+    EXPECT_EQ(size_, 5u);
+    EXPECT_EQ(file_, "");
+}
+
+TEST_F(OutputKeeperTest, FileOfALongNameIsStillAFile) {
+    const std::string folder(300, 'f');
+    keeper_.restart(folder, "a case with blanks");
+    keeper_.add(std::string(2000, 'a'));
+    finish();
+    EXPECT_EQ(file_, directory_.file("output/" + std::string(200, 'f') + ".txt"));
+    keeper_.restart("f", "a case");
+    keeper_.add(std::string(2000, 'a'));
+    finish();
+    EXPECT_EQ(file_, directory_.file("output/f.a.case.txt"));
+}
+
 TEST_F(OutputKeeperTest, OutputJustOverTheLimitIsKeptWhole) {
     keeper_.restart("f", "c");
     std::string whole(1002, 'a');

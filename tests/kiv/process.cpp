@@ -14,6 +14,11 @@
 
 namespace kiv_test {
 
+// A test that was started in the background passes on that it ignores interrupts.
+void default_signals() {
+    for (const int signal : {SIGINT, SIGQUIT, SIGHUP}) ::signal(signal, SIG_DFL);
+}
+
 Process::Process(const std::string &sample, const std::vector<std::string> &arguments,
                  const std::string &directory, const std::map<std::string, std::string> &environment,
                  const std::string &input) {
@@ -25,8 +30,10 @@ Process::Process(const std::string &sample, const std::vector<std::string> &argu
     if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
     prctl(PR_SET_CHILD_SUBREAPER, 1);  // what a killed run leaves comes to us
     pid_ = fork();
+    if (pid_ < 0) throw std::runtime_error("no process");  // -1 would be everybody to kill
     if (pid_ == 0) {
         setpgid(0, 0);
+        default_signals();
         dup2(in[0], 0);
         dup2(out[1], 1);
         dup2(out[1], 2);

@@ -19,6 +19,9 @@ struct Finished {
     long peak_kib = 0;  // of the biggest process
 };
 
+// In a child before it becomes a sample: signals are what they are for a program in the foreground.
+void default_signals();
+
 class Process {
   public:
     // Starts a sample in a process group of its own, with no site unless the environment names one. The

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <nlohmann/json.hpp>
 
 #include "tests/kiv/process.h"
 
@@ -156,7 +157,7 @@ TEST_F(RunTest, BrokenPlanOfTheSiteIsNamedWithItsLine) {
 
 TEST_F(RunTest, ReportsAreWrittenAndFailedCasesRunAgain) {
     const Finished first = run({"--json", "run.json", "--junit", "run.xml", "--tap", "run.tap", "--html",
-                                "run.html", "-second/below"});
+                                "run.html", "-second/below", "--disk0", "flash"});
     EXPECT_THAT(first.out, HasSubstr("FAILED: 8 cases"));
     for (const char *name : {"run.json", "run.xml", "run.tap", "run.html"})
         EXPECT_TRUE(exists(directory_.file(name)));
@@ -171,7 +172,8 @@ TEST_F(RunTest, RepeatAndShuffleTellTheirSeed) {
     EXPECT_THAT(run({"-q", "--repeat", "3", "first/passes"}).out, HasSubstr("PASSED: 3 cases, 3 passed"));
     const Finished shuffled = run({"--shuffle", "-q"});
     EXPECT_THAT(shuffled.out, HasSubstr("shuffled with --seed "));
-    const Finished one = run({"--seed", "5", "-second/below"}), two = run({"--seed", "5", "-second/below"});
+    const std::vector<std::string> words = {"--seed", "5", "-second/below", "--disk0", "flash"};
+    const Finished one = run(words), two = run(words);
     // The lines of the cases, up to the summary: verdict and name without the time.
     const auto names = [](const std::string &out) {
         const std::string cases = out.substr(0, std::min(out.find("\nSlowest"), out.find("\nNot good")));
@@ -230,6 +232,92 @@ TEST_F(RunTest, ColorIsForTerminalsAndWhoAsks) {
     EXPECT_THAT(run({"first", "--color", "always"}).out, HasSubstr("\033["));
 }
 
+TEST_F(RunTest, RunInPlaceStopsAtTheFirstBadCaseToo) {
+    const Finished finished = run({"--no-fork", "--fail-fast", "--json", "run.json"});
+    EXPECT_THAT(finished.out, HasSubstr("Stopped: after the first case that is not good (--fail-fast)\n"
+                                        "FAILED: 9 cases, 1 passed, 1 failed, 7 not run"));
+    EXPECT_THAT(finished.out, HasSubstr("not run                      reads_the_flash\n"
+                                        "      the run stopped before it\n"));
+    EXPECT_THAT(run({"--no-fork", "--fail-fast", "first/passes"}).out, Not(HasSubstr("Stopped")));
+}
+
+TEST_F(RunTest, PlanOfTheSiteCountsWhenNothingElseSelects) {
+    directory_.write("site/plan", "first/passes\nfirst/passes#2\n");
+    EXPECT_THAT(run({"--site", "site"}).out, HasSubstr("PASSED: 2 cases, 2 passed"));
+    EXPECT_THAT(run({"--site", "site", "-first/passes"}).out, HasSubstr("PASSED: 1 case, 1 passed"));
+    EXPECT_THAT(run({"--site", "site", "second/says_nothing"}).out, HasSubstr("PASSED: 1 case, 1 unchecked"));
+    EXPECT_THAT(run({"--site", "site", "--all"}).out, HasSubstr("FAILED: 10 cases"));
+    EXPECT_THAT(run({"--site", "site", "--list"}).out, HasSubstr("second/below/passes"));
+}
+
+TEST_F(RunTest, ShardWithoutACaseIsGood) {
+    EXPECT_THAT(run({"--shard", "9/9"}).out, HasSubstr("PASSED: 0 cases"));
+}
+
+TEST_F(RunTest, OutputLimitIsInKib) {
+    const auto out = [&](const char *limit) {
+        return Process("faulty", {"prints_a_lot/fault", "--output-limit", limit}, directory_.path(),
+                       {{"SAMPLE_BYTES", "4095"}})
+            .finish()
+            .out;
+    };
+    EXPECT_THAT(out("1"), HasSubstr("output: 4109 bytes, whole in " +
+                                    directory_.file("kiv-out/output/prints_a_lot.fault.txt")));
+    EXPECT_THAT(out("5"), Not(HasSubstr("whole in")));
+}
+
+TEST_F(RunTest, FilesOfTheSiteForNobodyAreNoted) {
+    directory_.write("site/cases/frist/kiv_input_file", "");
+    EXPECT_THAT(run({"--site", "site", "first/passes"}).out,
+                HasSubstr("Notes\n  the site has files for frist, but no folder or case is called so\n"));
+}
+
+TEST_F(RunTest, RunTellsWhatItIs) {
+    run({"--json", "run.json", "--shard", "1/2", "--seed", "7", "--repeat", "2", "--disk0", "flash", "first",
+         "second/says_nothing"});
+    const std::string text = read_text(directory_.file("run.json"));
+    const nlohmann::json start = nlohmann::json::parse(text.substr(0, text.find('\n')));
+    EXPECT_EQ(start["Disk0"], directory_.file("flash"));
+    EXPECT_EQ(start["Seed"], 7);
+    EXPECT_EQ(start["Repeat"], 2);
+    EXPECT_EQ(start["ShardIndex"], 0);
+    EXPECT_EQ(start["ShardCount"], 2);
+    EXPECT_EQ(start["SelectedCases"], 8);
+    ASSERT_EQ(start["Folders"].size(), 1u);
+    EXPECT_EQ(start["Folders"][0]["Package"], "first");
+    EXPECT_EQ(start["Folders"][0]["Cases"], 8);
+    EXPECT_EQ(start["Selected"].size(), 4u);  // those of one pass
+    EXPECT_THAT(start["Program"].get<std::string>(), testing::EndsWith("kiv_sample_mixed"));
+}
+
+TEST_F(RunTest, RunInPlaceWithoutASiteReadsItsOwnInput) {
+    EXPECT_THAT(run({"--no-fork", "-v", "second/reads_a_line"}, {}, "from the pipe\n").out,
+                HasSubstr("| read from the pipe\n"));
+}
+
+TEST_F(RunTest, QuietRunShowsOnlyWhatIsNotGood) {
+    const std::string out = run({"-q", "first"}).out;
+    EXPECT_THAT(out, Not(HasSubstr("  passed  ")));
+    EXPECT_THAT(out, HasSubstr("  FAILED  "));
+    EXPECT_THAT(out, Not(HasSubstr("\r")));  // progress is for terminals
+}
+
+TEST_F(RunTest, ObserverIsToldOfTheRunAndItsWorker) {
+    for (const char *how : {"-v", "--no-fork"}) {
+        const std::string out = Process("watched", {how}, directory_.path()).finish().out;
+        EXPECT_THAT(out, HasSubstr("Running 1 case, card of glass\n"));
+        EXPECT_THAT(out, HasSubstr("Notes\n  worker 1 begins\n  the worker ends\n  the run of 1 ends\n"));
+    }
+    EXPECT_THAT(Process("watched", {"--list"}, directory_.path()).finish().out, Not(HasSubstr("Notes")));
+}
+
+TEST_F(RunTest, ObserverMayRefuseTheRunAndHaveOptions) {
+    EXPECT_EQ(Process("watched", {"--refuse", "out of glass"}, directory_.path()).finish().out,
+              "kiv_sample_watched: out of glass\nNothing was run.\n");
+    EXPECT_THAT(Process("watched", {"--help"}, directory_.path()).finish().out,
+                HasSubstr("\nWatcher:\n  --refuse TEXT           Why nothing is to be run\n"));
+}
+
 // A terminal: what a person sees and types.
 class TerminalTest : public RunTest {
   protected:
@@ -243,6 +331,7 @@ class TerminalTest : public RunTest {
         const pid_t child = fork();
         if (child == 0) {
             setsid();
+            kiv_test::default_signals();
             const int side = open(name.c_str(), O_RDWR);
             dup2(side, 0);
             dup2(side, 1);

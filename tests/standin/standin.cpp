@@ -9,6 +9,16 @@
 #include <type_traits>
 #include <utility>
 
+// Records that the operations' headers only name.
+#include "prm_srh_l2.h"
+#include "prm_srh_lpts.h"
+#include "prm_srh_mpls_leaf.h"
+#include "prm_srh_nr_ldi.h"
+#include "prm_srh_span.h"
+#include "prm_srh_tx_adj.h"
+#include "zor_vop_prm_label.h"
+#include "zor_vop_prm_leaf.h"
+
 extern "C" {
 void *__real_malloc(size_t size);
 void *__real_calloc(size_t count, size_t size);
@@ -205,39 +215,9 @@ Argument describe(const Behaviour &behaviour, size_t index, prm_info *value) {
     return argument;
 }
 
-// Sizes of the records that the stand-in does not look into.
-template <class T>
-constexpr size_t record_size = sizeof(T);
-template <>
-constexpr size_t record_size<prm_nr_ldi> = 2124;
-template <>
-constexpr size_t record_size<prm_tx_adj> = 2124;
-template <>
-constexpr size_t record_size<prm_mpls_leaf_release> = 36;
-template <>
-constexpr size_t record_size<prm_lpts_request> = 2116;
-template <>
-constexpr size_t record_size<prm_xid_request> = 2124;
-template <>
-constexpr size_t record_size<prm_bd_request> = 2124;
-template <>
-constexpr size_t record_size<prm_l2_ecmp_request> = 2124;
-template <>
-constexpr size_t record_size<prm_shg_df_request> = 2124;
-template <>
-constexpr size_t record_size<prm_evpn_mac_request> = 2124;
-template <>
-constexpr size_t record_size<prm_vxlan_ole_request> = 2124;
-template <>
-constexpr size_t record_size<prm_span_request> = 2116;
-template <>
-constexpr size_t record_size<zor_leaf_request> = 188;
-template <>
-constexpr size_t record_size<zor_label_request> = 2124;
-
 template <class T>
 Argument describe(const Behaviour &behaviour, size_t index, T *value) {
-    return describe_block(behaviour, index, value, record_size<T>);
+    return describe_block(behaviour, index, value, sizeof(T));
 }
 
 template <class T>
@@ -314,6 +294,20 @@ Call answer(const char *name, A... arguments) {
     if (behaviour.hook) behaviour.hook(call);
     s.log[at].answer = call.answer;
     return call;
+}
+
+// What the caller gets: a status as it is; where the operation makes something, that or null; a code's text.
+template <class Result>
+Result result_of(const Call &call) {
+    if constexpr (std::is_same_v<Result, const char *>) {
+        static std::string text;
+        text = "error " + hex(call.arguments.at(0));
+        return text.c_str();
+    } else if constexpr (std::is_pointer_v<Result>) {
+        return call.answer == 0 ? kEvm : nullptr;
+    } else {
+        return static_cast<Result>(call.answer);  // of one that returns nothing: nothing
+    }
 }
 
 ssize_t write_out(void *, const char *text, size_t size) {
@@ -598,52 +592,11 @@ int kiv_check__(int flags, int condition, const char *text, const char *file, co
     return condition;
 }
 
-// Every operation but those below returns a number.
-void *event_manager_create(u32 a, u32 b, u32 c, u32 d) {
-    return answer("event_manager_create", a, b, c, d).answer == 0 ? kEvm : nullptr;
-}
-const char *cerr_strerror(u32 code) {
-    answer("cerr_strerror", code);
-    static std::string text;
-    text = "error " + hex(code);
-    return text.c_str();
-}
-
 #define FOR_EACH_ARGUMENT(...) __VA_OPT__(, ) __VA_ARGS__
-#define ANSWER_CAST(result) static_cast<result>
-#define OPERATION(family, result, name, parameters, arguments, ...) \
-    OPERATION_##family(result, name, parameters, arguments)
-#define DEFINE_OPERATION(result, name, parameters, arguments)                         \
-    result name parameters {                                                          \
-        return static_cast<result>(answer(#name FOR_EACH_ARGUMENT arguments).answer); \
+#define OPERATION(family, result, name, parameters, arguments, ...)          \
+    result name parameters {                                                 \
+        return result_of<result>(answer(#name FOR_EACH_ARGUMENT arguments)); \
     }
-#define OPERATION_connection(result, name, parameters, arguments) \
-    CONNECTION_##name(result, name, parameters, arguments)
-#define CONNECTION_event_manager_create(...)
-#define CONNECTION_event_manager_destroy DEFINE_OPERATION
-#define CONNECTION_prm_mgr_open DEFINE_OPERATION
-#define CONNECTION_prm_mgr_close DEFINE_OPERATION
-#define CONNECTION_prm_srh_register DEFINE_OPERATION
-#define CONNECTION_prm_srh_set_name DEFINE_OPERATION
-#define CONNECTION_prm_srh_unregister DEFINE_OPERATION
-#define OPERATION_platform(result, name, parameters, arguments) \
-    PLATFORM_##name(result, name, parameters, arguments)
-#define PLATFORM_wyk_np_info_num_local_ports DEFINE_OPERATION
-#define PLATFORM_platform_get_my_card_type DEFINE_OPERATION
-#define PLATFORM_is_veltora_family DEFINE_OPERATION
-#define PLATFORM_cerr_strerror(...)
-#define OPERATION_statistics DEFINE_OPERATION
-#define OPERATION_load_distribution DEFINE_OPERATION
-#define OPERATION_adjacency DEFINE_OPERATION
-#define OPERATION_label DEFINE_OPERATION
-#define OPERATION_route DEFINE_OPERATION
-#define OPERATION_lpts DEFINE_OPERATION
-#define OPERATION_l2 DEFINE_OPERATION
-#define OPERATION_evpn DEFINE_OPERATION
-#define OPERATION_span DEFINE_OPERATION
-#define OPERATION_tcam DEFINE_OPERATION
-#define OPERATION_interface DEFINE_OPERATION
-#define OPERATION_traffic_manager DEFINE_OPERATION
 #include "card/operations.def"
 
 void *__wrap_malloc(size_t size) {

@@ -197,13 +197,8 @@ TEST_F(AdjacencyTest, StrangersAndNullRecordsAreRefused) {
 
 class SmallAdjacencyTest : public L3Test {
   protected:
-    SmallAdjacencyTest() : L3Test(small()) {}
-    static Inventory small() {
-        Inventory inventory = small_inventory();
-        inventory.limits[Resource::next_hop].limit = 2;
-        inventory.limits[Resource::tunnel].limit = 1;
-        return inventory;
-    }
+    SmallAdjacencyTest()
+        : L3Test(limited(small_inventory(), {{Resource::next_hop, 2}, {Resource::tunnel, 1}})) {}
 };
 
 TEST_F(SmallAdjacencyTest, PoolsAreBounded) {

@@ -5,20 +5,21 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <initializer_list>
+#include <utility>
+
 #include "card/sim/backend.h"
 #include "card/sim/card.h"
 #include "tests/card/sim/watch.h"
 
 namespace sim {
 
-enum : u32 {
-    kMainA = 0x8000088,      // port 5, layer 3
-    kMainB = 0x8000090,      // port 6
-    kBundleIfh = 0x800A000,  // bundle 9
-    kL2Sub = 0x8001010,      // layer-2 sub-interface of kMainA, uidb 41
-    kL2SubB = 0x8001020,     // layer-2 sub-interface of kMainB, uidb 42
-    kL3Sub = 0x8001030,      // layer-3 sub-interface of kMainA, uidb 43
-};
+inline constexpr u32 kMainA = 0x8000088;      // port 5, layer 3
+inline constexpr u32 kMainB = 0x8000090;      // port 6
+inline constexpr u32 kBundleIfh = 0x800A000;  // bundle 9
+inline constexpr u32 kL2Sub = 0x8001010;      // layer-2 sub-interface of kMainA, uidb 41
+inline constexpr u32 kL2SubB = 0x8001020;     // layer-2 sub-interface of kMainB, uidb 42
+inline constexpr u32 kL3Sub = 0x8001030;      // layer-3 sub-interface of kMainA, uidb 43
 
 inline Inventory small_inventory() {
     Inventory inventory;
@@ -47,6 +48,12 @@ inline Inventory small_inventory() {
          .uidb = 43,
          .outer_vlan = 102},
     };
+    return inventory;
+}
+
+// An inventory with these limits.
+inline Inventory limited(Inventory inventory, std::initializer_list<std::pair<Resource, u32>> limits) {
+    for (const auto &[resource, limit] : limits) inventory.limits[resource].limit = limit;
     return inventory;
 }
 

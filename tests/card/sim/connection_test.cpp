@@ -122,11 +122,7 @@ TEST_F(ConnectionTest, NullAndUnusableArgumentsAreRefused) {
 }
 
 TEST_F(ConnectionTest, EveryTableIsBounded) {
-    Inventory inventory;
-    inventory.limits[Resource::event_manager].limit = 1;
-    inventory.limits[Resource::connection].limit = 1;
-    inventory.limits[Resource::client].limit = 1;
-    Card small(inventory);
+    Card small(limited({}, {{Resource::event_manager, 1}, {Resource::connection, 1}, {Resource::client, 1}}));
     CurrentCard use_small(small);
     void *const evm = event_manager_create(0, 0, 14, 0);
     EXPECT_EQ(event_manager_create(0, 0, 14, 0), nullptr);

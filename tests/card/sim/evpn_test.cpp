@@ -1,75 +1,29 @@
 // Multi-path groups, EVPN MACs, split-horizon and overlay entries.
 #include <cstring>
 
-#include "prm_srh_l2.h"
 #include "tests/card/sim/card_test.h"
+#include "tests/card/sim/l2_requests.h"
 
 namespace sim {
 namespace {
 
-enum : u32 { kBd = 500, kVtep = 0xC0A80101, kFarVtep = 0xC0A80202, kNextHop = 100510 };
+constexpr u32 kBd = 500;
 
 class EvpnTest : public CardTest {
   protected:
     void SetUp() override {
         CardTest::SetUp();
-        prm_bd_request request = domain();
+        prm_bd_request request = domain(kBd);
         ASSERT_EQ(prm_srh_bd_add(client, &request), 0u);
     }
-    static prm_bd_request domain() {
-        prm_bd_request request = {};
-        request.kind = PRM_L2_REQUEST_KIND;
-        request.xid_type = PRM_XID_TYPE_BRIDGE_DOMAIN;
-        request.bd_id = kBd;
-        request.object_code = PRM_L2_OBJECT_BRIDGE_DOMAIN;
-        return request;
-    }
     u32 delete_domain() {
-        prm_bd_request request = domain();
+        prm_bd_request request = domain(kBd);
         return prm_srh_bd_del(client, &request);
-    }
-    static prm_l2_ecmp_request vplag(u32 id, u32 paths = 1) {
-        prm_l2_ecmp_request request = {};
-        request.kind = PRM_L2_REQUEST_KIND;
-        request.object_code = PRM_L2_OBJECT_VPLAG;
-        request.info.source_vtep = kVtep;
-        request.info.vplag_id = id;
-        request.info.num_paths = paths;
-        for (u32 i = 0; i < paths && i < ZOR_L2_ECMP_MAX_PATHS; ++i) {
-            request.info.nh_id[i] = kNextHop + i;
-            request.info.remote_vtep[i] = kFarVtep + i;
-        }
-        return request;
     }
     u32 reserve() {
         prm_buddy_reserve request = {};
         EXPECT_EQ(prm_srh_vplag_buddy_reserve(client, &request), 0u);
         return request.index;
-    }
-    static prm_evpn_mac_request mac(u32 bd, u8 last) {
-        prm_evpn_mac_request request = {};
-        request.kind = PRM_L2_REQUEST_KIND;
-        request.xid_type = PRM_XID_TYPE_CIRCUIT;
-        request.entry.bd_id = bd;
-        request.entry.mac[5] = last;
-        request.entry.type = 1;
-        request.entry.fec = 0x18A9F;
-        return request;
-    }
-    static prm_shg_df_request forwarder(u32 address, u32 if_handle, u32 is_shg) {
-        prm_shg_df_request request = {};
-        request.kind = PRM_L2_REQUEST_KIND;
-        request.xid_type = PRM_XID_TYPE_CIRCUIT;
-        request.entry = {address, if_handle, is_shg};
-        return request;
-    }
-    static prm_vxlan_ole_request overlay(u32 bd, u32 vtep, u32 nh = kNextHop) {
-        prm_vxlan_ole_request request = {};
-        request.word20 = 1;
-        request.nh_id = nh;
-        request.bd_id = bd;
-        request.remote_vtep = vtep;
-        return request;
     }
 };
 

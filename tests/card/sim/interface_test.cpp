@@ -5,29 +5,13 @@
 
 #include "prm_srh_span.h"
 #include "tests/card/sim/card_test.h"
+#include "tests/card/sim/interface_requests.h"
 
 namespace sim {
 namespace {
 
-enum : u32 { kNewSub = 0x8002010, kNewBundle = 0x800B000, kBvi = 0x800004C };
-enum : uintptr_t { kCookie = UIDB_CLIENT_COOKIE };
-
-uidb_create_msg create_message(u32 if_handle, u32 iftype, u32 parent, u32 port) {
-    uidb_create_msg message = {};
-    message.if_handle = if_handle;
-    message.iftype = iftype;
-    message.parent_ifh = parent;
-    message.channel_map = port;
-    return message;
-}
-
-uidb_feature feature(u32 id, u32 value, u16 qualifier = 0) {
-    uidb_feature record = {};
-    record.qualifier = qualifier;
-    record.feature_id = id;
-    record.value = value;
-    return record;
-}
+constexpr u32 kNewSub = 0x8002010, kNewBundle = 0x800B000, kBvi = 0x800004C;
+constexpr uintptr_t kCookie = UIDB_CLIENT_COOKIE;
 
 class InterfaceTest : public CardTest {
   protected:
@@ -43,14 +27,8 @@ class InterfaceTest : public CardTest {
         return create(if_handle, UIDB_IFTYPE_SUB_INTERFACE, parent, 5);
     }
 
-    // One message with these records.
     u32 set(u32 if_handle, const std::vector<uidb_feature> &records) {
-        std::vector<char> message(sizeof(uidb_client_data) + records.size() * sizeof(uidb_feature));
-        const uidb_client_data head = {if_handle, static_cast<u16>(records.size()),
-                                       static_cast<u16>(records.size() * sizeof(uidb_feature))};
-        std::memcpy(message.data(), &head, sizeof head);
-        std::memcpy(message.data() + sizeof head, records.data(), records.size() * sizeof(uidb_feature));
-        return uidb_set_feature(kCookie, reinterpret_cast<uidb_client_data *>(message.data()));
+        return set_features(if_handle, records);
     }
     u32 set(u32 if_handle, u32 id, u32 value, u16 qualifier = 0) {
         return set(if_handle, {feature(id, value, qualifier)});
@@ -75,6 +53,91 @@ class InterfaceTest : public CardTest {
 };
 
 // ---- Creating and deleting.
+
+TEST_F(InterfaceTest, TheInventoryIsProvidedAsItIsDescribed) {
+    constexpr u32 kBundleSub = 0x800A010, kDoubleTagged = 0x8001040;
+    Inventory inventory = small_inventory();
+    inventory.interfaces.push_back({.handle = kBundleSub,
+                                    .kind = InterfaceKind::SUB,
+                                    .parent = kBundleIfh,
+                                    .outer_vlan = 7,
+                                    .in_bundle = true,
+                                    .lag_id = 9});
+    inventory.interfaces.push_back({.handle = kDoubleTagged,
+                                    .kind = InterfaceKind::SUB,
+                                    .parent = kMainB,
+                                    .np_port = 6,
+                                    .outer_vlan = 8,
+                                    .inner_vlan = 9});
+    Card described(inventory);
+    CurrentCard use_described(described);
+    const auto its = [&](u32 if_handle) -> const Interface & {
+        return *described.interfaces.table.find(if_handle);
+    };
+    EXPECT_EQ(its(kMainA).kind, InterfaceKind::MAIN);
+    EXPECT_EQ(its(kMainA).np_port, 5);
+    EXPECT_EQ(its(kMainA).value(Feature::NP_PORT), 5u);
+    EXPECT_EQ(its(kMainA).uidb, 40);
+    EXPECT_EQ(its(kMainA).parent, 0u);
+    EXPECT_EQ(its(kMainA).sub_interfaces, 2u);
+    EXPECT_FALSE(its(kMainA).is_layer2());
+    EXPECT_FALSE(its(kMainA).has(Feature::VLAN_TAGS));
+    EXPECT_NE(its(kMainB).uidb, 0) << "the card picks one";
+    EXPECT_EQ(described.interfaces.find_by_uidb(its(kMainB).uidb), &its(kMainB));
+    EXPECT_EQ(its(kL2Sub).parent, kMainA);
+    EXPECT_TRUE(its(kL2Sub).is_layer2());
+    EXPECT_EQ(its(kL2Sub).value(Feature::OUTER_VLAN), 100u);
+    EXPECT_EQ(its(kL2Sub).value(Feature::VLAN_TAGS), 1u);
+    EXPECT_EQ(its(kDoubleTagged).value(Feature::INNER_VLAN), 9u);
+    EXPECT_EQ(its(kDoubleTagged).value(Feature::VLAN_TAGS), 2u);
+    EXPECT_EQ(its(kBundleIfh).value(Feature::LAG_ID), 9u);
+    EXPECT_FALSE(its(kBundleIfh).has(Feature::NP_PORT));
+    EXPECT_TRUE(described.interfaces.bundles.contains(9));
+    EXPECT_EQ(described.interfaces.bundle_interfaces.at(9), kBundleIfh);
+    EXPECT_EQ(its(kBundleSub).value(Feature::LAG_ID), 9u);
+    EXPECT_EQ(described.interfaces.bundles.users(9), 1u);
+
+    // They go as those that were created later do: the parent is free once they are gone.
+    EXPECT_EQ(uidb_delete_interface(0, kBundleIfh), CARD_ERROR_HAS_SUB_INTERFACES);
+    EXPECT_EQ(lag(UIDB_LAG_DELETE, 9, {}), CARD_ERROR_IN_USE);
+    EXPECT_EQ(uidb_delete_interface(0, kBundleSub), 0u);
+    EXPECT_EQ(lag(UIDB_LAG_DELETE, 9, {}), 0u);
+    EXPECT_EQ(uidb_delete_interface(0, kBundleIfh), 0u);
+    EXPECT_EQ(uidb_delete_interface(0, kL3Sub), 0u);
+    EXPECT_EQ(its(kMainA).sub_interfaces, 1u);
+    // What is left of the account is what the inventory gave: two each to main interfaces, five to others.
+    EXPECT_EQ(described.accounts[Resource::feature].used, 2 * 2 + 5 * 3);
+}
+
+TEST_F(InterfaceTest, WhatIsCreatedIsKeptAsItWasAskedFor) {
+    u16 uidb = 0;
+    ASSERT_EQ(create(kNewSub, UIDB_IFTYPE_SUB_INTERFACE, kMainA, 7, &uidb), 0u);
+    EXPECT_EQ(at(kNewSub).kind, InterfaceKind::SUB);
+    EXPECT_EQ(at(kNewSub).parent, kMainA);
+    EXPECT_EQ(at(kNewSub).np_port, 7);
+    EXPECT_EQ(at(kNewSub).uidb, uidb);
+    EXPECT_EQ(at(kNewSub).features, 0u);
+    ASSERT_EQ(uidb_delete_interface(kCookie, kNewSub), 0u);
+    EXPECT_EQ(card.interfaces.handle_of_uidb(uidb), 0u);
+    EXPECT_EQ(card.interfaces.find_by_uidb(uidb), nullptr);
+    EXPECT_EQ(at(kMainA).sub_interfaces, 2u);
+    u16 again = 0;
+    ASSERT_EQ(create(kNewSub + 1, UIDB_IFTYPE_SUB_INTERFACE, kMainA, 7, &again), 0u);
+    EXPECT_EQ(again, uidb) << "its index is free";
+}
+
+TEST_F(InterfaceTest, WithoutAFreeIndexNothingIsCreated) {
+    Card full(limited(small_inventory(), {{Resource::interface, 70000}}));
+    CurrentCard use_full(full);
+    u32 created = 0;
+    u32 status;
+    while ((status = create(0x9000000 + created, UIDB_IFTYPE_SUB_INTERFACE, kMainA, 5)) == 0) ++created;
+    EXPECT_EQ(status, CARD_ERROR_POOL_EXHAUSTED);
+    EXPECT_EQ(created, 0xFFFFu - small_inventory().interfaces.size() - 1) << "one is the BVI's";
+    EXPECT_FALSE(full.interfaces.table.contains(0x9000000 + created));
+    EXPECT_EQ(full.interfaces.table.find(kMainA)->sub_interfaces, created + 2);
+    EXPECT_EQ(full.accounts[Resource::interface].used, created + small_inventory().interfaces.size());
+}
 
 TEST_F(InterfaceTest, CreateWritesTheIndexBack) {
     u16 uidb = 0, other = 0;
@@ -126,9 +189,7 @@ TEST_F(InterfaceTest, ABatchMayCreateAnInterfaceAndItsSubInterface) {
 }
 
 TEST_F(InterfaceTest, AFullTableRefusesAndDeletingMakesRoom) {
-    Inventory inventory = small_inventory();
-    inventory.limits[Resource::interface].limit = 7;
-    Card full(inventory);
+    Card full(limited(small_inventory(), {{Resource::interface, 7}}));
     CurrentCard use_full(full);
     ASSERT_EQ(create_sub(), 0u);
     EXPECT_EQ(create_sub(kNewSub + 1), CARD_ERROR_TABLE_FULL);
@@ -167,9 +228,7 @@ TEST_F(InterfaceTest, ThereIsOneBviAtATime) {
 }
 
 TEST_F(InterfaceTest, NoOtherInterfaceGetsTheIndexOfTheBvi) {
-    Inventory inventory = small_inventory();
-    inventory.limits[Resource::interface].limit = 5000;
-    Card wide(inventory);
+    Card wide(limited(small_inventory(), {{Resource::interface, 5000}}));
     CurrentCard use_wide(wide);
     for (u32 i = 0; i < 4100; ++i) {
         u16 uidb = 0;
@@ -306,6 +365,85 @@ TEST_F(InterfaceTest, RefusesValuesOutOfRange) {
     }
 }
 
+// Kinds that a feature applies to, and its largest value; beyond either it is refused.
+TEST_F(InterfaceTest, EveryFeatureHasItsKindsAndItsLargestValue) {
+    constexpr u32 kNone = 0xFFFFFFFF;  // every value is one
+    const u32 interfaces[] = {kMainB, kL3Sub, kBundleIfh, kBvi};
+    const struct {
+        u32 id;
+        u16 qualifier;
+        bool main, sub, bundle, bvi;
+        u32 largest;
+    } rows[] = {
+        {UIDB_FEATURE_IP_MTU, 2, true, true, true, true, 16384},
+        {UIDB_FEATURE_NP_PORT, 0, true, true, false, false, 63},
+        {UIDB_FEATURE_L2, 0, true, true, true, false, 1},
+        {UIDB_FEATURE_MPLS_ENABLE, 0, true, true, true, true, 1},
+        {UIDB_FEATURE_VRF, 0, true, true, true, true, 0xFFFF},
+        {UIDB_FEATURE_IPV4_ENABLE, 0, true, true, true, true, 1},
+        {UIDB_FEATURE_MAC, 0, true, true, true, true, kNone},
+        {UIDB_FEATURE_VLAN_TAGS, 0, false, true, false, false, 2},
+        {UIDB_FEATURE_OUTER_TPID, 0, false, true, false, false, 0xFFFF},
+        {UIDB_FEATURE_OUTER_VLAN, 0, false, true, false, false, 4095},
+        {UIDB_FEATURE_INNER_VLAN, 0, false, true, false, false, 4095},
+        {UIDB_FEATURE_REWRITE_OUTER_TPID, 0, true, true, true, false, 0xFFFF},
+        {UIDB_FEATURE_REWRITE_OUTER_VLAN, 0, true, true, true, false, 4095},
+        {UIDB_FEATURE_REWRITE_INNER_VLAN, 0, true, true, true, false, 4095},
+    };
+    ASSERT_EQ(create(kBvi, UIDB_IFTYPE_BVI, 0, 0), 0u);
+    for (const auto &row : rows) {
+        const bool applies[] = {row.main, row.sub, row.bundle, row.bvi};
+        for (size_t i = 0; i < std::size(interfaces); ++i) {
+            const u32 if_handle = interfaces[i];
+            const u32 beyond =
+                row.id == UIDB_FEATURE_NP_PORT ? CARD_ERROR_UNKNOWN_PORT : CARD_ERROR_BAD_VALUE;
+            if (!applies[i]) {
+                EXPECT_EQ(set(if_handle, row.id, 1, row.qualifier), CARD_ERROR_FEATURE_NOT_APPLICABLE)
+                    << row.id << " " << i;
+                continue;
+            }
+            EXPECT_EQ(set(if_handle, row.id, row.largest, row.qualifier), 0u) << row.id << " " << i;
+            if (row.largest != kNone) {
+                EXPECT_EQ(set(if_handle, row.id, row.largest + 1, row.qualifier), beyond) << row.id;
+            }
+            EXPECT_EQ(set(if_handle, row.id, 1, static_cast<u16>(row.qualifier + 1)),
+                      CARD_ERROR_BAD_QUALIFIER);
+        }
+    }
+    EXPECT_EQ(set(kBvi, UIDB_FEATURE_REWRITE_OP, 0), CARD_ERROR_FEATURE_NOT_APPLICABLE);
+    EXPECT_EQ(set(kBvi, UIDB_FEATURE_LAG_ID, 9), CARD_ERROR_FEATURE_NOT_APPLICABLE);
+    EXPECT_EQ(set(kMainB, UIDB_FEATURE_LAG_ID, 9), 0u);
+    EXPECT_EQ(set(kBvi, UIDB_FEATURE_STATS_POINTER, statistics(PRM_STATS_INGRESS)), 0u);
+    EXPECT_EQ(set(kBundleIfh, UIDB_FEATURE_STATS_POINTER, statistics(PRM_STATS_INGRESS)), 0u);
+}
+
+TEST_F(InterfaceTest, EveryFeatureKeepsItsValueInAPlaceOfItsOwn) {
+    const struct {
+        u32 id;
+        Feature feature;
+    } rows[] = {
+        {UIDB_FEATURE_NP_PORT, Feature::NP_PORT},
+        {UIDB_FEATURE_MPLS_ENABLE, Feature::MPLS_ENABLE},
+        {UIDB_FEATURE_VRF, Feature::VRF},
+        {UIDB_FEATURE_IPV4_ENABLE, Feature::IPV4_ENABLE},
+        {UIDB_FEATURE_REWRITE_OP, Feature::REWRITE_OP},
+        {UIDB_FEATURE_VLAN_TAGS, Feature::VLAN_TAGS},
+        {UIDB_FEATURE_OUTER_TPID, Feature::OUTER_TPID},
+        {UIDB_FEATURE_INNER_VLAN, Feature::INNER_VLAN},
+        {UIDB_FEATURE_REWRITE_OUTER_TPID, Feature::REWRITE_OUTER_TPID},
+        {UIDB_FEATURE_REWRITE_OUTER_VLAN, Feature::REWRITE_OUTER_VLAN},
+        {UIDB_FEATURE_REWRITE_INNER_VLAN, Feature::REWRITE_INNER_VLAN},
+    };
+    for (const auto &row : rows) {
+        Interface before = at(kL3Sub);
+        ASSERT_EQ(set(kL3Sub, row.id, 1), 0u) << row.id;
+        EXPECT_TRUE(at(kL3Sub).has(row.feature)) << row.id;
+        EXPECT_EQ(at(kL3Sub).value(row.feature), 1u) << row.id;
+        before.values[static_cast<size_t>(row.feature)] = 1;
+        EXPECT_EQ(std::memcmp(before.values, at(kL3Sub).values, sizeof before.values), 0) << row.id;
+    }
+}
+
 TEST_F(InterfaceTest, AMessageIsCheckedBeforeAnyOfItIsSet) {
     EXPECT_EQ(set(kL3Sub, {feature(UIDB_FEATURE_VRF, 9), feature(UIDB_FEATURE_OUTER_VLAN, 9999)}),
               CARD_ERROR_BAD_VALUE);
@@ -355,6 +493,10 @@ TEST_F(InterfaceTest, ABatchSetsFeaturesOfSeveralInterfacesOrOfNone) {
     batch.entries[1].feature = feature(UIDB_FEATURE_IPV4_ENABLE, 1);
     EXPECT_EQ(uidb_set_feature_batch(kCookie, &batch.head), CARD_ERROR_UNKNOWN_INTERFACE);
     EXPECT_FALSE(at(kMainA).has(Feature::IPV4_ENABLE));
+    std::swap(batch.entries[0], batch.entries[1]);
+    EXPECT_EQ(uidb_set_feature_batch(kCookie, &batch.head), CARD_ERROR_UNKNOWN_INTERFACE);
+    EXPECT_FALSE(at(kMainA).has(Feature::IPV4_ENABLE));
+    batch.entries[0].if_handle = kMainA;
     batch.entries[1].if_handle = kMainB;
     EXPECT_EQ(uidb_set_feature_batch(kCookie, &batch.head), 0u);
     EXPECT_EQ(at(kMainA).value(Feature::IPV4_ENABLE), 1u);

@@ -1,71 +1,16 @@
 // Bridge domains, attachment circuits and cross-connects.
-#include "prm_srh_l2.h"
 #include "prm_srh_tx_adj.h"
 #include "tests/card/sim/card_test.h"
+#include "tests/card/sim/interface_requests.h"
+#include "tests/card/sim/l2_requests.h"
 
 namespace sim {
 namespace {
 
-enum : u32 {
-    kBd = 100,
-    kAc = 41,
-    kAcB = 42,
-    kL3Uidb = 43,
-    kBviIfh = 0x800004C,
-    kBviUidb = 4064,
-    kPw = 32768
-};
+constexpr u32 kBd = 100, kAc = 41, kAcB = 42, kL3Uidb = 43, kBviIfh = 0x800004C, kBviUidb = 4064, kPw = 32768;
 
 class L2Test : public CardTest {
   protected:
-    static prm_bd_request domain(u32 bd) {
-        prm_bd_request request = {};
-        request.kind = PRM_L2_REQUEST_KIND;
-        request.xid_type = PRM_XID_TYPE_BRIDGE_DOMAIN;
-        request.bd_id = bd;
-        request.object_code = PRM_L2_OBJECT_BRIDGE_DOMAIN;
-        return request;
-    }
-    static prm_xid_request member(u32 bd, u32 uidb, u32 kind = PRM_XID_KIND_AC) {
-        prm_xid_request request = {};
-        request.kind = PRM_L2_REQUEST_KIND;
-        request.xid_type = PRM_XID_TYPE_CIRCUIT;
-        request.object_code = PRM_L2_OBJECT_CIRCUIT;
-        request.flags89 = PRM_XID_89_BIT6;
-        request.xid_kind = kind;
-        request.bd_id = bd;
-        request.member_uidb = uidb;
-        return request;
-    }
-    static prm_xid_request vsp(u32 bd, u32 ac_xid, u32 uidb) {
-        prm_xid_request request = member(bd, uidb);
-        request.ac_xid = ac_xid;
-        request.flags92 = PRM_XID_92_VSP;
-        request.vsp_word = PRM_XID_VSP_WORD;
-        return request;
-    }
-    static prm_xid_request local(u32 uidb1, u32 uidb2 = 0) {
-        prm_xid_request request = {};
-        request.kind = PRM_L2_REQUEST_KIND;
-        request.segment1_key = uidb1;
-        request.segment2_key = uidb2;
-        return request;
-    }
-    static prm_xid_request pseudowire(u64 xid, u32 key, u32 nh = 0, u32 tunnel = 0) {
-        prm_xid_request request = {};
-        request.kind = PRM_L2_REQUEST_KIND;
-        request.xid_type = PRM_XID_TYPE_CIRCUIT;
-        request.xid = xid;
-        request.object_code = PRM_L2_OBJECT_CIRCUIT;
-        request.option = PRM_XID_PSEUDOWIRE_OPTION;
-        request.segment1_key = key;
-        request.segment2_key = 16020;
-        request.segment2_word = 24007;
-        request.nh_id = nh;
-        request.tunnel_id = tunnel;
-        return request;
-    }
-
     u32 add(prm_xid_request request) { return prm_srh_xid_add(client, &request); }
     u32 mod(prm_xid_request request) { return prm_srh_xid_mod(client, &request); }
     u32 del(prm_xid_request request) { return prm_srh_xid_del(client, &request); }
@@ -80,13 +25,7 @@ class L2Test : public CardTest {
     const Circuit *circuit(u32 uidb) const {
         return card.l2.circuits.find(circuit_on(static_cast<u16>(uidb)));
     }
-    u32 set_l2(u32 if_handle, u32 flag) {
-        uidb_client_data_of<1> message = {};
-        message.head = {if_handle, 1, sizeof(uidb_feature)};
-        message.features[0].feature_id = UIDB_FEATURE_L2;
-        message.features[0].value = flag;
-        return uidb_set_feature(0, &message.head);
-    }
+    u32 set_l2(u32 if_handle, u32 flag) { return set_features(if_handle, {feature(UIDB_FEATURE_L2, flag)}); }
 };
 
 // ---- Bridge domains.
@@ -215,9 +154,7 @@ TEST_F(L2Test, VspCircuitsAreNamedByTheirXid) {
 }
 
 TEST_F(L2Test, ABviIsAMemberOfItsKind) {
-    uidb_create_msg message = {};
-    message.if_handle = kBviIfh;
-    message.iftype = UIDB_IFTYPE_BVI;
+    uidb_create_msg message = create_message(kBviIfh, UIDB_IFTYPE_BVI, 0, 0);
     ASSERT_EQ(add_bd(), 0u);
     EXPECT_EQ(add(member(kBd, kBviUidb, PRM_XID_KIND_BVI)), CARD_ERROR_UNKNOWN_INTERFACE);
     ASSERT_EQ(uidb_create_interface(0, &message), 0u);
@@ -296,7 +233,7 @@ class PseudowireTest : public L2Test {
         adjacency.tunnel_if = kTunnel;
         ASSERT_EQ(prm_srh_tx_adj_add(client, &adjacency), 0u);
     }
-    enum : u32 { kNextHop = 200, kTunnel = 300 };
+    static constexpr u32 kNextHop = 200, kTunnel = 300;
 };
 
 TEST_F(PseudowireTest, JoinsACircuitAndIsRemovedByXid) {

@@ -130,13 +130,8 @@ TEST_F(LoadDistributionTest, APoolNeverHandsOutANamedPointer) {
 
 class SmallLoadDistributionTest : public L3Test {
   protected:
-    SmallLoadDistributionTest() : L3Test(small()) {}
-    static Inventory small() {
-        Inventory inventory = small_inventory();
-        inventory.limits[Resource::nr_ldi].limit = 2;
-        inventory.limits[Resource::nr_ldi_index].limit = 2;
-        return inventory;
-    }
+    SmallLoadDistributionTest()
+        : L3Test(limited(small_inventory(), {{Resource::nr_ldi, 2}, {Resource::nr_ldi_index, 2}})) {}
 };
 
 TEST_F(SmallLoadDistributionTest, OneEntryTooManyIsRefusedAndReplacingIsNot) {

@@ -182,12 +182,7 @@ TEST_F(RouteTest, StrangersAndNullRecordsAreRefused) {
 
 class SmallRouteTest : public L3Test {
   protected:
-    SmallRouteTest() : L3Test(small()) {}
-    static Inventory small() {
-        Inventory inventory = small_inventory();
-        inventory.limits[Resource::ipv4_leaf].limit = 1;
-        return inventory;
-    }
+    SmallRouteTest() : L3Test(limited(small_inventory(), {{Resource::ipv4_leaf, 1}})) {}
 };
 
 TEST_F(SmallRouteTest, OneLeafTooManyIsRefusedAndHoldsNothing) {

@@ -1,6 +1,7 @@
 // Mirror sessions and their sources.
 #include "prm_srh_span.h"
 #include "tests/card/sim/card_test.h"
+#include "tests/card/sim/interface_requests.h"
 
 namespace sim {
 namespace {
@@ -19,12 +20,8 @@ class SpanTest : public CardTest {
         return prm_srh_span_fwd_del(client, &request);
     }
     u32 source(u32 if_handle, int direction, u32 value) {
-        uidb_client_data_of<1> message = {};
-        message.head = {if_handle, 1, sizeof(uidb_feature)};
-        message.features[0].qualifier = static_cast<u16>(direction);
-        message.features[0].feature_id = UIDB_FEATURE_SPAN_SOURCE;
-        message.features[0].value = value;
-        return uidb_set_feature(0, &message.head);
+        return set_features(if_handle,
+                            {feature(UIDB_FEATURE_SPAN_SOURCE, value, static_cast<u16>(direction))});
     }
     u32 add(u32 if_handle, int direction, u32 session) { return source(if_handle, direction, session); }
     u32 remove(u32 if_handle, int direction, u32 session) {

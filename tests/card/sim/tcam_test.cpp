@@ -463,17 +463,11 @@ TEST_F(TcamTest, KeysMayReachToTheEndOfMemoryAndNoFurther) {
 
 // --- Limits ------------------------------------------------------------------------------------------------
 
-Inventory tiny() {
-    Inventory inventory;
-    inventory.limits[Resource::tcam].limit = 2;
-    inventory.limits[Resource::tcam_entry].limit = 5;
-    inventory.limits[Resource::acl_statistics].limit = 1;
-    return inventory;
-}
-
 class SmallTcamTest : public TcamTest {
   protected:
-    SmallTcamTest() : small(tiny()), use_small(small) {}
+    SmallTcamTest()
+        : small(limited({}, {{Resource::tcam, 2}, {Resource::tcam_entry, 5}, {Resource::acl_statistics, 1}})),
+          use_small(small) {}
     Card small;
     CurrentCard use_small;
 };

@@ -49,7 +49,7 @@ template <typename Argument>
 std::vector<u8> bytes_behind(const Argument &argument, Direction direction) {
     using Pointee = std::remove_cv_t<std::remove_pointer_t<Argument>>;
     if constexpr (std::is_pointer_v<Argument> && !std::is_void_v<Pointee> && !std::is_function_v<Pointee>) {
-        if (argument == nullptr || direction != Direction::in) return {};
+        if (argument == nullptr || direction != Direction::IN) return {};
         const u8 *const bytes = reinterpret_cast<const u8 *>(argument);
         return std::vector<u8>(bytes, bytes + sizeof(Pointee));
     } else {

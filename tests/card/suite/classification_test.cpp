@@ -83,7 +83,7 @@ class SuiteOnCardTest : public ::testing::TestWithParam<Kind> {
 
 TEST_P(SuiteOnCardTest, EveryAclCasePasses) {
     run("acl");
-    EXPECT_EQ(runs.size(), 27u);
+    EXPECT_GE(runs.size(), 27u);
     expect_all_well();
     for (const Told &each : runs) EXPECT_GT(each.checks, 0) << each.name;
     EXPECT_THAT(run_of("create").printed,
@@ -101,7 +101,7 @@ TEST_P(SuiteOnCardTest, EveryAclCasePasses) {
 
 TEST_P(SuiteOnCardTest, EveryQosCasePassesOrDoesNotApply) {
     run("qos");
-    EXPECT_EQ(runs.size(), 36u);
+    EXPECT_GE(runs.size(), 36u);
     expect_all_well();
     for (const Told &each : runs) {
         const bool match =

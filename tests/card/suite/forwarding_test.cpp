@@ -25,11 +25,11 @@ bool is_layer3(const Case &c) {
     return folder && part;
 }
 
-class L3CasesTest : public CardTest {
+class L3CasesTest : public testing::Test {
   protected:
     void SetUp() override {
-        CardTest::SetUp();
-        prm_async_handle = client;
+        const Told connected = standin::told_by("set-up", setup_bm_prm_conn);
+        ASSERT_EQ(connected.failed_checks, std::vector<std::string>{});
         standin::flash_file("kiv_tcs_input_file",
                             "IFH:8000088,UIDB:40,INTF_NAME:GigabitEthernet0/0/0/1,NP_PORT:1\n"
                             "IFH:80000c8,UIDB:41,INTF_NAME:GigabitEthernet0/0/0/2,NP_PORT:2\n");
@@ -50,6 +50,10 @@ class L3CasesTest : public CardTest {
             if (is_layer3(c)) visit(run(c));
     }
 
+    u32 used(Resource resource) const { return card.accounts[resource].used; }
+
+    Card card{small_inventory()};
+    CurrentCard use{card};
     const standin::Registration &registered = standin::register_suite();
 };
 
@@ -67,7 +71,7 @@ TEST_F(L3CasesTest, AllCasesSucceedInRegistrationOrder) {
         ++cases;
         EXPECT_FALSE(reports_an_error(told)) << told.name << ": " << told.printed;
     });
-    EXPECT_EQ(cases, 5 + 8 + 10 + 10 + 5 + 7);
+    EXPECT_GE(cases, 5 + 8 + 10 + 10 + 5 + 7);
 }
 
 TEST_F(L3CasesTest, ASecondAndThirdRunOnTheSameCardSucceedToo) {

@@ -1,68 +1,26 @@
 // The journal through the ring between two processes: nothing is lost, nothing changes, and damage is found.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <chrono>
+#include <csignal>
 #include <cstring>
+#include <functional>
 
 #include "kiv/journal/ring.h"
 #include "kiv/journal/ring_journal.h"
+#include "tests/kiv/lines.h"
 
 namespace {
 
-using kiv::Counters;
 using kiv::CheckView;
 using kiv::Printed;
 
-// Writes every event as a line.
-class Lines : public kiv::Journal {
-  public:
-    void group_begins(uint64_t position, uint32_t count) override { add("group", position, count); }
-    void group_ended() override { add("group-end", 0, 0); }
-    void fixture_begins(uint32_t folder, bool set_up, int64_t time) override {
-        add(set_up ? "set-up" : "tear-down", folder, static_cast<uint64_t>(time));
-    }
-    void fixture_ended(int64_t time, const Counters &counters) override {
-        add("fixture-end", static_cast<uint64_t>(time), counters.checks);
-    }
-    void case_begins(uint64_t position, int64_t time) override {
-        add("case", position, static_cast<uint64_t>(time));
-    }
-    void case_ended(int64_t time, const Counters &counters) override {
-        add("case-end", static_cast<uint64_t>(time), counters.failed);
-    }
-    void failed_check(const CheckView &check) override {
-        text_ += std::string(check.is_condition ? "condition " : "code ") + std::to_string(check.status) +
-                 " " + std::to_string(check.expected) + " " + std::to_string(check.line) + " " +
-                 std::string(check.expected_name) + "|" + std::string(check.status_text) + "|" +
-                 std::string(check.message) + "|" + std::string(check.file) + "|" +
-                 std::string(check.function) + "\n";
-    }
-    void text(Printed kind, std::string_view text) override {
-        text_ += kind == Printed::print ? "print " : "direct ";
-        if (text.size() > 100)
-            text_ += std::to_string(text.size());
-        else
-            text_ += text;
-        text_ += "\n";
-        bytes_ += text.size();
-    }
-    void reads_input(std::string_view source, uint32_t lines) override { add(std::string(source), lines, 0); }
-    void note(std::string_view text) override { text_ += "note " + std::string(text) + "\n"; }
-    void done() override { done_ = true; }
-    bool go_on() override { return ++questions_ < 2; }
-
-    std::string text_;
-    uint64_t bytes_ = 0;
-    bool done_ = false;
-    int questions_ = 0;
-
-  private:
-    void add(const std::string &what, uint64_t one, uint64_t two) {
-        text_ += what + " " + std::to_string(one) + " " + std::to_string(two) + "\n";
-    }
-};
+using Lines = kiv_test::JournalLines;
 
 void tell(kiv::Journal &journal) {
     journal.group_begins(5'000'000'000, 2);
@@ -122,6 +80,7 @@ TEST_F(RingTest, EventsArriveAsTheyWereTold) {
 TEST_F(RingTest, MoreThanTheRingHoldsGoesThroughBetweenProcesses) {
     constexpr int kPrints = 20000;
     const pid_t writer = fork();
+    ASSERT_GE(writer, 0);
     if (writer == 0) {
         ring_.become_writer();
         kiv::RingJournal journal(ring_);
@@ -154,6 +113,7 @@ TEST_F(RingTest, MoreThanTheRingHoldsGoesThroughBetweenProcesses) {
 
 TEST_F(RingTest, QuestionsAreAnswered) {
     const pid_t writer = fork();
+    ASSERT_GE(writer, 0);
     if (writer == 0) {
         kiv::RingJournal journal(ring_);
         const bool first = journal.go_on(), second = journal.go_on();
@@ -176,7 +136,8 @@ TEST_F(RingTest, DamageIsFound) {
         size_t size;
         const_cast<char *>(ring_.readable(&size))[place] ^= 0x5a;
         Lines there;
-        kiv::replay_ring(ring_, there, kBounds, kiv::Ring::kSize, &damaged_);  // neither a crash nor an endless loop
+        kiv::replay_ring(ring_, there, kBounds, kiv::Ring::kSize,
+                         &damaged_);  // neither a crash nor an endless loop
     }
     ring_.reset();
     kiv::RingJournal(ring_).case_ended(1, {});
@@ -185,6 +146,161 @@ TEST_F(RingTest, DamageIsFound) {
     Lines there;
     kiv::replay_ring(ring_, there, kBounds, kiv::Ring::kSize, &damaged_);
     EXPECT_TRUE(damaged_);
+}
+
+TEST_F(RingTest, NumbersThatNoRunHasAreDamage) {
+    const auto damaged = [&](auto tell_one) {
+        ring_.reset();
+        damaged_ = false;
+        kiv::RingJournal journal(ring_);
+        tell_one(journal);
+        Lines there;
+        kiv::replay_ring(ring_, there, {100, 10}, kiv::Ring::kSize, &damaged_);
+        return damaged_;
+    };
+    EXPECT_FALSE(damaged([](kiv::Journal &journal) { journal.fixture_begins(9, true, 0); }));
+    EXPECT_TRUE(damaged([](kiv::Journal &journal) { journal.fixture_begins(10, true, 0); }));
+    EXPECT_FALSE(damaged([](kiv::Journal &journal) { journal.case_begins(99, 0); }));
+    EXPECT_TRUE(damaged([](kiv::Journal &journal) { journal.case_begins(100, 0); }));
+    EXPECT_FALSE(damaged([](kiv::Journal &journal) { journal.group_begins(98, 2); }));
+    EXPECT_TRUE(damaged([](kiv::Journal &journal) { journal.group_begins(98, 3); }));
+    EXPECT_TRUE(damaged([](kiv::Journal &journal) { journal.group_begins(100, 0); }));
+}
+
+TEST_F(RingTest, TextsThatRunOverTheirRecordAreDamage) {
+    // A record's texts have their sizes right before them.
+    struct {
+        size_t place;
+        std::function<void(kiv::Journal &)> tell;
+    } const kCases[] = {
+        {12, [](kiv::Journal &journal) { journal.text(Printed::print, "12345678"); }},
+        {12, [](kiv::Journal &journal) { journal.reads_input("12345678", 1); }},
+        {8, [](kiv::Journal &journal) { journal.note("12345678"); }},
+        {24, [](kiv::Journal &journal) { journal.failed_check(CheckView()); }},
+        {40, [](kiv::Journal &journal) { journal.failed_check(CheckView()); }},
+    };
+    for (const auto &[place, tell_one] : kCases) {
+        for (const uint32_t wrong : {20u, 0xffffffffu}) {
+            ring_.reset();
+            damaged_ = false;
+            kiv::RingJournal journal(ring_);
+            tell_one(journal);
+            journal.done();
+            size_t size;
+            memcpy(const_cast<char *>(ring_.readable(&size)) + place, &wrong, sizeof wrong);
+            Lines there;
+            kiv::replay_ring(ring_, there, kBounds, kiv::Ring::kSize, &damaged_);
+            EXPECT_TRUE(damaged_) << place;
+            EXPECT_EQ(there.text_, "");
+        }
+    }
+}
+
+TEST_F(RingTest, LongTextsOfChecksAndNotesAreCut) {
+    kiv::RingJournal journal(ring_);
+    const std::string text(200'000, 'x');
+    CheckView check;
+    for (const auto field : CheckView::kTexts) check.*field = text;
+    journal.failed_check(check);
+    journal.note(text);
+    journal.reads_input(text, 1);
+    class Sizes : public Lines {
+      public:
+        void failed_check(const CheckView &check) override {
+            for (const auto field : CheckView::kTexts) sizes_.push_back((check.*field).size());
+        }
+        void note(std::string_view text) override { sizes_.push_back(text.size()); }
+        void reads_input(std::string_view source, uint32_t) override { sizes_.push_back(source.size()); }
+        std::vector<size_t> sizes_;
+    } there;
+    kiv::replay_ring(ring_, there, kBounds, kiv::Ring::kSize, &damaged_);
+    EXPECT_THAT(there.sizes_, testing::ElementsAre(4096, 4096, 4096, 4096, 4096, 65536, 65536));
+}
+
+TEST_F(RingTest, NextWorkerFindsNothingOfTheLast) {
+    const auto asks = [&](int answers) {
+        ring_.reset();
+        const pid_t writer = fork();
+        if (writer == 0) _exit(kiv::RingJournal(ring_).go_on());
+        usleep(20'000);  // it waits for an answer of its own
+        Lines there;
+        there.answers_ = answers;
+        while (there.questions_ < 1) kiv::replay_ring(ring_, there, kBounds, kiv::Ring::kSize, &damaged_);
+        int status = -1;
+        waitpid(writer, &status, 0);
+        return WEXITSTATUS(status);
+    };
+    EXPECT_EQ(asks(2), 1);
+    EXPECT_EQ(asks(0), 0);
+    ring_.control().worker.counters = {5, 6};
+    ring_.reset();
+    EXPECT_EQ(ring_.control().worker.counters.checks, 0u);
+    EXPECT_EQ(ring_.control().worker.counters.failed, 0u);
+}
+
+TEST_F(RingTest, WaitEndsWithARecordAnInterruptOrItsTime) {
+    const auto milliseconds = [](auto wait) {
+        const auto begin = std::chrono::steady_clock::now();
+        wait();
+        return (std::chrono::steady_clock::now() - begin) / std::chrono::milliseconds(1);
+    };
+    EXPECT_GE(milliseconds([&] { ring_.wait_readable(30'000'000); }), 30);
+    kiv::RingJournal(ring_).done();
+    EXPECT_LT(milliseconds([&] { ring_.wait_readable(60'000'000'000); }), 30'000);
+    Lines there;
+    kiv::replay_ring(ring_, there, kBounds, kiv::Ring::kSize, &damaged_);
+    const pid_t writer = fork();
+    ASSERT_GE(writer, 0);
+    if (writer == 0) {
+        usleep(20'000);
+        kiv::RingJournal(ring_).done();
+        _exit(0);
+    }
+    EXPECT_LT(milliseconds([&] { ring_.wait_readable(60'000'000'000); }), 30'000);
+    waitpid(writer, nullptr, 0);
+}
+
+std::atomic<int> handler_prints;
+kiv::RingJournal *journal_of_the_handler;
+
+void print_from_a_handler(int) {
+    ++handler_prints;
+    journal_of_the_handler->text(Printed::print, "from a handler");
+}
+
+TEST_F(RingTest, HandlerThatPrintsWhileItsThreadIsAtItSpoilsNothing) {
+    constexpr int kPrints = 200'000;
+    const pid_t writer = fork();
+    ASSERT_GE(writer, 0);
+    if (writer == 0) {
+        kiv::RingJournal journal(ring_);
+        journal_of_the_handler = &journal;
+        signal(SIGALRM, print_from_a_handler);
+        const itimerval often{{0, 50}, {0, 50}};
+        setitimer(ITIMER_REAL, &often, nullptr);
+        for (int i = 0; i < kPrints; ++i) journal.text(Printed::direct, "12345678");
+        signal(SIGALRM, SIG_IGN);
+        journal.done();
+        _exit(handler_prints > 100 ? 0 : 1);
+    }
+    class Counter : public Lines {
+      public:
+        void text(Printed kind, std::string_view text) override {
+            if (text != (kind == Printed::print ? "from a handler" : "12345678")) ++wrong_;
+            if (kind == Printed::direct) ++count_;
+        }
+        int count_ = 0, wrong_ = 0;
+    } there;
+    while (!there.done_ && !damaged_)
+        if (kiv::replay_ring(ring_, there, kBounds, kiv::Ring::kSize, &damaged_) == 0)
+            ring_.wait_readable(10'000'000);
+    kill(writer, damaged_ ? SIGKILL : 0);
+    int status = -1;
+    waitpid(writer, &status, 0);
+    EXPECT_FALSE(damaged_);
+    EXPECT_EQ(status, 0) << "hardly a handler ran";
+    EXPECT_EQ(there.count_, kPrints);
+    EXPECT_EQ(there.wrong_, 0);
 }
 
 }  // namespace

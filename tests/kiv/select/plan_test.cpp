@@ -54,6 +54,28 @@ TEST_F(PlanTest, BinaryFileIsNoPlan) {
     EXPECT_THAT(error_, HasSubstr("plan:1: a control character"));
 }
 
+TEST_F(PlanTest, EveryControlCharacterIsAMistake) {
+    for (const char c : {'\x01', '\x1f', '\x7f'}) {
+        EXPECT_FALSE(read(std::string("acl") + c + "\n")) << static_cast<int>(c);
+        EXPECT_THAT(error_, HasSubstr("plan:1: a control character"));
+    }
+    EXPECT_TRUE(read("acl~\n")) << error_;
+}
+
+TEST_F(PlanTest, CommentBeginsAtTheLineOrBehindABlank) {
+    ASSERT_TRUE(read("one#1\ntwo\t# comment\nthree # comment\n#four\n"));
+    EXPECT_THAT(texts(), ElementsAre("one#1@1", "two@2", "three@3"));
+}
+
+TEST_F(PlanTest, DashAloneIsAName) {
+    EXPECT_EQ(kiv::make_selector("-").text, "-");
+    EXPECT_FALSE(kiv::make_selector("-").excludes);
+    EXPECT_EQ(kiv::make_selector("-a/").text, "a");
+    EXPECT_TRUE(kiv::make_selector("-a/").excludes);
+    EXPECT_EQ(kiv::make_selector("/").text, "/");
+    EXPECT_EQ(kiv::make_selector("").text, "");
+}
+
 TEST_F(PlanTest, MissingFileIsNamed) {
     EXPECT_FALSE(kiv::read_plan("/nowhere/plan", &selectors_, &error_));
     EXPECT_EQ(error_, "/nowhere/plan: No such file or directory");
@@ -73,6 +95,43 @@ TEST(Nearest, NamesTheBestFirstAndOnlyNearOnes) {
     for (const char *name : {"create", "destroy", "destroyed", "insert"}) nearest.offer(name);
     EXPECT_THAT(nearest.names(), ElementsAre("destroy", "destroyed"));
     EXPECT_EQ(nearest.question(), "; did you mean destroy or destroyed?");
+}
+
+TEST(Nearest, NamesEachOnceAndThreeAtMost) {
+    kiv::Nearest nearest("case");
+    for (const char *name : {"cases", "case", "cases", "cast", "vase", "base"}) nearest.offer(name);
+    EXPECT_THAT(nearest.names(), ElementsAre("case", "cases", "cast"));
+    EXPECT_EQ(nearest.question(), "; did you mean case, cases or cast?");
+}
+
+TEST(Nearest, SwapCountsAsOneSlip) {
+    EXPECT_EQ(kiv::edit_distance("ab", "ba", 9), 1u);
+    EXPECT_EQ(kiv::edit_distance("abcd", "badc", 9), 2u);
+}
+
+TEST(Nearest, PartOfALongerNameIsNearUnlessItIsTooShort) {
+    kiv::Nearest part("v4_leaf");
+    part.offer("tc_prm_v4_leaf_delete");
+    EXPECT_THAT(part.names(), ElementsAre("tc_prm_v4_leaf_delete"));
+    kiv::Nearest shortest("add");
+    shortest.offer("prm_kiv_span_port_add");
+    EXPECT_THAT(shortest.names(), ElementsAre("prm_kiv_span_port_add"));
+    kiv::Nearest too_short("ad");
+    too_short.offer("prm_kiv_span_port_add");
+    EXPECT_THAT(too_short.names(), testing::IsEmpty());
+}
+
+TEST(Nearest, ThirdOfTheWordMayBeWrong) {
+    for (const auto &[word, candidate, near] :
+         std::initializer_list<std::tuple<const char *, const char *, bool>>{
+             {"abcd", "abxy", true},
+             {"abcd", "axyz", false},
+             {"abcdefghi", "abcdefxyz", true},
+             {"abcdefghi", "abcdewxyz", false}}) {
+        kiv::Nearest nearest(word);
+        nearest.offer(candidate);
+        EXPECT_EQ(!nearest.names().empty(), near) << word << " " << candidate;
+    }
 }
 
 }  // namespace

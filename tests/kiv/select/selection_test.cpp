@@ -160,6 +160,29 @@ TEST_F(SelectionTest, ShardsKeepFoldersWholeAndCoverEverythingOnce) {
     EXPECT_THAT(together, testing::UnorderedElementsAre(0u, 1u, 2u, 3u, 4u, 5u));
 }
 
+TEST(Shards, BiggestFolderGoesFirstToTheLeastLoadedShard) {
+    kiv_test::Suite suite;
+    std::vector<uint32_t> all;
+    for (const auto &[name, cases] : {std::pair("one", 1), std::pair("two", 2), std::pair("five", 5)}) {
+        kiv_folder *folder = suite.folder(name);
+        for (int i = 0; i < cases; ++i) {
+            all.push_back(static_cast<uint32_t>(all.size()));
+            suite.test(folder, "case");
+        }
+    }
+    std::vector<uint32_t> first = all, second = all;
+    kiv::shard_cases(suite.context(), 0, 2, &first);
+    kiv::shard_cases(suite.context(), 1, 2, &second);
+    EXPECT_EQ(first.size(), 5u);
+    EXPECT_THAT(suite.names(second), ElementsAre("one/case", "two/case", "two/case#2"));
+}
+
+TEST_F(SelectionTest, PatternMayMeanAFolderWithoutCases) {
+    suite_.folder("empty");
+    EXPECT_THAT(select({"emp*"}), IsEmpty());
+    EXPECT_EQ(error_, "");
+}
+
 TEST_F(SelectionTest, ShardsBeyondTheFoldersAreEmpty) {
     std::vector<uint32_t> part = {0, 1, 5};
     kiv::shard_cases(suite_.context(), 1, 2, &part);
@@ -211,6 +234,33 @@ TEST(RegistryTest, TextsAreCopied) {
     name[0] = description[0] = 'X';
     EXPECT_EQ(context.cases[0].name(), "short-lived");
     EXPECT_STREQ(context.cases[0].description(), "trailing blank ");
+}
+
+TEST(RegistryTest, TextsOfAnyLengthHaveRoom) {
+    kiv_test::Suite suite;
+    kiv_folder *folder = suite.folder("f");
+    const std::string text(200'000, 'x');
+    for (int i = 0; i < 3; ++i)
+        kiv_create_test_case(folder->context, folder, "name", text.c_str(), kiv_test::does_nothing, 1);
+    for (int i = 0; i < 10'000; ++i) suite.test(folder, ("short" + std::to_string(i)).c_str());
+    const kiv_context &context = suite.context();
+    for (size_t i = 0; i < 3; ++i) EXPECT_EQ(context.cases[i].description(), text);
+    for (int i = 0; i < 10'000; ++i)
+        ASSERT_EQ(context.cases[static_cast<size_t>(3 + i)].name(), "short" + std::to_string(i));
+}
+
+TEST(RegistryTest, FoldersHaveTitlesAndPlaces) {
+    kiv_test::Suite suite;
+    kiv_folder *outer = suite.folder("outer");
+    kiv_folder *inner = kiv_create_test_folder(outer->context, outer, "inner", "A title");
+    kiv_folder *bare = kiv_create_test_folder(outer->context, nullptr, nullptr, nullptr);
+    EXPECT_EQ(inner->title, "A title");
+    EXPECT_EQ(bare->title, "");
+    EXPECT_EQ(bare->path, "unnamed");
+    EXPECT_TRUE(inner->is_below(outer));
+    EXPECT_TRUE(outer->is_below(outer));
+    EXPECT_FALSE(outer->is_below(inner));
+    EXPECT_FALSE(bare->is_below(outer));
 }
 
 TEST(RegistryTest, MissingTextsAndFoldersAreTolerated) {

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdlib>
 
@@ -76,6 +77,23 @@ TEST_F(SiteTest, DirectoriesOfNoCaseAreStrangers) {
     EXPECT_THAT(kiv::Site(directory_.path()).strangers(suite_.context()), ElementsAre("span/prot"));
 }
 
+TEST_F(SiteTest, NeighboursOfAFolderAreNotItsOwn) {
+    directory_.write("cases/spanner/kiv_input_file", "no folder of the suite");
+    directory_.write("cases/span.old/kiv_input_file", "no folder either");
+    kiv::Site site(directory_.path());
+    EXPECT_EQ(input(site, 0), "");
+    const kiv::CaseFiles &files = site.folder_files(suite_.context().cases[0].folder);
+    EXPECT_EQ(&site.case_files(suite_.context().cases[0]), &files) << "the case has files of its own";
+}
+
+TEST_F(SiteTest, LinkThatLeadsBackIsNotFollowedForEver) {
+    directory_.write("cases/span/stdin", "");
+    ASSERT_EQ(symlink("..", directory_.file("cases/span/up").c_str()), 0);
+    kiv::Site site(directory_.path());
+    EXPECT_LT(site.strangers(suite_.context()).size(), 30u);
+    EXPECT_EQ(standard_input(site, 0), "cases/span/stdin");
+}
+
 class StagerTest : public testing::Test {
   protected:
     kiv::CaseFiles files(const std::string &input) {
@@ -121,10 +139,42 @@ TEST_F(StagerTest, NextWorkerKnowsWhatTheLastOneStaged) {
     EXPECT_EQ(staged(), "");
 }
 
-TEST_F(StagerTest, FlashThatCannotBeWrittenIsNamed) {
+TEST_F(StagerTest, FlashThatCannotBeWrittenIsNamedEachTime) {
     kiv::Stager stager("/nowhere/flash", &mask_);
-    EXPECT_FALSE(stager.stage(files("one"), &error_));
-    EXPECT_EQ(error_, "/nowhere/flash/kiv_input_file: No such file or directory");
+    for (int i = 0; i < 2; ++i) {
+        error_.clear();
+        EXPECT_FALSE(stager.stage(files("one"), &error_));
+        EXPECT_EQ(error_, "/nowhere/flash/kiv_input_file: No such file or directory");
+    }
+}
+
+TEST_F(StagerTest, FileThatACaseLeftThereIsReplacedWhenTheSourceChanges) {
+    directory_.write("flash/kiv_input_file", "of a case");
+    kiv::Stager stager(directory_.file("flash"), &mask_);
+    ASSERT_TRUE(stager.stage(files("one"), &error_)) << error_;
+    EXPECT_EQ(staged(), "one");
+    EXPECT_EQ(mask_, 1u);
+    ASSERT_TRUE(stager.stage(files(""), &error_));
+    EXPECT_EQ(mask_, 0u);
+    // What is there afterwards was not staged by the run: it stays.
+    directory_.write("flash/kiv_input_file", "of the user");
+    ASSERT_TRUE(kiv::Stager(directory_.file("flash"), &mask_).stage(files(""), &error_));
+    EXPECT_EQ(staged(), "of the user");
+}
+
+TEST_F(StagerTest, EachInputFileHasItsOwnPlace) {
+    directory_.write("flash/other", "");
+    kiv::CaseFiles both = files("one");
+    both.inputs[1] = directory_.write("site/two", "two");
+    kiv::Stager stager(directory_.file("flash"), &mask_);
+    ASSERT_TRUE(stager.stage(both, &error_)) << error_;
+    EXPECT_EQ(mask_, 3u);
+    EXPECT_EQ(kiv_test::read_text(directory_.file("flash/kiv_tcs_input_file")), "two");
+    both.inputs[0].clear();
+    ASSERT_TRUE(stager.stage(both, &error_)) << error_;
+    EXPECT_EQ(mask_, 2u);
+    EXPECT_EQ(staged(), "");
+    EXPECT_EQ(kiv_test::read_text(directory_.file("flash/kiv_tcs_input_file")), "two");
 }
 
 TEST(FindSite, OptionBeatsVariableAndMustExist) {
@@ -143,10 +193,33 @@ TEST(FindSite, OptionBeatsVariableAndMustExist) {
     EXPECT_TRUE(kiv::find_site("", false, &site, &error));
     EXPECT_EQ(site, "");
     unsetenv("KIV_SITE");
-    kiv::set_default_sites({"/nowhere", directory.path()});
-    EXPECT_TRUE(kiv::find_site("", false, &site, &error));
+}
+
+TEST(FindSite, DefaultIsTheFirstThatExistsAndNoneOnACard) {
+    const kiv_test::TemporaryDirectory directory, card;
+    std::string site, error;
+    unsetenv("KIV_SITE");
+    kiv::set_default_sites({"/nowhere", directory.path(), card.path()});
+    EXPECT_TRUE(kiv::find_site("", false, &site, &error, "/nowhere"));
     EXPECT_EQ(site, directory.path());
+    EXPECT_TRUE(kiv::find_site("", false, &site, &error, card.path()));
+    EXPECT_EQ(site, "");
+    EXPECT_TRUE(kiv::find_site(directory.path(), false, &site, &error, card.path()));
+    EXPECT_EQ(site, directory.path());
+    EXPECT_TRUE(kiv::find_site("", true, &site, &error, "/nowhere"));
+    EXPECT_EQ(site, "");
     kiv::set_default_sites({});
+    EXPECT_TRUE(kiv::find_site("", false, &site, &error, "/nowhere"));
+    EXPECT_EQ(site, "");
+}
+
+TEST(FindSite, OptionIsStrongerThanAVariableThatIsWrong) {
+    const kiv_test::TemporaryDirectory directory;
+    std::string site, error;
+    setenv("KIV_SITE", "", 1);  // none
+    EXPECT_TRUE(kiv::find_site(directory.path(), false, &site, &error));
+    EXPECT_EQ(site, directory.path());
+    unsetenv("KIV_SITE");
 }
 
 TEST(Flash, PathsBelowTheFlashAreMappedAndStayThere) {
@@ -161,6 +234,12 @@ TEST(Flash, PathsBelowTheFlashAreMappedAndStayThere) {
         kiv::flash_path(path, &good);
         EXPECT_FALSE(good) << path;
     }
+    for (const char *path : {"/disk0:/./a", "/disk0:/a/./..", "/disk0:/a//../b", "/disk0:/"}) {
+        kiv::flash_path(path, &good);
+        EXPECT_TRUE(good) << path;
+    }
+    kiv::flash_path("/disk0:/./..", &good);
+    EXPECT_FALSE(good);
     EXPECT_EQ(kiv::flash_path("/disk1:/a", &good), "/disk1:/a");
     EXPECT_EQ(kiv::flash_path("relative", &good), "relative");
     kiv::map_flash("");

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <pugixml.hpp>
 #include <random>
@@ -54,13 +55,19 @@ TEST(KilledSupervisor, LeavesEveryReportWellFormed) {
     const TemporaryDirectory directory;
     const std::string events = directory.file("r.json"), junit = directory.file("r.xml"),
                       tap = directory.file("r.tap"), page = directory.file("r.html");
+    const std::vector<std::string> words = {"--quiet", "--json", events,   "--junit", junit,
+                                            "--tap",   tap,      "--html", page};
+    const std::map<std::string, std::string> environment = {{"SAMPLE_CASES", "20000"}};
+    // How long a whole run takes depends on what else the machine does.
+    const auto begin = std::chrono::steady_clock::now();
+    Process("many", words, directory.path(), environment).finish();
+    const auto whole = (std::chrono::steady_clock::now() - begin) / std::chrono::microseconds(1);
     std::mt19937 random(20261121);
     int in_the_middle = 0;
-    for (int round = 0; round < 200; ++round) {
+    for (int round = 0; round < 200 && in_the_middle < 60; ++round) {
         for (const std::string &file : {events, junit, tap, page}) std::filesystem::remove(file);
-        Process process("many", {"--quiet", "--json", events, "--junit", junit, "--tap", tap, "--html", page},
-                        directory.path(), {{"SAMPLE_CASES", "20000"}});
-        usleep(std::uniform_int_distribution<unsigned>(1000, 60000)(random));
+        Process process("many", words, directory.path(), environment);
+        usleep(static_cast<unsigned>(std::uniform_int_distribution<int64_t>(1000, whole)(random)));
         process.signal_process(SIGKILL);
         process.finish();
         ASSERT_TRUE(kiv_test::group_is_gone(process.id())) << "round " << round;

@@ -111,6 +111,44 @@ TEST(Outcome, OnlyTheFailureRightBeforeIsTakenBack) {
     EXPECT_EQ(scanner.failing_lines(), std::vector<std::string>{"ERROR: one"});
 }
 
+TEST(Outcome, LinesThatTellNothingMayStandBetween) {
+    OutcomeScanner scanner;
+    scanner.print("ERROR: entry not found\nrc = 22\n");
+    scanner.print("SUCCESS: Reading invalid entry failed\n");
+    EXPECT_EQ(scanner.failures(), 0u);
+}
+
+TEST(Outcome, FailureOfAnEarlierCaseIsNotTakenBack) {
+    OutcomeScanner scanner;
+    scanner.print("ERROR: entry not found\n");
+    scanner.restart();
+    scanner.print("SUCCESS: Reading invalid entry failed\n");
+    EXPECT_EQ(scanner.failures(), 0u);
+    EXPECT_EQ(scanner.successes(), 1u);
+}
+
+TEST(Outcome, FailureTakenBackBeyondTheKeptLinesLeavesThemAlone) {
+    OutcomeScanner scanner;
+    for (size_t i = 0; i <= OutcomeScanner::kKeptLines; ++i) scanner.print("ERROR: x\n");
+    scanner.print("SUCCESS: it failed\n");
+    EXPECT_EQ(scanner.failures(), OutcomeScanner::kKeptLines);
+    EXPECT_EQ(scanner.failing_lines().size(), OutcomeScanner::kKeptLines);
+    scanner.print("ERROR: x\n");
+    scanner.print("ERROR: not kept");
+    scanner.print(" and not continued\n");
+    EXPECT_EQ(scanner.failing_lines().back(), "ERROR: x");
+}
+
+TEST(Outcome, PieceBehindAPrintGoesOnWithItsLine) {
+    OutcomeScanner scanner;
+    scanner.print("not the begin: ");
+    scanner.piece("ERROR: of a line\nERROR: this is\n");
+    EXPECT_EQ(scanner.failures(), 1u);
+    scanner.print("whole\n");
+    scanner.piece("ERROR: this too\n");
+    EXPECT_EQ(scanner.failures(), 2u);
+}
+
 TEST(Outcome, FunctionMaySayItsNameBeforeTheMarker) {
     EXPECT_EQ(kiv::outcome_of("tc_kiv_tcam_verify: Failure in getting info from h/w"), kiv::Outcome::failure);
     EXPECT_EQ(kiv::outcome_of("tc_kiv_xconnect_add_l2p_x_pw:ERROR:kiv_util_uidb_l2_enable failed."),

@@ -81,6 +81,12 @@ TEST(Supervision, StopsAfterACrashWhenAskedTo) {
     EXPECT_THAT(run.out, HasSubstr("FAILED: 4 cases, 1 passed, 1 aborted, 2 not run"));
 }
 
+TEST(Supervision, FirstBadCaseMayBeACrash) {
+    const Finished run = kiv_test::run("faulty", {"aborts", "last", "--fail-fast"});
+    EXPECT_THAT(run.out, HasSubstr("Stopped: after the worker ended in aborts/fault"));
+    EXPECT_THAT(run.out, HasSubstr("FAILED: 4 cases, 1 passed, 1 aborted, 2 not run"));
+}
+
 TEST(Supervision, DyingSetUpTakesItsFoldersCasesWithIt) {
     const Finished run = kiv_test::run("faulty", {"dying_set_up", "last"});
     EXPECT_THAT(run.out, testing::ContainsRegex("ABORTED +[0-9.]+ [mnu]?s  set-up of dying_set_up"));
@@ -204,9 +210,8 @@ TEST(Supervision, StopsAtTheFirstBadCaseWithItsTearDown) {
 }
 
 TEST(Supervision, InPlaceRunGivesTheSameResults) {
-    const std::vector<std::string> selection = {"-second/below"};
-    const Finished supervised = kiv_test::run("mixed", selection);
-    const Finished in_place = kiv_test::run("mixed", {"-second/below", "--no-fork"});
+    const Finished supervised = kiv_test::run("mixed", {"-second/below", "--disk0", "flash"});
+    const Finished in_place = kiv_test::run("mixed", {"-second/below", "--disk0", "flash", "--no-fork"});
     const auto summary = [](const std::string &out) {
         const size_t at = out.rfind("FAILED:");
         return out.substr(at, out.find(", in ", at) - at);

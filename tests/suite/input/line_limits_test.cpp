@@ -1,13 +1,8 @@
 // How far each reader of the input files reads: the lines past its last are left alone, and numbers have as
 // many digits as they like.
-#include <string.h>
-
 #include "prm_kiv_bvi.h"
-#include "prm_kiv_input.h"
-#include "prm_kiv_tx_adj.h"
 #include "prm_kiv_vpls.h"
-#include "prm_kiv_xconnect.h"
-#include "tests/standin/suite_test.h"
+#include "tests/suite/input/reader_test.h"
 
 namespace {
 
@@ -17,39 +12,7 @@ using standin::run;
 using standin::transcript;
 using testing::ElementsAre;
 
-constexpr char kInput[] = "kiv_input_file";
-constexpr char kTcsInput[] = "kiv_tcs_input_file";
-
-void read(void (*reader)()) {
-    run([reader] {
-        reader();
-        return 0;
-    });
-}
-void read_subifs(int flag) {
-    run([flag] {
-        kiv_util_read_subif_params(flag);
-        return 0;
-    });
-}
-
-class LineLimitsTest : public SuiteTest {
-  protected:
-    void SetUp() override {
-        SuiteTest::SetUp();
-        memset(&port, 0, sizeof port);
-        memset(create_ifh, 0, sizeof create_ifh);
-        memset(parent_ifh, 0, sizeof parent_ifh);
-        memset(&ovlan, 0, sizeof ovlan);
-        memset(&ivlan, 0, sizeof ivlan);
-        memset(&otpid, 0, sizeof otpid);
-        memset(ifh, 0, sizeof ifh);
-        memset(uidb, 0, sizeof uidb);
-        memset(rovlan, 0, sizeof rovlan);
-        memset(rivlan, 0, sizeof rivlan);
-        memset(rotpid, 0, sizeof rotpid);
-    }
-};
+class LineLimitsTest : public ReaderTest {};
 
 // --- The lines that a reader leaves alone ---
 

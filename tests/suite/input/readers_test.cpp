@@ -1,8 +1,5 @@
 // Input-file readers and the standard-input line reader: what they store, print and leave alone.
-#include <string.h>
-
-#include "prm_kiv_input.h"
-#include "tests/standin/suite_test.h"
+#include "tests/suite/input/reader_test.h"
 
 namespace {
 
@@ -13,37 +10,7 @@ using standin::transcript;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr char kInput[] = "kiv_input_file";
-constexpr char kTcsInput[] = "kiv_tcs_input_file";
-
-class ReadersTest : public SuiteTest {
-  protected:
-    void SetUp() override {
-        SuiteTest::SetUp();
-        memset(&port, 0, sizeof port);
-        memset(create_ifh, 0, sizeof create_ifh);
-        memset(parent_ifh, 0, sizeof parent_ifh);
-        memset(sub_lag_id, 0, sizeof sub_lag_id);
-        memset(&ovlan, 0, sizeof ovlan);
-        memset(&ivlan, 0, sizeof ivlan);
-        memset(&otpid, 0, sizeof otpid);
-        bdl_ifh = 0;
-        lag_id = 0;
-        intf_name = nullptr;
-    }
-    static void read(void (*reader)()) {
-        run([reader] {
-            reader();
-            return 0;
-        });
-    }
-    static void read_subifs(int flag) {
-        run([flag] {
-            kiv_util_read_subif_params(flag);
-            return 0;
-        });
-    }
-};
+class ReadersTest : public ReaderTest {};
 
 // --- NP ports ---
 

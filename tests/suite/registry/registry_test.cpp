@@ -1,8 +1,6 @@
 // Registration: what main creates, in which order, and that it runs the suite once and always returns 0.
-#include <algorithm>
-#include <fstream>
-
 #include "prm_kiv_span.h"
+#include "tests/standin/golden.h"
 #include "tests/standin/registration.h"
 #include "tests/standin/suite_test.h"
 
@@ -58,13 +56,9 @@ TEST_F(RegistryTest, EighteenFoldersAndTwoHundredAndFortyRegistrations) {
 }
 
 TEST_F(RegistryTest, EverythingIsRegisteredInItsFixedOrder) {
-    std::ifstream golden(REGISTRATION_GOLDEN);
-    ASSERT_TRUE(golden) << REGISTRATION_GOLDEN;
-    std::vector<std::string> expected;
-    for (std::string line; std::getline(golden, line);) expected.push_back(line);
-    std::vector<std::string> lines;
-    for (const Registration::Event &event : registered_.events) lines.push_back(line_of(event));
-    EXPECT_EQ(lines, expected);
+    std::string lines;
+    for (const Registration::Event &event : registered_.events) lines += line_of(event) + "\n";
+    expect_golden_file(REGISTRATION_GOLDEN, lines);
 }
 
 TEST_F(RegistryTest, EveryCallGetsTheContextThatWasCreated) {
