@@ -36,8 +36,7 @@ std::string end_text(int signal, int exit_code) {
 }
 
 static std::string end_or_reason(Verdict verdict, const std::string &reason, int signal, int exit_code) {
-    if (verdict == Verdict::failed) return reason;  // the failed checks or calls say it
-    if (!reason.empty()) return reason;
+    if (verdict == Verdict::failed || !reason.empty()) return reason;  // failed: the checks or calls say it
     const std::string end = end_text(signal, exit_code);
     return end.empty() ? verdict_text(verdict) : end;
 }
