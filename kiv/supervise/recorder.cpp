@@ -10,6 +10,12 @@ namespace kiv {
 
 namespace {
 
+// Times come out of memory that a case can write over: any two have a difference.
+std::chrono::nanoseconds elapsed(int64_t from, int64_t to) {
+    return std::chrono::nanoseconds(
+        static_cast<int64_t>(static_cast<uint64_t>(to) - static_cast<uint64_t>(from)));
+}
+
 Verdict verdict_of(const WorkerEnd &end) {
     if (end.timed_out) return Verdict::timed_out;
     return end.signal == SIGABRT ? Verdict::aborted : Verdict::crashed;
@@ -98,7 +104,7 @@ FixtureResult Recorder::end_fixture(int64_t time, const Counters &counters) {
     uint64_t size;
     std::string file;
     output_.finish(&fixture.output, &size, &file);
-    fixture.duration = std::chrono::nanoseconds(time - started_);
+    fixture.duration = elapsed(started_, time);
     summary_.checks += counters.checks;
     summary_.failed_checks += counters.failed;
     fixture.calls = calls_.failures();
@@ -173,7 +179,7 @@ std::string Recorder::printed_failure() const {
 void Recorder::end_case(int64_t time, const Counters &counters) {
     result_.checks = counters.checks;
     result_.failed_checks = counters.failed;
-    result_.duration = std::chrono::nanoseconds(time - started_);
+    result_.duration = elapsed(started_, time);
     result_.started = std::chrono::nanoseconds(started_ - run_started_);
     emit_case();
 }
