@@ -180,7 +180,7 @@ void Recorder::end_case(int64_t time, const Counters &counters) {
     result_.checks = counters.checks;
     result_.failed_checks = counters.failed;
     result_.duration = elapsed(started_, time);
-    result_.started = std::chrono::nanoseconds(started_ - run_started_);
+    result_.started = elapsed(run_started_, started_);
     emit_case();
 }
 
@@ -352,7 +352,7 @@ const Summary &Recorder::finish(int64_t time) {
         note("output outside of cases: " + stray_);
         stray_.clear();
     }
-    summary_.duration = std::chrono::nanoseconds(time - run_started_);
+    summary_.duration = elapsed(run_started_, time);
     // The console last: when nobody reads it any more, the reports are complete all the same.
     for (const auto &report : reports_) report->run_ended(summary_);
     console_->run_ended(summary_);
