@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -53,6 +54,23 @@ inline Lines outline_without_lines() {
     return without_line_numbers(standin::outline());
 }
 
+inline std::string hex_text(uint32_t value) {
+    return formatted("0x%x", value);
+}
+
+// A check line without its number, as without_line_numbers leaves it.
+inline std::string check_text(uint32_t status, uint32_t expected, const std::string &name,
+                              const std::string &source, const std::string &function) {
+    return check_without_line(status, expected, name, "prm/test/src/" + source, function);
+}
+inline std::string none_text(uint32_t status, const std::string &source, const std::string &function) {
+    return check_text(status, 0, "PRM_ERROR_NONE", source, function);
+}
+
+inline std::string print_text(const std::string &shown) {
+    return "print \"" + shown + "\"";
+}
+
 inline constexpr uint32_t kFailure = 0x1234;  // of a call that is told to fail
 
 // Fixture for cases that create a TCAM: each run starts from fresh().
@@ -79,24 +97,29 @@ class TcamCaseTest : public SuiteTest {
         return outline_without_lines();
     }
 
+    // A family of negative cases, and the operations that it has none for.
+    struct Family {
+        std::function<int(u32)> function;
+        std::vector<uint32_t> unsupported;
+        const char *failure, *check;
+    };
+    // The family says so of each, and its check fails: an invalid argument was expected.
+    void expect_to_tell_unsupported(const std::vector<Family> &families, const char *source) {
+        for (const Family &family : families) {
+            for (uint32_t opcode : family.unsupported) {
+                fresh();
+                EXPECT_EQ(standin::run([&] { return family.function(opcode); }), 0);
+                EXPECT_THAT(outline_without_lines(),
+                            testing::ElementsAre(
+                                print_text("Error!!! Invalid opcode \\n"),
+                                print_text(family.failure + std::string("0x0\\n")),
+                                check_text(0, 0x457C2A00, "PRM_ERROR_INVALID_ARG", source, family.check)));
+                EXPECT_EQ(standin::live_blocks(), 0u);
+            }
+        }
+    }
+
     TcamHardware hardware;
 };
-
-inline std::string hex_text(uint32_t value) {
-    return formatted("0x%x", value);
-}
-
-// A check line without its number, as without_line_numbers leaves it.
-inline std::string check_text(uint32_t status, uint32_t expected, const std::string &name,
-                              const std::string &source, const std::string &function) {
-    return check_without_line(status, expected, name, "prm/test/src/" + source, function);
-}
-inline std::string none_text(uint32_t status, const std::string &source, const std::string &function) {
-    return check_text(status, 0, "PRM_ERROR_NONE", source, function);
-}
-
-inline std::string print_text(const std::string &shown) {
-    return "print \"" + shown + "\"";
-}
 
 #endif

@@ -3,11 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <pugixml.hpp>
-#include <sstream>
+
+#include "tests/standin/golden.h"
 
 namespace kiv::test {
 
@@ -253,9 +252,7 @@ void play_long_run(Reporter &reporter, int cases, size_t largest,
 }
 
 void expect_golden(const std::string &name, const std::string &content) {
-    const std::string path = std::string(TEST_DATA) + "/golden/" + name;
-    if (std::getenv("KIV_UPDATE_GOLDEN") != nullptr) std::ofstream(path, std::ios::binary) << content;
-    EXPECT_EQ(content, read_text(path)) << path;
+    expect_golden_file(std::string(TEST_DATA) + "/golden/" + name, content);
 }
 
 std::vector<std::string> junit_case_names(const std::string &xml, std::string *error) {

@@ -11,9 +11,8 @@
 #include "prm_kiv_input.h"
 #include "prm_kiv_tx_adj.h"
 #include "prm_kiv_xconnect.h"
+#include "tests/standin/registration.h"
 #include "tests/standin/suite_test.h"
-
-int prm_kiv_main(int argc, char **argv);
 
 namespace {
 
@@ -25,28 +24,6 @@ std::vector<Registered> registered;
 std::set<std::string> folders;
 
 }  // namespace
-
-// The framework's registration calls: a folder is its path.
-extern "C" {
-
-void kiv_create(kiv_context_t *context) {
-    *context = nullptr;
-}
-kiv_folder_t kiv_create_test_folder(kiv_context_t, kiv_folder_t parent, const char *name, const char *) {
-    std::string path = parent != nullptr ? *reinterpret_cast<std::string *>(parent) + "/" : "";
-    path += name;
-    return reinterpret_cast<kiv_folder_t>(const_cast<std::string *>(&*folders.insert(path).first));
-}
-void kiv_add_fixture(kiv_folder_t, kiv_function_t, kiv_function_t) {}
-void kiv_create_test_case(kiv_context_t, kiv_folder_t folder, const char *name, const char *,
-                          kiv_function_t function, int) {
-    registered.push_back({*reinterpret_cast<std::string *>(folder), name, function});
-}
-int kiv_run(int, char **, kiv_context_t) {
-    return 0;
-}
-void kiv_destroy(kiv_context_t *) {}
-}
 
 namespace kivctl::test {
 namespace {
@@ -76,9 +53,10 @@ class SuiteFormatsTest : public SuiteTest {
     static void SetUpTestSuite() {
         registered.clear();
         folders.clear();
-        char program[] = "prm_kiv";
-        char *argv[] = {program, nullptr};
-        prm_kiv_main(1, argv);
+        const standin::Registration &suite = standin::register_suite();
+        for (const standin::Folder &folder : suite.folders) folders.insert(folder.path);
+        for (const standin::Case &each : suite.cases)
+            registered.push_back({each.folder->path, each.name, each.function});
     }
 
     static kiv_function_t function_of(const CaseFormat &format) {

@@ -422,28 +422,12 @@ TEST_F(AclNegativeTest, WithoutMemoryForTheSpoiltRequestTheCleanUpStillRuns) {
 }
 
 TEST_F(AclNegativeTest, FamiliesTellAnOperationTheyDoNotHave) {
-    struct Family {
-        int (*function)(u32);
-        std::vector<uint32_t> unsupported;
-        const char *failure, *check;
-    };
-    const Family families[] = {
+    const std::vector<Family> families = {
         {tc_kiv_acl_tcam_null_prm_info_ptr, {1, 12, 100}, kNullInfoFailure, kNullInfoCheck},
         {tc_kiv_acl_tcam_invalid_vmr_id, {0, 1, 12, 100}, kVmrFailure, kVmrCheck},
         {tc_kiv_acl_tcam_invalid_fea_id, {1, 12, 100}, kFeaFailure, kFeaCheck},
     };
-    for (const Family &family : families) {
-        for (uint32_t opcode : family.unsupported) {
-            fresh();
-            EXPECT_EQ(run([&] { return family.function(opcode); }), 0);
-            EXPECT_THAT(outline_without_lines(),
-                        ElementsAre(print_text("Error!!! Invalid opcode \\n"),
-                                    print_text(family.failure + std::string("0x0\\n")),
-                                    check_text(0, kInvalidArg, "PRM_ERROR_INVALID_ARG", "prm_kiv_acl",
-                                               family.check)));
-            EXPECT_EQ(standin::live_blocks(), 0u);
-        }
-    }
+    expect_to_tell_unsupported(families, "prm_kiv_acl");
 }
 
 }  // namespace

@@ -96,12 +96,7 @@ TEST_F(QosNegativeTest, WithoutMemoryACaseEndsWithTheMessageAlone) {
 }
 
 TEST_F(QosNegativeTest, FamiliesTellAnOperationTheyDoNotHave) {
-    struct Family {
-        std::function<int(u32)> function;
-        std::vector<uint32_t> unsupported;
-        const char *failure, *check;
-    };
-    const Family families[] = {
+    const std::vector<Family> families = {
         {tc_kiv_qos_tcam_null_prm_info_ptr, {1, 3, 4, 100}, kNullFailure, kNullCheck},
         {[](u32 opcode) { return tc_kiv_qos_tcam_invalid_fea_id(opcode, 5); },
          {1, 3, 4, 100},
@@ -109,18 +104,7 @@ TEST_F(QosNegativeTest, FamiliesTellAnOperationTheyDoNotHave) {
          kFeaCheck},
         {tc_kiv_qos_tcam_invalid_vmr_id, {0, 1, 3, 4, 100}, kVmrFailure, kVmrCheck},
     };
-    for (const Family &family : families) {
-        for (uint32_t opcode : family.unsupported) {
-            fresh();
-            EXPECT_EQ(run([&] { return family.function(opcode); }), 0);
-            EXPECT_THAT(outline_without_lines(),
-                        ElementsAre(print_text("Error!!! Invalid opcode \\n"),
-                                    print_text(family.failure + std::string("0x0\\n")),
-                                    check_text(0, kInvalidArg, "PRM_ERROR_INVALID_ARG", "prm_kiv_qos",
-                                               family.check)));
-            EXPECT_EQ(standin::live_blocks(), 0u);
-        }
-    }
+    expect_to_tell_unsupported(families, "prm_kiv_qos");
 }
 
 // The destroy case of the feature family: the TCAM's create, the spoilt destroy, the plain destroy.
