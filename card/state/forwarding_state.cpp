@@ -1,5 +1,6 @@
 // State: adjacencies, load distribution, labels, routes, local packet transport.
-#include <charconv>
+#include <fmt/format.h>
+
 #include <cstring>
 
 #include "card/state/families.h"
@@ -81,12 +82,6 @@ void write_leaf(const sim::Leaf &leaf, FamilyWriter &out) {
     }
 }
 
-char *put_number(char *at, char *end, u32 number, char behind) {
-    at = std::to_chars(at, end, number).ptr;
-    *at++ = behind;
-    return at;
-}
-
 void write_ipv4_leaves(const sim::Card &card, FamilyWriter &out) {
     const auto by_vrf = [](sim::Ipv4Key a, sim::Ipv4Key b) {
         const u64 vrf_a = a >> 8 & 0xFFFF, vrf_b = b >> 8 & 0xFFFF;
@@ -95,13 +90,12 @@ void write_ipv4_leaves(const sim::Card &card, FamilyWriter &out) {
     in_order(
         card.route.ipv4,
         [&](sim::Ipv4Key key, const sim::Leaf &leaf, u32) {
-            char prefix[24], *const end = prefix + sizeof prefix, *at = prefix;
-            for (const int shift : {56, 48, 40, 32})
-                at = put_number(at, end, key >> shift & 0xFF, shift == 32 ? '/' : '.');
-            at = std::to_chars(at, end, key & 0xFF).ptr;
+            char prefix[24];
+            const auto end = fmt::format_to(prefix, "{}.{}.{}.{}/{}", key >> 56, key >> 48 & 0xFF,
+                                            key >> 40 & 0xFF, key >> 32 & 0xFF, key & 0xFF);
             out.begin_entry();
             out.number("vrf", key >> 8 & 0xFFFF);
-            out.text("prefix", {prefix, static_cast<size_t>(at - prefix)});
+            out.text("prefix", {prefix, static_cast<size_t>(end - prefix)});
             write_leaf(leaf, out);
             out.end_entry();
         },

@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 
@@ -60,13 +61,18 @@ void JsonWriter::text(std::string_view value) {
     static constexpr char kDigits[] = "0123456789abcdef";
     separate();
     buffer_ += '"';
-    for (const char c : value) {
-        const unsigned char byte = static_cast<unsigned char>(c);
+    // Mostly all of it is plain and goes out in one piece.
+    const auto is_plain = [](char c) { return c >= 0x20 && c < 0x7F && c != '"' && c != '\\'; };
+    while (!value.empty()) {
+        const size_t plain = std::find_if_not(value.begin(), value.end(), is_plain) - value.begin();
+        buffer_.append(value.substr(0, plain));
+        value.remove_prefix(plain);
+        if (value.empty()) break;
+        const unsigned char byte = static_cast<unsigned char>(value.front());
+        value.remove_prefix(1);
         if (byte == '"' || byte == '\\') {
             buffer_ += '\\';
-            buffer_ += c;
-        } else if (byte >= 0x20 && byte < 0x7F) {
-            buffer_ += c;
+            buffer_ += static_cast<char>(byte);
         } else {  // names come from clients: any bytes, not always UTF-8
             buffer_ += "\\u00";
             buffer_ += kDigits[byte >> 4];

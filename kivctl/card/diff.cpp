@@ -1,7 +1,7 @@
 // kivctl card diff: what two states differ in.
 //
-// Of the first state the keys are kept with a digest of each entry, of the second nothing: what differs is
-// read again for its fields.
+// Of each entry a key and a digest are kept, thirty bytes or so; what is gone or different is read again for
+// its fields.
 #include <absl/container/flat_hash_map.h>
 #include <absl/hash/hash.h>
 #include <fmt/format.h>
@@ -36,117 +36,153 @@ size_t digest_of(const StateEntry &entry) {
     return digest;
 }
 
-// "vrf 0 prefix 1.1.1.2/32": what tells an entry of a family apart.
-std::string key_text(const StateEntry &entry, const std::vector<std::string> &keys) {
-    std::string text;
-    for (const std::string &key : keys) {
-        const StateField *const field = entry.find(key);
-        text += fmt::format("{}{} {}", text.empty() ? "" : " ", key, field != nullptr ? field->value : "");
-    }
-    return text;
-}
+// Family and key of an entry; 128 bits, so that no two of a state share one.
+struct Key {
+    size_t words[2] = {};
 
-// Gives every entry of a state a key of its own, "FAMILY\nKEY"; what is said of the card and the accounts are
-// entries, too. An entry whose key was there before gets another one.
+    friend bool operator==(const Key &, const Key &) = default;
+    template <typename H>
+    friend H AbslHashValue(H state, const Key &key) {
+        return H::combine(std::move(state), key.words[0]);
+    }
+};
+
+// Gives every entry of a state a key of its own. What is said of the card and the accounts are entries, too;
+// an entry whose key was there before gets another one.
 class KeyedVisitor : public StateVisitor {
   public:
     void header(std::string_view name, std::string_view value) override {
         if (name.starts_with("run.")) return;
-        single_.clear();
-        single_.add("name").value = name;
-        single_.add("value").value = value;
-        tell("card", "name " + std::string(name), single_);
+        tell_single("card", {{"name", name}, {"value", value}});
     }
     void account(const StateAccount &account) override {
-        single_.clear();
-        single_.add("name").value = account.name;
-        single_.add("used").value = std::to_string(account.used);
-        single_.add("limit").value = std::to_string(account.limit);
-        tell("accounts", "name " + account.name, single_);
+        tell_single("accounts", {{"name", account.name},
+                                 {"used", std::to_string(account.used)},
+                                 {"limit", std::to_string(account.limit)}});
     }
     void family_begins(const std::string &name, const std::vector<std::string> &keys) override {
         family_ = name;
         keys_ = keys;
     }
-    void entry(const StateEntry &entry) override { tell(family_, key_text(entry, keys_), entry); }
+    void entry(const StateEntry &entry) override {
+        for (again_ = 1;; ++again_) {
+            Key key;
+            for (size_t seed = 0; seed < 2; ++seed) {
+                size_t word = absl::HashOf(seed, family_, again_);
+                for (const std::string &name : keys_) {
+                    const StateField *const field = entry.find(name);
+                    word = absl::HashOf(word, field != nullptr ? std::string_view(field->value) : "");
+                }
+                key.words[seed] = word;
+            }
+            if (keyed(key, entry)) return;
+        }
+    }
 
   protected:
     // False when this key has been told already.
-    virtual bool keyed(const std::string &key, const StateEntry &entry) = 0;
+    virtual bool keyed(const Key &key, const StateEntry &entry) = 0;
+
+    // "FAMILY\nvrf 0 prefix 1.1.1.2/32", of the entry that is told.
+    std::string key_text(const StateEntry &entry) const {
+        std::string text = family_;
+        char between = '\n';
+        for (const std::string &key : keys_) {
+            const StateField *const field = entry.find(key);
+            text += fmt::format("{}{} {}", between, key, field != nullptr ? field->value : "");
+            between = ' ';
+        }
+        if (again_ > 1) text += fmt::format(" #{}", again_);
+        return text;
+    }
 
   private:
-    void tell(const std::string &family, const std::string &key, const StateEntry &entry) {
-        std::string whole = family + '\n' + key;
-        for (int again = 2; !keyed(whole, entry); ++again)
-            whole = fmt::format("{}\n{} #{}", family, key, again);
+    void tell_single(const char *family,
+                     std::initializer_list<std::pair<std::string_view, std::string_view>> fields) {
+        family_ = family;
+        keys_ = {"name"};
+        single_.clear();
+        for (const auto &[name, value] : fields) single_.add(name).value = value;
+        KeyedVisitor::entry(single_);
     }
 
     std::string family_;
     std::vector<std::string> keys_;
+    int again_ = 1;
     StateEntry single_;
 };
 
 struct Known {
     size_t digest = 0;
-    bool seen = false;  // in the second state
+    enum : uint8_t { only_before, same, different, told } state = only_before;
 };
-using KnownEntries = absl::flat_hash_map<std::string, Known>;
-
-class FirstPass : public KeyedVisitor {
-  public:
-    KnownEntries known;
-
-  protected:
-    bool keyed(const std::string &key, const StateEntry &entry) override {
-        return known.try_emplace(key, Known{digest_of(entry), false}).second;
-    }
-};
+using KnownEntries = absl::flat_hash_map<Key, Known>;
 
 struct Difference {
     std::optional<Fields> before, after;
 };
-using Differences = std::map<std::string, Difference>;  // by key, so that families stay together
+using Differences =
+    std::map<std::string, Difference>;  // by the text of the key, so that families stay together
 
-class SecondPass : public KeyedVisitor {
+class FirstPass : public KeyedVisitor {
   public:
-    explicit SecondPass(KnownEntries *known) : known_(known) {}
-    Differences differences;
-    size_t same = 0;
+    explicit FirstPass(KnownEntries *known) : known_(known) {}
 
   protected:
-    bool keyed(const std::string &key, const StateEntry &entry) override {
-        const auto [found, is_new] = known_->try_emplace(key);
-        if (found->second.seen) return false;
-        const bool same_as_before = !is_new && found->second.digest == digest_of(entry);
-        found->second.seen = true;
-        if (same_as_before) {
-            ++same;
-        } else {
-            differences[key].after = fields_of(entry);
-        }
-        return true;
+    bool keyed(const Key &key, const StateEntry &entry) override {
+        return known_->try_emplace(key, Known{digest_of(entry)}).second;
     }
 
   private:
     KnownEntries *const known_;
 };
 
-// The fields of what is gone or different, out of the first state.
-class ThirdPass : public KeyedVisitor {
+// Compares, and keeps what is new or different.
+class SecondPass : public KeyedVisitor {
   public:
-    explicit ThirdPass(Differences *differences) : differences_(differences) {}
+    SecondPass(KnownEntries *known, Differences *differences) : known_(known), differences_(differences) {}
+    size_t same = 0, changed = 0, added = 0;
 
   protected:
-    bool keyed(const std::string &key, const StateEntry &entry) override {
-        if (!told_.insert({key, true}).second) return false;
-        if (const auto found = differences_->find(key); found != differences_->end())
-            found->second.before = fields_of(entry);
+    bool keyed(const Key &key, const StateEntry &entry) override {
+        const auto [found, is_new] = known_->try_emplace(key);
+        Known &known = found->second;
+        if (known.state != Known::only_before) return false;
+        if (!is_new && known.digest == digest_of(entry)) {
+            known.state = Known::same;
+            ++same;
+            return true;
+        }
+        known.state = Known::different;
+        ++(is_new ? added : changed);
+        (*differences_)[key_text(entry)].after = fields_of(entry);
         return true;
     }
 
   private:
+    KnownEntries *const known_;
     Differences *const differences_;
-    absl::flat_hash_map<std::string, bool> told_;
+};
+
+// The fields of what is gone or different, out of the first state.
+class ThirdPass : public KeyedVisitor {
+  public:
+    ThirdPass(KnownEntries *known, Differences *differences) : known_(known), differences_(differences) {}
+
+  protected:
+    bool keyed(const Key &key, const StateEntry &entry) override {
+        const auto found = known_->find(key);
+        if (found == known_->end()) return true;  // the file has changed since
+        Known &known = found->second;
+        if (known.state == Known::told) return false;
+        if (known.state != Known::same) (*differences_)[key_text(entry)].before = fields_of(entry);
+        known.state = Known::told;
+        return true;
+    }
+
+  private:
+    KnownEntries *const known_;
+    Differences *const differences_;
 };
 
 const std::string *text_of(const Fields &fields, const std::string &name) {
@@ -250,40 +286,40 @@ void print_json(const Differences &differences) {
 }  // namespace
 
 int diff_states(const StateDiffOptions &options) {
+    if (options.before == "-" || options.after == "-") {
+        fmt::print(stderr, "kivctl: standard input can be shown, not compared: a state is read twice\n");
+        return kUnusable;
+    }
     std::string error;
     const auto read = [&](const std::string &path, StateVisitor &visitor) {
         if (read_state(path, visitor, &error)) return true;
         fmt::print(stderr, "kivctl: {}\n", error);
         return false;
     };
-    FirstPass first;
+    KnownEntries known;
+    FirstPass first(&known);
     if (!read(options.before, first)) return kUnusable;
-    SecondPass second(&first.known);
+    const size_t before = known.size();
+    Differences differences;
+    SecondPass second(&known, &differences);
     if (!read(options.after, second)) return kUnusable;
-    Differences &differences = second.differences;
-    size_t added = differences.size(), changed = 0, removed = 0;
-    for (const auto &[key, known] : first.known) {
-        if (known.seen) continue;
-        differences[key];
-        ++removed;
-    }
-    if (!differences.empty() && !options.quiet) {
-        ThirdPass third(&differences);
+    const size_t removed = before - second.same - second.changed;
+    const bool differ = removed + second.changed + second.added != 0;
+    if (options.quiet) return differ ? kBad : kGood;
+    if (removed + second.changed != 0) {
+        ThirdPass third(&known, &differences);
         if (!read(options.before, third)) return kUnusable;
-        for (const auto &[key, difference] : differences)
-            changed += difference.before && difference.after ? 1 : 0;
-        added -= changed;
-        options.json ? print_json(differences) : print_text(differences);
     }
-    if (!options.json && !options.quiet) {
-        if (differences.empty()) {
-            fmt::print("same: {} entries\n", second.same);
-        } else {
-            fmt::print("different: {} added, {} removed, {} changed, {} the same\n", added, removed, changed,
-                       second.same);
-        }
+    if (options.json) {
+        print_json(differences);
+    } else if (differ) {
+        print_text(differences);
+        fmt::print("different: {} added, {} removed, {} changed, {} the same\n", second.added, removed,
+                   second.changed, second.same);
+    } else {
+        fmt::print("same: {} entries\n", second.same);
     }
-    return differences.empty() ? kGood : kBad;
+    return differ ? kBad : kGood;
 }
 
 }  // namespace kivctl

@@ -253,10 +253,12 @@ bool StateColumn::takes(std::string_view field) const {
     });
 }
 
-std::string StateColumn::text(const StateEntry &entry) const {
-    if (make != nullptr) return make(entry);
-    const StateField *const field = entry.find(fields.front());
-    return field != nullptr ? field_text(*field, bare) : std::string();
+void StateColumn::append_text(std::string *out, const StateEntry &entry) const {
+    if (make != nullptr) {
+        *out += make(entry);
+    } else if (const StateField *const field = entry.find(fields.front())) {
+        append_field(out, *field, bare);
+    }
 }
 
 const StateColumns &columns_of(std::string_view family) {
@@ -266,14 +268,21 @@ const StateColumns &columns_of(std::string_view family) {
     return found != kColumns.end() ? *found : kNone;
 }
 
-std::string field_text(const StateField &field, bool bare) {
-    std::string text = field.value;
-    if (bare && field.is_reference) {
-        if (const size_t blank = text.find(' '); blank != text.npos) text.erase(0, blank + 1);
+void append_field(std::string *out, const StateField &field, bool bare) {
+    std::string_view value = field.value;
+    if (bare && field.is_reference) value.remove_prefix(value.find(' ') + 1);
+    *out += value;
+    if (!field.ends.empty()) {
+        *out += " -> ";
+        *out += field.ends;
     }
-    if (!field.ends.empty()) fmt::format_to(std::back_inserter(text), " -> {}", field.ends);
-    if (field.dangling) text += " [dangling]";
-    if (field.ends_dangling) text += " [ends nowhere]";
+    if (field.dangling) *out += " [dangling]";
+    if (field.ends_dangling) *out += " [ends nowhere]";
+}
+
+std::string field_text(const StateField &field, bool bare) {
+    std::string text;
+    append_field(&text, field, bare);
     return text;
 }
 

@@ -19,7 +19,7 @@ struct StateColumn {
     bool bare = false;  // a reference without its kind: the heading tells it
 
     bool takes(std::string_view field) const;
-    std::string text(const StateEntry &entry) const;
+    void append_text(std::string *out, const StateEntry &entry) const;
 };
 
 // Of a family that is not known there are no columns; every field is then shown with its name.
@@ -30,6 +30,7 @@ struct StateColumns {
 const StateColumns &columns_of(std::string_view family);
 
 // "ldi 0xc36900 -> next_hop 100005, no adjacency [ends nowhere]"; without the kind when `bare`.
+void append_field(std::string *out, const StateField &field, bool bare);
 std::string field_text(const StateField &field, bool bare);
 
 }  // namespace kivctl

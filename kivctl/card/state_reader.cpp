@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
@@ -22,34 +23,35 @@ constexpr size_t kDeepest = 16;
 class Bytes {
   public:
     explicit Bytes(int fd) : fd_(fd), buffer_(kBuffer, '\0') { refill(); }
-    explicit Bytes(std::string_view text) : at_(text.data()), end_(text.data() + text.size()) {}
+    explicit Bytes(std::string_view text)
+        : begin_(text.data()), at_(text.data()), end_(text.data() + text.size()) {}
 
     bool at_end() const { return at_ == end_; }
     char current() const { return *at_; }
     void advance() {
-        line_ += *at_ == '\n' ? 1 : 0;
         if (++at_ == end_ && fd_ >= 0) refill();
     }
-    size_t line() const { return line_; }
+    size_t line() const { return lines_before_ + static_cast<size_t>(std::count(begin_, at_, '\n')) + 1; }
     int error() const { return error_; }
 
   private:
     static constexpr size_t kBuffer = 256 * 1024;
 
     void refill() {
+        lines_before_ += static_cast<size_t>(std::count(begin_, at_, '\n'));
         ssize_t got;
         do got = read(fd_, buffer_.data(), buffer_.size());
         while (got < 0 && errno == EINTR);
         if (got < 0) error_ = errno;
-        at_ = buffer_.data();
+        begin_ = at_ = buffer_.data();
         end_ = at_ + std::max<ssize_t>(got, 0);
     }
 
     int fd_ = -1;
     int error_ = 0;
-    size_t line_ = 1;
+    size_t lines_before_ = 0;
     std::string buffer_;
-    const char *at_ = nullptr, *end_ = nullptr;
+    const char *begin_ = nullptr, *at_ = nullptr, *end_ = nullptr;
 };
 
 struct ByteIterator {

@@ -1,10 +1,7 @@
 // Rows in columns: see state_table.h.
 #include "kivctl/card/state_table.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
-#include <iterator>
 
 namespace kivctl {
 namespace {
@@ -21,21 +18,48 @@ void StateTable::begin(const std::string &family) {
     first_rows_.clear();
 }
 
-void StateTable::add(const StateEntry &entry) {
-    const std::vector<StateColumn> &columns = columns_->columns;
-    row_.clear();
-    for (const StateColumn &column : columns) row_.push_back(column.text(entry));
-    // What no column takes stands at the end by name.
-    std::string &rest = row_.emplace_back();
+// What no column takes stands at the end by name.
+void StateTable::append_rest(std::string *out, const StateEntry &entry) const {
+    const char *between = "";
     for (const StateField &field : entry) {
         const auto takes_it = [&](const StateColumn &column) { return column.takes(field.name); };
-        if (field.value.empty() || std::ranges::any_of(columns, takes_it)) continue;
-        fmt::format_to(std::back_inserter(rest), "{}{}={}", rest.empty() ? "" : "  ", field.name,
-                       field_text(field, false));
+        if (field.value.empty() || std::ranges::any_of(columns_->columns, takes_it)) continue;
+        *out += between;
+        *out += field.name;
+        *out += '=';
+        append_field(out, field, false);
+        between = "  ";
     }
-    if (streaming_) return print_row(row_);
-    first_rows_.push_back(row_);
-    if (first_rows_.size() == kRowsThatDecide) print_head();
+}
+
+void StateTable::add(const StateEntry &entry) {
+    const std::vector<StateColumn> &columns = columns_->columns;
+    if (!streaming_) {
+        Row &row = first_rows_.emplace_back(columns.size() + 1);
+        for (size_t i = 0; i < columns.size(); ++i) columns[i].append_text(&row[i], entry);
+        append_rest(&row.back(), entry);
+        if (first_rows_.size() == kRowsThatDecide) print_head();
+        return;
+    }
+    *out_ += "  ";
+    for (size_t i = 0; i < columns.size(); ++i) {
+        const size_t begin = out_->size();
+        columns[i].append_text(out_, entry);
+        end_cell(begin, i);
+    }
+    append_rest(out_, entry);
+    end_row();
+}
+
+void StateTable::end_cell(size_t begin, size_t column) {
+    const size_t size = out_->size() - begin;
+    out_->append(2 + (widths_[column] > size ? widths_[column] - size : 0), ' ');
+}
+
+// Without the blanks behind the last cell that has anything.
+void StateTable::end_row() {
+    while (out_->back() == ' ') out_->pop_back();
+    *out_ += '\n';
 }
 
 void StateTable::print_head() {
@@ -57,15 +81,13 @@ void StateTable::print_head() {
 }
 
 void StateTable::print_row(const Row &row) {
-    size_t last = row.size();
-    while (last > 0 && row[last - 1].empty()) --last;
     *out_ += "  ";
-    for (size_t i = 0; i < last; ++i) {
+    for (size_t i = 0; i < row.size(); ++i) {
+        const size_t begin = out_->size();
         *out_ += row[i];
-        if (i + 1 < last)
-            out_->append(2 + (widths_[i] > row[i].size() ? widths_[i] - row[i].size() : 0), ' ');
+        end_cell(begin, i);
     }
-    *out_ += '\n';
+    end_row();
 }
 
 void StateTable::end() {

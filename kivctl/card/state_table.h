@@ -22,8 +22,11 @@ class StateTable {
   private:
     using Row = std::vector<std::string>;
 
+    void append_rest(std::string *out, const StateEntry &entry) const;
     void print_head();
     void print_row(const Row &row);
+    void end_cell(size_t begin, size_t column);
+    void end_row();
 
     std::string *const out_;
     std::string family_;
@@ -31,7 +34,6 @@ class StateTable {
     bool streaming_ = false;
     std::vector<size_t> widths_;
     std::vector<Row> first_rows_;
-    Row row_;
 };
 
 }  // namespace kivctl

@@ -169,6 +169,9 @@ TEST_F(CardCommands, DiffRefusesWhatItCannotUse) {
     EXPECT_EQ(ran.status, 2);
     EXPECT_THAT(ran.err, HasSubstr("torn.json:2: format: the file ends early"));
     EXPECT_EQ(ran.out, "");
+    EXPECT_THAT(kivctl("card diff - " + sample()).err,
+                HasSubstr("standard input can be shown, not compared"));
+    EXPECT_EQ(kivctl("card diff - " + sample()).status, 2);
 }
 
 }  // namespace
