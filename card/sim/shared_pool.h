@@ -54,7 +54,6 @@ class SharedPool {
     }
 
     bool in_use(u32 index) const { return pool_.in_use(index); }
-    u32 first() const { return pool_.first(); }
 
   private:
     struct Users {
