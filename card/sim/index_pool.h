@@ -32,7 +32,6 @@ class IndexPool {
 
     bool in_use(u32 index) const { return inside(index) && bit(index - first_); }
     bool inside(u32 index) const { return index >= first_ && index - first_ < size_; }
-    u32 first() const { return first_; }
     u32 size() const { return size_; }
 
     // visit(index) for every index in use, in their order.

@@ -54,7 +54,6 @@ class SharedPool {
     }
 
     bool in_use(u32 index) const { return pool_.in_use(index); }
-    u32 first() const { return pool_.first(); }
 
     // visit(index, reserved, named_by) for every index in use, in their order: whether a client has it
     // reserved, and how many entries name it.

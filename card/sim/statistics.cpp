@@ -64,7 +64,7 @@ prm_status_t StatisticsState::attach(u32 stats_class, u32 direction, u32 pointer
 }
 
 void StatisticsState::detach_and_free(u32 stats_class, u32 direction, u32 pointer) {
-    detach(pointer);
+    attached.erase(pointer);
     if (IndexPool *const its = pool(stats_class, direction)) its->release(pointer);
 }
 

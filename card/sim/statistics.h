@@ -21,9 +21,7 @@ struct StatisticsState {
     prm_status_t attach(u32 stats_class, u32 direction, u32 pointer);
     // What attach() would answer.
     prm_status_t check_attach(u32 stats_class, u32 direction, u32 pointer);
-    // The entry stops to count on it; the pointer stays allocated.
-    void detach(u32 pointer) { attached.erase(pointer); }
-    // The entry is gone and its pointer with it.
+    // The entry stops to count on it, and gives it back.
     void detach_and_free(u32 stats_class, u32 direction, u32 pointer);
 
     IndexPool interface_ingress, interface_egress, mpls_ingress, mpls_egress;

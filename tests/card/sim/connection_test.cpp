@@ -1,5 +1,4 @@
 // Event managers, connections and clients: order, handles, names.
-#include <set>
 #include <string>
 
 #include "tests/card/sim/card_test.h"
@@ -130,43 +129,6 @@ TEST_F(ConnectionTest, EveryTableIsBounded) {
     EXPECT_EQ(open(evm, "b", &connection), CARD_ERROR_TABLE_FULL);
     ASSERT_EQ(enrol(evm, &client), CERR_SUCCESS);
     EXPECT_EQ(enrol(evm, &client), CARD_ERROR_TABLE_FULL);
-}
-
-class StatisticsTest : public CardTest {};
-
-TEST_F(StatisticsTest, PointersOfAllPoolsDiffer) {
-    std::set<u32> seen;
-    for (u32 direction : {PRM_STATS_INGRESS, PRM_STATS_EGRESS}) {
-        for (u32 stats_class : {PRM_STATS_CLASS_INTERFACE, PRM_STATS_CLASS_MPLS}) {
-            for (u32 count : {1u, 3u, 1u}) {
-                u32 granted = count, pointer = 0;
-                ASSERT_EQ(prm_stats_cl_alloc(client, direction, stats_class, 2, &granted, &pointer), 0u);
-                EXPECT_EQ(granted, count);
-                for (u32 i = 0; i < granted; ++i) EXPECT_TRUE(seen.insert(pointer + i).second);
-            }
-        }
-    }
-    EXPECT_EQ(used(Resource::statistics), 20u);
-}
-
-TEST_F(StatisticsTest, BadRequestsAreRefused) {
-    u32 count = 1, pointer = 77;
-    EXPECT_EQ(prm_stats_cl_alloc(stranger(), PRM_STATS_INGRESS, 5, 2, &count, &pointer),
-              CARD_ERROR_BAD_HANDLE);
-    EXPECT_EQ(prm_stats_cl_alloc(nullptr, PRM_STATS_INGRESS, 5, 2, &count, &pointer), CARD_ERROR_BAD_HANDLE);
-    EXPECT_EQ(prm_stats_cl_alloc(client, 0x30000000, 5, 2, &count, &pointer), CARD_ERROR_BAD_DIRECTION);
-    EXPECT_EQ(prm_stats_cl_alloc(client, PRM_STATS_INGRESS, 7, 2, &count, &pointer),
-              CARD_ERROR_BAD_STATISTICS_CLASS);
-    EXPECT_EQ(prm_stats_cl_alloc(client, PRM_STATS_INGRESS, 5, 2, nullptr, &pointer),
-              CARD_ERROR_NULL_POINTER);
-    EXPECT_EQ(prm_stats_cl_alloc(client, PRM_STATS_INGRESS, 5, 2, &count, nullptr), CARD_ERROR_NULL_POINTER);
-    count = 0;
-    EXPECT_EQ(prm_stats_cl_alloc(client, PRM_STATS_INGRESS, 5, 2, &count, &pointer), CARD_ERROR_BAD_COUNT);
-    count = 0xFFFFFFFF;
-    EXPECT_EQ(prm_stats_cl_alloc(client, PRM_STATS_INGRESS, 5, 2, &count, &pointer),
-              CARD_ERROR_POOL_EXHAUSTED);
-    EXPECT_EQ(pointer, 77u);
-    EXPECT_EQ(used(Resource::statistics), 0u);
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
-// No operation brings the process down, whatever bytes a record holds, and none loses count of what it keeps.
+// Layer-2, mirror and interface operations given any bytes at all: none crashes or loses count of what it
+// keeps.
 #include <cstring>
 #include <random>
 #include <vector>
