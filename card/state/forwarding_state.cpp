@@ -1,5 +1,5 @@
 // State: adjacencies, load distribution, labels, routes, local packet transport.
-#include <fmt/format.h>
+#include <fmt/compile.h>
 
 #include <cstring>
 
@@ -91,8 +91,8 @@ void write_ipv4_leaves(const sim::Card &card, FamilyWriter &out) {
         card.route.ipv4,
         [&](sim::Ipv4Key key, const sim::Leaf &leaf, u32) {
             char prefix[24];
-            const auto end = fmt::format_to(prefix, "{}.{}.{}.{}/{}", key >> 56, key >> 48 & 0xFF,
-                                            key >> 40 & 0xFF, key >> 32 & 0xFF, key & 0xFF);
+            const auto end = fmt::format_to(prefix, FMT_COMPILE("{}.{}.{}.{}/{}"), key >> 56,
+                                            key >> 48 & 0xFF, key >> 40 & 0xFF, key >> 32 & 0xFF, key & 0xFF);
             out.begin_entry();
             out.number("vrf", key >> 8 & 0xFFFF);
             out.text("prefix", {prefix, static_cast<size_t>(end - prefix)});

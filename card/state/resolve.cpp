@@ -55,10 +55,14 @@ Reference Resolver::tunnel(u32 tunnel) const {
     return {fmt::format("tunnel {}", tunnel), !card_.adjacency.tunnels.in_use(tunnel)};
 }
 
-Reference Resolver::ldi(u32 pointer) {
-    Reference reference{fmt::format("ldi {:#x}", pointer), !card_.load_distribution.table.contains(pointer)};
-    if (!reference.dangling) reference.ends = &ends_of_ldi(pointer);
-    return reference;
+const Reference &Resolver::ldi(u32 pointer) {
+    std::unique_ptr<Reference> &known = ldi_references_[pointer];
+    if (known == nullptr) {
+        known = std::make_unique<Reference>(
+            Reference{fmt::format("ldi {:#x}", pointer), !card_.load_distribution.table.contains(pointer)});
+        if (!known->dangling) known->ends = &ends_of_ldi(pointer);
+    }
+    return *known;
 }
 
 Reference Resolver::label_index(u32 index) const {

@@ -36,7 +36,7 @@ class Resolver {
     Reference bundle(u8 lag_id) const;
     Reference next_hop(u32 nh_idx);
     Reference tunnel(u32 tunnel) const;
-    Reference ldi(u32 pointer);
+    const Reference &ldi(u32 pointer);  // good as long as the resolver
     Reference label_index(u32 index) const;
     Reference bridge_domain(u32 bd_id) const;
     Reference mirror_session(u32 session) const;
@@ -50,6 +50,7 @@ class Resolver {
 
     const sim::Card &card_;
     absl::flat_hash_map<u32, std::unique_ptr<Ends>> next_hops_, ldis_, uidbs_;
+    absl::flat_hash_map<u32, std::unique_ptr<Reference>> ldi_references_;
 };
 
 }  // namespace card

@@ -119,8 +119,8 @@ TEST_F(InterfaceTest, EveryFeatureHasItsKindsAndItsLargestValue) {
     EXPECT_EQ(set(kBvi, UIDB_FEATURE_REWRITE_OP, 0), CARD_ERROR_FEATURE_NOT_APPLICABLE);
     EXPECT_EQ(set(kBvi, UIDB_FEATURE_LAG_ID, 9), CARD_ERROR_FEATURE_NOT_APPLICABLE);
     EXPECT_EQ(set(kMainB, UIDB_FEATURE_LAG_ID, 9), 0u);
-    EXPECT_EQ(set(kBvi, UIDB_FEATURE_STATS_POINTER, statistics(PRM_STATS_INGRESS)), 0u);
-    EXPECT_EQ(set(kBundleIfh, UIDB_FEATURE_STATS_POINTER, statistics(PRM_STATS_INGRESS)), 0u);
+    EXPECT_EQ(set(kBvi, UIDB_FEATURE_STATS_POINTER, allocate_statistics(PRM_STATS_INGRESS)), 0u);
+    EXPECT_EQ(set(kBundleIfh, UIDB_FEATURE_STATS_POINTER, allocate_statistics(PRM_STATS_INGRESS)), 0u);
 }
 
 TEST_F(InterfaceTest, EveryFeatureKeepsItsValueInAPlaceOfItsOwn) {
@@ -236,7 +236,8 @@ TEST_F(InterfaceTest, ARewriteTakesNoMoreTagsThanThereAre) {
 }
 
 TEST_F(InterfaceTest, StatisticsPointersComeFromTheirPoolAndCountForOneInterface) {
-    const u32 ingress = statistics(PRM_STATS_INGRESS), egress = statistics(PRM_STATS_EGRESS);
+    const u32 ingress = allocate_statistics(PRM_STATS_INGRESS),
+              egress = allocate_statistics(PRM_STATS_EGRESS);
     EXPECT_EQ(set(kMainA, UIDB_FEATURE_STATS_POINTER, ingress + 1, 0), CARD_ERROR_UNKNOWN_STATISTICS);
     EXPECT_EQ(set(kMainA, UIDB_FEATURE_STATS_POINTER, 0, 0), CARD_ERROR_UNKNOWN_STATISTICS);
     EXPECT_EQ(set(kMainA, UIDB_FEATURE_STATS_POINTER, ingress, 1), CARD_ERROR_UNKNOWN_STATISTICS);
@@ -245,13 +246,13 @@ TEST_F(InterfaceTest, StatisticsPointersComeFromTheirPoolAndCountForOneInterface
     EXPECT_EQ(set(kMainB, UIDB_FEATURE_STATS_POINTER, ingress, 0), CARD_ERROR_IN_USE);
     EXPECT_EQ(set(kMainA, UIDB_FEATURE_STATS_POINTER, egress, 1), 0u);
     // A new pointer takes the old one's place, which goes back.
-    EXPECT_EQ(set(kMainA, UIDB_FEATURE_STATS_POINTER, statistics(PRM_STATS_INGRESS), 0), 0u);
+    EXPECT_EQ(set(kMainA, UIDB_FEATURE_STATS_POINTER, allocate_statistics(PRM_STATS_INGRESS), 0), 0u);
     EXPECT_EQ(set(kMainB, UIDB_FEATURE_STATS_POINTER, ingress, 0), CARD_ERROR_UNKNOWN_STATISTICS);
     EXPECT_EQ(used(Resource::statistics), 2u);
 }
 
 TEST_F(InterfaceTest, ABatchTakesStatisticsPointersAndMirrorSourcesToo) {
-    const u32 pointer = statistics(PRM_STATS_INGRESS);
+    const u32 pointer = allocate_statistics(PRM_STATS_INGRESS);
     prm_span_request session = {};
     ASSERT_EQ(prm_srh_span_fwd_add(client, &session), 0u);
     uidb_feature_batch_of<3> batch = {};
@@ -261,7 +262,7 @@ TEST_F(InterfaceTest, ABatchTakesStatisticsPointersAndMirrorSourcesToo) {
     batch.entries[0].feature = feature(UIDB_FEATURE_STATS_POINTER, pointer, UIDB_QUALIFIER_INGRESS);
     batch.entries[1].feature = feature(UIDB_FEATURE_SPAN_SOURCE, 0);
     // The pointer's place is taken by another, and it goes back.
-    batch.entries[2].feature = feature(UIDB_FEATURE_STATS_POINTER, statistics(PRM_STATS_INGRESS));
+    batch.entries[2].feature = feature(UIDB_FEATURE_STATS_POINTER, allocate_statistics(PRM_STATS_INGRESS));
     ASSERT_EQ(uidb_set_feature_batch(kCookie, &batch.head), 0u);
     EXPECT_EQ(used(Resource::mirror_source), 1u);
     EXPECT_EQ(used(Resource::statistics), 1u);

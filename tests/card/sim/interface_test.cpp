@@ -206,8 +206,8 @@ TEST_F(InterfaceTest, DeletingGivesEverythingBack) {
     const u32 interfaces = used(Resource::interface), features = used(Resource::feature),
               pointers = used(Resource::statistics);
     ASSERT_EQ(create_sub(), 0u);
-    ASSERT_EQ(set(kNewSub, {feature(UIDB_FEATURE_STATS_POINTER, statistics(PRM_STATS_INGRESS), 0),
-                            feature(UIDB_FEATURE_STATS_POINTER, statistics(PRM_STATS_EGRESS), 1),
+    ASSERT_EQ(set(kNewSub, {feature(UIDB_FEATURE_STATS_POINTER, allocate_statistics(PRM_STATS_INGRESS), 0),
+                            feature(UIDB_FEATURE_STATS_POINTER, allocate_statistics(PRM_STATS_EGRESS), 1),
                             feature(UIDB_FEATURE_VRF, 3), feature(UIDB_FEATURE_OUTER_VLAN, 7)}),
               0u);
     EXPECT_EQ(used(Resource::feature), features + 4);

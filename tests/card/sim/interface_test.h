@@ -43,7 +43,7 @@ class InterfaceTest : public CardTest {
         if (call_status != nullptr) *call_status = status;
         return status != 0 ? status : update.lag_status;
     }
-    u32 statistics(u32 direction) {
+    u32 allocate_statistics(u32 direction) {
         u32 count = 1, pointer = 0;
         EXPECT_EQ(prm_stats_cl_alloc(client, direction, PRM_STATS_CLASS_INTERFACE, 2, &count, &pointer), 0u);
         return pointer;

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -151,6 +152,7 @@ class Beside {
         process_ = fork();
         if (process_ < 0) throw std::runtime_error("no process");
         if (process_ != 0) return;
+        prctl(PR_SET_PDEATHSIG, SIGKILL);  // the number of a test that is gone may be anybody's
         what(tester);
         _exit(0);
     }
@@ -313,8 +315,8 @@ TEST_F(SupervisorTest, InterruptedRunWaitsForAShortTimeOnly) {
 }
 
 TEST_F(SupervisorTest, InterruptBetweenCasesIsNobodysFailure) {
-    watcher_.on_worker_begins_ = [](int) {
-        kill(getppid(), SIGINT);
+    watcher_.on_worker_begins_ = [tester = getpid()](int) {
+        kill(tester, SIGINT);
         wait_forever();
     };
     add("never", passes);
