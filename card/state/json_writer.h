@@ -36,7 +36,7 @@ class JsonWriter {
     int error() const { return error_; }
 
   private:
-    static constexpr size_t kBuffer = 256 * 1024;
+    static constexpr size_t kBuffer = size_t{256} * 1024;
 
     void separate();
     void open(char bracket);

@@ -259,12 +259,12 @@ struct prm_record {
 
 template <class Member>
 constexpr prm_field prm_field_at(const char *name, size_t offset) {
-    using Element = std::remove_all_extents_t<Member>;
+    static_assert(std::rank_v<Member> <= 1, "an array of arrays has no field of its own");
     prm_field field;
     field.name = name;
     field.offset = static_cast<u16>(offset);
-    field.width = sizeof(Element);
-    field.count = sizeof(Member) / sizeof(Element);
+    field.width = sizeof(std::remove_extent_t<Member>);
+    field.count = std::is_array_v<Member> ? std::extent_v<Member> : 1;
     return field;
 }
 

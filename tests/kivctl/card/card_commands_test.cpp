@@ -97,6 +97,13 @@ TEST_F(CardCommands, ShowRefusesFamiliesAndFilesThatAreNone) {
     EXPECT_EQ(kivctl("card").status, 2);
 }
 
+TEST_F(CardCommands, ShowOfADamagedFilePrintsWhatStandsBeforeTheDamage) {
+    const Ran torn = kivctl("card show " + sample("\"tag\":3", "\"tag\":x", "damaged.json"));
+    EXPECT_EQ(torn.status, 2);
+    EXPECT_THAT(torn.out, HasSubstr("0x8000088"));
+    EXPECT_THAT(torn.err, HasSubstr("damaged.json:17: families.ipv4_leaves.entries[1].tag: syntax error"));
+}
+
 TEST_F(CardCommands, DiffOfTheSameStateIsEmpty) {
     const std::string before = sample();
     // When and by which worker a state was taken does not count.

@@ -93,6 +93,26 @@ TEST(StateReader, TellsEverythingInItsOrder) {
             "pseudowires ends"));
 }
 
+TEST(StateReader, NamesAReferenceAfterItsOwnObjectWhereverItStandsInThere) {
+    Teller teller;
+    std::string error;
+    ASSERT_TRUE(read_state_text(
+        sample_with("\"shape\":\"round\"", R"("link":{"colour":"red","to":"x","dangling":true})"),
+        "state.json", teller, &error))
+        << error;
+    EXPECT_THAT(teller.lines, testing::Contains("novelties: id=5 link.colour=red link=x! none=null"));
+}
+
+TEST(StateEntry, IsEmptyAtFirstAndAfterwards) {
+    StateEntry entry;
+    EXPECT_EQ(entry.size(), 0u);
+    entry.add("id").value = "5";
+    EXPECT_EQ(entry.size(), 1u);
+    entry.clear();
+    EXPECT_EQ(entry.size(), 0u);
+    EXPECT_EQ(entry.find("id"), nullptr);
+}
+
 TEST(StateReader, DoesNotCareHowTheDocumentIsLaidOut) {
     std::string one_line = kSampleState;
     std::erase(one_line, '\n');
@@ -116,6 +136,10 @@ TEST(StateReader, RefusesWhatIsNoStateWithFileLineAndField) {
                 StartsWith("state.json:1: kind: not a card state"));
     EXPECT_THAT(problem_of(sample_with("\"families\":{", "\"families\":[")),
                 StartsWith("state.json:9: families: "));
+    EXPECT_EQ(problem_of(R"({"format":1,"kind":"card state","families":7})"),
+              "state.json:1: families: not an object");
+    EXPECT_EQ(problem_of(R"({"format":1,"kind":"card state","accounts":7})"),
+              "state.json:1: accounts: not an object");
     EXPECT_THAT(problem_of(sample_with("{\"vrf\":0,\"prefix\":\"1.1.1.2/32\",\"flags0\":\"direct\"}", "7")),
                 StartsWith("state.json:16: families.ipv4_leaves.entries[0]: unexpected"));
     EXPECT_THAT(problem_of(sample_with("{\"vrf\":0,\"prefix\":\"1.1.1.2/32\",\"flags0\":\"direct\"}", "[7]")),
