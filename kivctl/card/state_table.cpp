@@ -68,7 +68,7 @@ void StateTable::print_head() {
     Row headings;
     for (const StateColumn &column : columns_->columns) headings.emplace_back(column.heading);
     headings.emplace_back();
-    widths_.assign(headings.size(), 0);
+    widths_.resize(headings.size());
     for (size_t i = 0; i < headings.size(); ++i) {
         widths_[i] = headings[i].size();
         for (const Row &row : first_rows_)

@@ -125,14 +125,14 @@ TEST_F(CardCommands, DiffTellsWhatWasAddedRemovedAndChanged) {
     change("{\"vrf\":0,\"prefix\":\"1.1.1.2/32\",\"flags0\":\"direct\"}",
            "{\"vrf\":7,\"prefix\":\"1.1.1.2/32\",\"flags0\":\"direct\"}");
     change("\"flags0\":\"ldi\",\"tag\":3", "\"flags0\":\"ldi\"");
-    change("\"outer_vlan\":310", "\"outer_vlan\":311");
+    change("\"outer_tpid\":\"0x8100\",\"outer_vlan\":310", "\"outer_tpid\":\"0x88a8\",\"outer_vlan\":311");
     const std::string after = directory_.write("b.json", text);
     const Ran ran = kivctl("card diff " + before + " " + after);
     EXPECT_EQ(ran.status, 1);
     EXPECT_EQ(ran.out, R"(accounts
   ~ name adjacency: used 1 => 2
 interfaces
-  ~ handle 0x800f210: outer_vlan 310 => 311
+  ~ handle 0x800f210: outer_tpid 0x8100 => 0x88a8, outer_vlan 310 => 311
 ipv4_leaves
   - vrf 0 prefix 1.1.1.2/32: flags0 direct
   ~ vrf 0 prefix 10.0.0.1/32: tag 3 => (none)
