@@ -26,7 +26,7 @@ std::string Case::selector() const {
 }
 
 const char *TextPool::add(std::string_view first, std::string_view second) {
-    constexpr size_t kBlock = 64 * 1024;
+    constexpr size_t kBlock = size_t{64} * 1024;
     const size_t size = first.size() + second.size() + 2;
     if (size_ - used_ < size) {
         size_ = size > kBlock ? size : kBlock;

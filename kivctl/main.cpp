@@ -1,7 +1,12 @@
 // The companion command: results of runs, sites, and states of cards.
+#include <cstdio>
+#include <exception>
+
 #include "kivctl/commands.h"
 
-int main(int argc, char **argv) {
+namespace {
+
+int run(int argc, char **argv) {
     CLI::App app("Works on the results of prm_kiv, on the sites that it runs with and on states of cards.",
                  "kivctl");
     app.set_version_flag("--version", KIV_VERSION);
@@ -22,4 +27,18 @@ int main(int argc, char **argv) {
         return app.exit(error) == 0 ? kivctl::kGood : kivctl::kUnusable;
     }
     return status;
+}
+
+}  // namespace
+
+// What nobody foresaw (no memory, a library's own complaint) is told like any other trouble.
+int main(int argc, char **argv) {
+    try {
+        return run(argc, argv);
+    } catch (const std::exception &error) {
+        fprintf(stderr, "kivctl: %s\n", error.what());
+    } catch (...) {
+        fputs("kivctl: failed, and nothing says why\n", stderr);
+    }
+    return kivctl::kUnusable;
 }

@@ -146,7 +146,7 @@ constexpr bool in_order_of_type() {
 }
 static_assert(in_order_of_type());
 
-constexpr size_t kLongestText = 64 * 1024;  // of one record; longer texts take several
+constexpr size_t kLongestText = size_t{64} * 1024;  // of one record; longer texts take several
 constexpr size_t kLongestCheckText = 4096;
 constexpr size_t kLongestCallText = 256;
 
@@ -425,7 +425,7 @@ size_t replay_ring(Ring &ring, Journal &journal, const RecordBounds &bounds, siz
         }
         // Room is given back in portions: the writer need not wait until everything was read.
         size_t used = 0;
-        while (used < size && used < 32 * 1024) {
+        while (used < size && used < size_t{32} * 1024) {
             RecordHeader header;
             memcpy(&header, at + used, sizeof header);
             const char *payload = at + used + sizeof header;

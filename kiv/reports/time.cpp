@@ -1,6 +1,7 @@
 // Points in time and durations, as text.
 #include "kiv/reports/time.h"
 
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 
@@ -35,7 +36,7 @@ std::string duration_text(std::chrono::nanoseconds duration) {
     static constexpr Unit kUnits[] = {{1e9, "s"}, {1e6, "ms"}, {1e3, "us"}, {1, "ns"}};
     char text[48];
     if (ns >= 100e9) {
-        const long seconds = static_cast<long>(ns / 1e9 + 0.5);
+        const long seconds = std::lround(ns / 1e9);
         if (seconds < 3600)
             snprintf(text, sizeof text, "%ld min %ld s", seconds / 60, seconds % 60);
         else

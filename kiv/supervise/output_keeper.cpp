@@ -13,7 +13,7 @@ namespace kiv {
 
 namespace {
 
-constexpr size_t kTail = 16 * 1024;  // of a long output, kept besides its head
+constexpr size_t kTail = size_t{16} * 1024;  // of a long output, kept besides its head
 
 }  // namespace
 
@@ -97,7 +97,7 @@ void OutputKeeper::finish(std::string *text, uint64_t *size, std::string *file) 
     *file = path_;
     if (fd_ >= 0) close(fd_);
     fd_ = -1;
-    if (head_.capacity() > 64 * 1024) std::string().swap(head_);
+    if (head_.capacity() > size_t{64} * 1024) std::string().swap(head_);
 }
 
 }  // namespace kiv

@@ -11,7 +11,7 @@
 namespace kivctl {
 namespace {
 
-constexpr size_t kFlushAt = 64 * 1024;
+constexpr size_t kFlushAt = size_t{64} * 1024;
 
 class Shower : public StateVisitor {
   public:

@@ -35,7 +35,7 @@ class Bytes {
     int error() const { return error_; }
 
   private:
-    static constexpr size_t kBuffer = 256 * 1024;
+    static constexpr size_t kBuffer = size_t{256} * 1024;
 
     void refill() {
         lines_before_ += static_cast<size_t>(std::count(begin_, at_, '\n'));
