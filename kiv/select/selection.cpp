@@ -187,6 +187,7 @@ void shard_cases(const kiv_context &context, int index, int count, std::vector<u
     std::map<uint32_t, size_t> sizes;  // by folder
     for (uint32_t at : *selected) ++sizes[context.cases[at].folder->id];
     std::vector<std::pair<size_t, uint32_t>> order;
+    order.reserve(sizes.size());
     for (const auto &[folder, size] : sizes) order.push_back({size, folder});
     std::stable_sort(order.begin(), order.end(), [](auto &a, auto &b) { return a.first > b.first; });
     std::vector<size_t> load(static_cast<size_t>(count));

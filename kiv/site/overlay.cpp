@@ -28,7 +28,9 @@ void Overlay::scan(const std::string &relative, int depth) {
     while (const dirent *entry = readdir(listing)) {
         const std::string name = entry->d_name;
         if (name == "." || name == "..") continue;
-        const std::string path = relative.empty() ? name : relative + "/" + name;
+        std::string path = relative;
+        if (!path.empty()) path += '/';
+        path += name;
         if (name == kStandardInput || name == kInputFiles[0] || name == kInputFiles[1]) {
             files_.insert(path);
         } else if (entry->d_type == DT_DIR ||
