@@ -25,12 +25,14 @@ struct Kind {
     bool veltora;
     u32 ports;
     u32 hsp_port;  // 0: the card has none
+    u32 processors;
 };
 
 constexpr Kind kKinds[] = {
-    {"TypeA", PLATFORM_CARD_TYPE_A, false, 88, 81},
-    {"TypeB", PLATFORM_CARD_TYPE_B, false, 48, 41},
-    {"Veltora", 0x1E1003, true, 24, 0},
+    {"TypeA", PLATFORM_CARD_TYPE_A, false, 88, 81, 1},
+    {"TypeB", PLATFORM_CARD_TYPE_B, false, 48, 41, 1},
+    {"Veltora", 0x1E1003, true, 24, 0, 1},
+    {"TwoProcessors", PLATFORM_CARD_TYPE_B, false, 96, 41, 2},
 };
 
 void PrintTo(const Kind &kind, std::ostream *out) {
@@ -44,7 +46,8 @@ class SuiteOnCardTest : public ::testing::TestWithParam<Kind> {
         inventory.card_type = GetParam().card_type;
         inventory.veltora_family = GetParam().veltora;
         inventory.ports = GetParam().ports;
-        inventory.np_local_ports = {static_cast<u8>(GetParam().ports)};
+        inventory.np_local_ports.assign(GetParam().processors,
+                                        static_cast<u8>(GetParam().ports / GetParam().processors));
         return inventory;
     }
 
