@@ -26,6 +26,8 @@ struct Kind {
     u32 ports;
     u32 hsp_port;  // 0: the card has none
     u32 processors;
+
+    u32 local_ports() const { return ports / processors; }  // of each processor
 };
 
 constexpr Kind kKinds[] = {
@@ -46,8 +48,7 @@ class SuiteOnCardTest : public ::testing::TestWithParam<Kind> {
         inventory.card_type = GetParam().card_type;
         inventory.veltora_family = GetParam().veltora;
         inventory.ports = GetParam().ports;
-        inventory.np_local_ports.assign(GetParam().processors,
-                                        static_cast<u8>(GetParam().ports / GetParam().processors));
+        inventory.np_local_ports.assign(GetParam().processors, static_cast<u8>(GetParam().local_ports()));
         return inventory;
     }
 
@@ -124,7 +125,7 @@ TEST_P(SuiteOnCardTest, EveryQosCasePassesOrDoesNotApply) {
     EXPECT_EQ(used(sim::Resource::policy), 1u) << "of the case that destroys with a spoiled feature id";
     // Default queues stay: the scale case allocates one on every port but the last, of which port 1's is
     // released.
-    EXPECT_EQ(used(sim::Resource::queue), GetParam().ports - 2);
+    EXPECT_EQ(used(sim::Resource::queue), GetParam().local_ports() - 2);
 }
 
 TEST_P(SuiteOnCardTest, AShiftedKeyIsVerifiedFieldByField) {
@@ -151,9 +152,9 @@ TEST_P(SuiteOnCardTest, EveryClassOfEveryPortReadsBackAsConfigured) {
         for (size_t at = output.find(text); at != std::string::npos; at = output.find(text, at + 1)) ++n;
         return n;
     };
-    EXPECT_EQ(count("is configured properly for class"), 7 * (GetParam().ports - 1));
-    EXPECT_EQ(count("BWRR is cnfig crrtly on def-class's SP"), GetParam().ports - 1);
-    EXPECT_EQ(count("Success in Deleting SP Queue"), GetParam().ports - 1);
+    EXPECT_EQ(count("is configured properly for class"), 7 * (GetParam().local_ports() - 1));
+    EXPECT_EQ(count("BWRR is cnfig crrtly on def-class's SP"), GetParam().local_ports() - 1);
+    EXPECT_EQ(count("Success in Deleting SP Queue"), GetParam().local_ports() - 1);
 }
 
 TEST_P(SuiteOnCardTest, BothFoldersRunTwiceOnOneCard) {
