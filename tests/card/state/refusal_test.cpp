@@ -1,5 +1,6 @@
-// A refused request changes nothing: whatever a layer-2, mirroring, TCAM or traffic-manager request says, the
-// whole state is the same after its refusal as before.
+// A refused request changes nothing, and a granted one contradicts nothing: whatever a layer-2, mirroring,
+// TCAM or traffic-manager request says, the whole state is the same after its refusal as before, and what is
+// to hold among the entries holds.
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -12,6 +13,7 @@
 #include "tests/card/sim/hal_requests.h"
 #include "tests/card/sim/interface_requests.h"
 #include "tests/card/sim/l2_requests.h"
+#include "tests/card/sim/layer2_relations.h"
 #include "tests/card/sim/tcam_request.h"
 
 namespace sim {
@@ -157,7 +159,7 @@ class RefusalTest : public CardTest {
     u64 latest_[2] = {};  // TCAM of each feature
 };
 
-TEST_F(RefusalTest, LeavesTheWholeStateAsItWas) {
+TEST_F(RefusalTest, LeavesTheWholeStateAsItWasAndRelationsHold) {
     // Some are refused for want of room, too.
     card.accounts[Resource::circuit].limit = 3;
     card.accounts[Resource::mirror_source].limit = 3;
@@ -202,6 +204,8 @@ TEST_F(RefusalTest, LeavesTheWholeStateAsItWas) {
             ASSERT_EQ(after, before) << kind.what << " refused as " << card::code_text(status);
         }
         before = std::move(after);
+        for (const Relation &relation : kLayer2Relations)
+            ASSERT_TRUE(relation.holds(card)) << relation.name << ", after a request of a " << kind.what;
     }
     for (const Kind &kind : kinds) {
         EXPECT_GT(kind.granted, 10u) << kind.what;
