@@ -69,6 +69,8 @@ std::vector<TcamEntry> access_list(u32 seed) {
         std::memcpy(entry.value, &value, sizeof value);
         std::memcpy(entry.mask, &mask, sizeof mask);
         std::memset(entry.result, static_cast<int>(random()), sizeof entry.result);
+        std::memset(entry.result + offsetof(prm_tcam_acl_result, stats_id), 0,
+                    sizeof(u32));  // counts nowhere
     }
     return entries;
 }

@@ -30,6 +30,12 @@ prm_bd_request domain(u32 id) {
     return request;
 }
 
+// Every domain has a VNI of its own, whatever its id.
+void give_vni(u32 i, prm_bd_request *request) {
+    request->vni_low = static_cast<u16>(i + 1);
+    request->vni_high = static_cast<u8>((i + 1) >> 16);
+}
+
 struct BridgeDomains {
     static constexpr const char *kName = "bridge domains";
     static constexpr bool kChanges = true, kRemoves = true;
@@ -41,10 +47,12 @@ struct BridgeDomains {
     static Key key(u32 i) { return spread(i); }
     bool add(ClientOnCard &on, u32 i) {
         request.bd_id = key(i);
+        give_vni(i, &request);
         return prm_srh_bd_add(on.client, &request) == CERR_SUCCESS;
     }
     bool change(ClientOnCard &on, u32 i) {
         request.bd_id = key(i);
+        give_vni(i, &request);
         return prm_srh_bd_mod(on.client, &request) == CERR_SUCCESS;
     }
     bool remove(ClientOnCard &on, u32 i) {

@@ -43,7 +43,7 @@ Card::Card(Inventory described)
       l2(accounts, inventory),
       evpn(accounts, inventory),
       span(accounts, inventory),
-      tcam(accounts, inventory),
+      tcam(accounts, inventory, traffic_manager),
       traffic_manager(accounts, inventory) {}
 
 Card *current_card() {

@@ -29,7 +29,8 @@ prm_status_t read_vplag(const prm_vplag_info &info, Vplag *vplag) {
     if (info.source_vtep == 0) return CARD_ERROR_BAD_VALUE;
     vplag->source_vtep = info.source_vtep;
     for (u32 i = 0; i < info.num_paths; ++i) {
-        if (info.remote_vtep[i] == 0) return CARD_ERROR_BAD_VALUE;
+        if (info.remote_vtep[i] == 0 || info.nh_id[i] == 0) return CARD_ERROR_BAD_VALUE;
+        if (info.remote_vtep[i] == info.source_vtep) return CARD_ERROR_OWN_VTEP;
         vplag->paths.push_back({info.nh_id[i], info.remote_vtep[i]});
     }
     return CERR_SUCCESS;
@@ -79,7 +80,28 @@ prm_status_t vplag_del(Card &card, prm_handle_t client, prm_l2_ecmp_request *req
     return card.evpn.vplags.remove(id);
 }
 
+// ---- What lives in a VXLAN domain.
+
+// The domain in *domain; without a VNI it takes none of these.
+prm_status_t find_vxlan_domain(Card &card, u32 bd_id, BridgeDomain **domain) {
+    *domain = card.l2.bridge_domains.find(bd_id);
+    if (*domain == nullptr) return CARD_ERROR_UNKNOWN_BRIDGE_DOMAIN;
+    return success_if((*domain)->vni != 0, CARD_ERROR_NO_VNI);
+}
+
+void enter_domain(Card &card, u32 bd_id, BridgeDomain *domain) {
+    card.l2.bridge_domains.hold(bd_id);
+    ++domain->overlays;
+}
+
+void leave_domain(Card &card, u32 bd_id) {
+    card.l2.bridge_domains.release(bd_id);
+    --card.l2.bridge_domains.find(bd_id)->overlays;
+}
+
 // ---- EVPN MACs.
+
+constexpr u8 kGroupBit = 1;  // of a MAC address's first byte
 
 prm_status_t check_mac(const Card &card, prm_handle_t client, const prm_evpn_mac_request *request,
                        EvpnMacKey *key) {
@@ -89,18 +111,22 @@ prm_status_t check_mac(const Card &card, prm_handle_t client, const prm_evpn_mac
     }
     key->bd_id = request->entry.bd_id;
     std::memcpy(key->mac, request->entry.mac, sizeof key->mac);
+    if ((key->mac[0] & kGroupBit) != 0) return CARD_ERROR_NOT_UNICAST;
     constexpr u8 kNone[sizeof key->mac] = {};
     return success_if(std::memcmp(key->mac, kNone, sizeof kNone) != 0, CARD_ERROR_BAD_VALUE);
 }
 
+// There is no modify: a MAC that moved is installed again, over the entry that is there.
 prm_status_t mac_add(Card &card, prm_handle_t client, prm_evpn_mac_request *request) {
     EvpnMacKey key;
     if (const prm_status_t status = check_mac(card, client, request, &key)) return status;
-    if (!card.l2.bridge_domains.contains(key.bd_id)) return CARD_ERROR_UNKNOWN_BRIDGE_DOMAIN;
+    BridgeDomain *domain;
+    if (const prm_status_t status = find_vxlan_domain(card, key.bd_id, &domain)) return status;
     EvpnMac *mac;
-    if (const prm_status_t status = card.evpn.macs.add(key, &mac)) return status;
+    bool created;
+    if (const prm_status_t status = card.evpn.macs.put(key, &mac, &created)) return status;
     *mac = {request->entry.type, request->entry.fec};
-    card.l2.bridge_domains.hold(key.bd_id);
+    if (created) enter_domain(card, key.bd_id, domain);
     return CERR_SUCCESS;
 }
 
@@ -108,7 +134,7 @@ prm_status_t mac_del(Card &card, prm_handle_t client, prm_evpn_mac_request *requ
     EvpnMacKey key;
     if (const prm_status_t status = check_mac(card, client, request, &key)) return status;
     const prm_status_t status = card.evpn.macs.remove(key);
-    if (status == CERR_SUCCESS) card.l2.bridge_domains.release(key.bd_id);
+    if (status == CERR_SUCCESS) leave_domain(card, key.bd_id);
     return status;
 }
 
@@ -152,19 +178,23 @@ prm_status_t check_overlay(const Card &card, prm_handle_t client, const prm_vxla
 
 prm_status_t overlay_add(Card &card, prm_handle_t client, prm_vxlan_ole_request *request) {
     if (const prm_status_t status = check_overlay(card, client, request)) return status;
-    if (!card.l2.bridge_domains.contains(request->bd_id)) return CARD_ERROR_UNKNOWN_BRIDGE_DOMAIN;
+    if (request->nh_id == 0) return CARD_ERROR_BAD_VALUE;
+    BridgeDomain *domain;
+    if (const prm_status_t status = find_vxlan_domain(card, request->bd_id, &domain)) return status;
+    if (request->remote_vtep == domain->source_vtep) return CARD_ERROR_OWN_VTEP;
     Overlay *overlay;
     const prm_status_t status =
         card.evpn.overlays.add(overlay_key(request->bd_id, request->remote_vtep), &overlay);
     if (status != CERR_SUCCESS) return status;
     overlay->next_hop = request->nh_id;
     card.adjacency.next_hops.use(overlay->next_hop);
-    card.l2.bridge_domains.hold(request->bd_id);
+    enter_domain(card, request->bd_id, domain);
     return CERR_SUCCESS;
 }
 
 prm_status_t overlay_mod(Card &card, prm_handle_t client, prm_vxlan_ole_request *request) {
     if (const prm_status_t status = check_overlay(card, client, request)) return status;
+    if (request->nh_id == 0) return CARD_ERROR_BAD_VALUE;
     Overlay *const overlay = card.evpn.overlays.find(overlay_key(request->bd_id, request->remote_vtep));
     if (overlay == nullptr) return CARD_ERROR_NOT_FOUND;
     card.adjacency.next_hops.use(request->nh_id);
@@ -179,7 +209,7 @@ prm_status_t overlay_del(Card &card, prm_handle_t client, prm_vxlan_ole_request 
     const Overlay *const overlay = card.evpn.overlays.find(key);
     if (overlay == nullptr) return CARD_ERROR_NOT_FOUND;
     card.adjacency.next_hops.unuse(overlay->next_hop);
-    card.l2.bridge_domains.release(request->bd_id);
+    leave_domain(card, request->bd_id);
     return card.evpn.overlays.remove(key);
 }
 

@@ -74,9 +74,9 @@ struct EvpnState {
 
     Table<u32, Vplag> vplags;
     IndexPool vplag_ids;
-    Table<EvpnMacKey, EvpnMac> macs;  // each holds its bridge domain
+    Table<EvpnMacKey, EvpnMac> macs;  // each holds its bridge domain, which has a VNI
     Table<ShgDfKey, ShgDf> shg_dfs;   // each holds its interface
-    Table<u64, Overlay> overlays;     // each holds its bridge domain
+    Table<u64, Overlay> overlays;     // each holds its bridge domain, which has a VNI
 };
 
 }  // namespace sim

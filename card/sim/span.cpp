@@ -14,12 +14,33 @@ prm_status_t check_session(const Card &card, prm_handle_t client, const prm_span
     return success_if(request->session_id < PRM_SPAN_SESSIONS, PRM_ERROR_BCM_E_BADID);
 }
 
+bool in_a_bundle(const Card &card, u32 port) {
+    bool found = false;
+    card.interfaces.bundles.for_each(
+        [&](u8, const Bundle &bundle, u32) { found = found || bundle.members.test(port); });
+    return found;
+}
+
+// A destination port sends mirrored packets alone: no interface sits on it, and it is no other session's.
+prm_status_t check_destination(const Card &card, u32 port) {
+    prm_status_t status = success_if(!in_a_bundle(card, port), CARD_ERROR_PORT_HAS_INTERFACE);
+    card.interfaces.table.for_each([&](u32, const Interface &interface, u32) {
+        if (interface.kind == InterfaceKind::MAIN && interface.np_port == port)
+            status = CARD_ERROR_PORT_HAS_INTERFACE;
+    });
+    card.span.sessions.for_each([&](u32, const MirrorSession &session, u32) {
+        if (session.dest_port == port) status = CARD_ERROR_DESTINATION_TAKEN;
+    });
+    return status;
+}
+
 prm_status_t session_add(Card &card, prm_handle_t client, prm_span_request *request) {
     if (const prm_status_t status = check_session(card, client, request)) return status;
     if (!has_port(card, request->dest_port)) return PRM_ERROR_BCM_E_PORT;
+    if (card.span.sessions.contains(request->session_id)) return CARD_ERROR_SESSION_EXISTS;
+    if (const prm_status_t status = check_destination(card, request->dest_port)) return status;
     MirrorSession *session;
     const prm_status_t status = card.span.sessions.add(request->session_id, &session);
-    if (status == CARD_ERROR_EXISTS) return CARD_ERROR_SESSION_EXISTS;
     if (status == CERR_SUCCESS) session->dest_port = request->dest_port;
     return status;
 }
@@ -43,6 +64,19 @@ prm_status_t disable(Card &card, prm_handle_t client, prm_span_request *request)
     return CERR_SUCCESS;
 }
 
+// Whether an interface sends by a port: a main interface by its own, a bundle by those of its members, a
+// sub-interface by those of its parent.
+bool sends_by(const Card &card, u32 if_handle, u32 port) {
+    const Interface *interface = card.interfaces.table.find(if_handle);
+    if (interface->kind == InterfaceKind::SUB) interface = card.interfaces.table.find(interface->parent);
+    if (interface == nullptr) return false;
+    if (interface->kind == InterfaceKind::MAIN) return interface->np_port == port;
+    if (interface->kind != InterfaceKind::BUNDLE || !interface->has(Feature::LAG_ID)) return false;
+    const Bundle *const bundle =
+        card.interfaces.bundles.find(static_cast<u8>(interface->value(Feature::LAG_ID)));
+    return bundle != nullptr && bundle->members.test(port);
+}
+
 }  // namespace
 
 prm_status_t check_mirror_source(const Card &card, u32 if_handle, u16 direction, u32 value) {
@@ -52,12 +86,15 @@ prm_status_t check_mirror_source(const Card &card, u32 if_handle, u16 direction,
     if (is_l3_sub_interface(*interface)) return CARD_ERROR_NO_MIRROR_SOURCE;
     if (direction > kLastDirection) return CARD_ERROR_BAD_DIRECTION;
     if (session_id >= PRM_SPAN_SESSIONS) return PRM_ERROR_BCM_E_BADID;
-    if (!card.span.sessions.contains(session_id)) return CARD_ERROR_NO_SESSION;
+    const MirrorSession *const session = card.span.sessions.find(session_id);
+    if (session == nullptr) return CARD_ERROR_NO_SESSION;
     const MirrorSource *const source = card.span.sources.find(mirror_source_key(if_handle, direction));
     if ((value & UIDB_SPAN_SOURCE_REMOVE) != 0) {
         return success_if(source != nullptr && source->session_id == session_id, CARD_ERROR_NOT_A_SOURCE);
     }
     if (source != nullptr) return success_if(source->session_id == session_id, CARD_ERROR_OTHER_SESSION);
+    if (sends_by(card, if_handle, session->dest_port)) return CARD_ERROR_OWN_DESTINATION;
+    if (card.span.sessions.users(session_id) >= kMaxMirrorSources) return CARD_ERROR_TOO_MANY_SOURCES;
     return success_if(card.span.sources.account().has(1), CARD_ERROR_TABLE_FULL);
 }
 

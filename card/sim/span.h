@@ -9,6 +9,8 @@ namespace sim {
 
 struct Card;
 
+constexpr u32 kMaxMirrorSources = 400;  // of a session
+
 struct MirrorSession {
     u32 dest_port = 0;
 };

@@ -1,7 +1,8 @@
-// The traffic manager: ids, what requests must look like, and the operations.
+// The traffic manager: what requests must look like, and the operations.
 #include "card/sim/traffic_manager.h"
 
 #include <absl/container/flat_hash_map.h>
+#include <absl/container/flat_hash_set.h>
 #include <absl/container/inlined_vector.h>
 
 #include <algorithm>
@@ -9,47 +10,11 @@
 
 #include "card/sim/backend.h"
 #include "card/sim/request.h"
+#include "card/sim/traffic_manager_ids.h"
 #include "zor_vop_prm_tcam.h"
 
 namespace sim {
 namespace {
-
-// --- Ids ---------------------------------------------------------------------------------------------------
-//
-// Every id derives from the number of the policy or queue it belongs to, so that it exists exactly as long.
-// The policers below kFirstPolicy are the platform's own.
-
-constexpr u32 kPlatformPolicers = 64;
-constexpr u32 kFirstPolicy = kPlatformPolicers;
-constexpr u32 kFirstQueue = 1;
-constexpr u32 kMaxPolicies = 1u << 22;  // a policer id has 24 bits in a release
-constexpr u32 kMaxQueues = 1u << 22;
-
-// Statistics ids: four a number. Bit 29 is a flag, not part of the id.
-constexpr u32 kPolicyStatistics = 0x01000000;
-constexpr u32 kQueueStatistics = 0x04000000;
-static_assert(kPolicyStatistics + 4 * (kFirstPolicy + kMaxPolicies) <= kQueueStatistics);
-static_assert(kQueueStatistics + 4 * (kFirstQueue + kMaxQueues) < PRM_TCAM_QOS_STATS_FLAG);
-
-enum class PolicyCounter : u32 { CONFORMING, EXCEEDING, VIOLATING };
-enum class QueueCounter : u32 { STATISTICS, COMMITTED, DROPPED };
-constexpr u32 kCounters = 3;  // of a policer, and of a queue; a policy without policer has the first alone
-
-constexpr u32 statistics_of_policy(u32 number, PolicyCounter counter) {
-    return kPolicyStatistics + 4 * number + static_cast<u32>(counter);
-}
-constexpr u32 statistics_of_queue(u32 number, QueueCounter counter) {
-    return kQueueStatistics + 4 * number + static_cast<u32>(counter);
-}
-
-// Number and counter that an id of that range is made of.
-struct Counter {
-    u32 number;
-    u32 counter;
-};
-constexpr Counter counter_of(u32 id, u32 range) {
-    return {(id - range) / 4, (id - range) % 4};
-}
 
 // --- Blocks ------------------------------------------------------------------------------------------------
 
@@ -80,6 +45,7 @@ constexpr u32 kStatusRefused = 21;    // of a strict-priority configuration
 constexpr u32 kStatusConfigured = 1;  // of a configuration read back
 
 constexpr u32 kMaxMqcLevel = 1;
+constexpr u32 kLevels = 8;          // of priority, and more where there are more classes
 constexpr u16 kSmallestWeight = 1;  // what the hardware makes of a weight of 0
 
 enum class NodeForm { QUEUE, POLICER, COUNTER, NONE };
@@ -114,8 +80,17 @@ TrafficManagerState::Port *TrafficManagerState::port(u32 number) {
     return number != 0 && number <= ports_.size() ? &ports_[number - 1] : nullptr;
 }
 
-u32 TrafficManagerState::statistics_of(u32 policer_id) {
-    return statistics_of_policy(policer_id, PolicyCounter::CONFORMING);
+std::array<TrafficManagerState::NamedCounter, kCounters> TrafficManagerState::policer_counters(
+    u32 policer_id) {
+    return {{{"conform", statistics_of_policy(policer_id, PolicyCounter::CONFORMING)},
+             {"exceed", statistics_of_policy(policer_id, PolicyCounter::EXCEEDING)},
+             {"violate", statistics_of_policy(policer_id, PolicyCounter::VIOLATING)}}};
+}
+
+std::array<TrafficManagerState::NamedCounter, kCounters> TrafficManagerState::queue_counters(u32 fid0) {
+    return {{{"all", statistics_of_queue(fid0, QueueCounter::STATISTICS)},
+             {"committed", statistics_of_queue(fid0, QueueCounter::COMMITTED)},
+             {"dropped", statistics_of_queue(fid0, QueueCounter::DROPPED)}}};
 }
 
 bool TrafficManagerState::has_queue(u32 fid0) const {
@@ -131,18 +106,18 @@ bool TrafficManagerState::has_policer(u32 id) const {
 bool TrafficManagerState::has_statistics(u32 id) const {
     id &= ~PRM_TCAM_QOS_STATS_FLAG;
     if (id >= kQueueStatistics) {
-        const Counter c = counter_of(id, kQueueStatistics);
+        const CounterName c = counter_of(id, kQueueStatistics);
         return c.counter < kCounters && has_queue(c.number);
     }
     if (id < kPolicyStatistics) return false;
-    const Counter c = counter_of(id, kPolicyStatistics);
+    const CounterName c = counter_of(id, kPolicyStatistics);
     if (has_policer(c.number)) return c.counter < kCounters;
     return c.counter == static_cast<u32>(PolicyCounter::CONFORMING) && policies_.contains(c.number);
 }
 
 const TrafficManagerState::Policy *TrafficManagerState::policy(u32 stats_id) const {
     stats_id &= ~PRM_TCAM_QOS_STATS_FLAG;
-    const Counter c = counter_of(stats_id, kPolicyStatistics);
+    const CounterName c = counter_of(stats_id, kPolicyStatistics);
     if (stats_id < kPolicyStatistics || c.counter != static_cast<u32>(PolicyCounter::CONFORMING)) {
         return nullptr;
     }
@@ -151,8 +126,56 @@ const TrafficManagerState::Policy *TrafficManagerState::policy(u32 stats_id) con
 
 std::span<const u32> TrafficManagerState::class_queues(u32 number) const {
     const Port *const p = port(number);
-    if (p == nullptr) return {};
-    return std::span(p->class_queues).last(p->class_count);
+    return p != nullptr ? std::span<const u32>(p->class_queues) : std::span<const u32>();
+}
+
+// --- Counters ----------------------------------------------------------------------------------------------
+
+void TrafficManagerState::hold_statistics(u32 id) {
+    visit_counted(queues_, policies_, id, [](auto &table, u32 number) { table.hold(number); });
+}
+
+void TrafficManagerState::release_statistics(u32 id) {
+    visit_counted(queues_, policies_, id, [](auto &table, u32 number) { table.release(number); });
+}
+
+void TrafficManagerState::count(u32 stats_id, u64 bytes) {
+    if (has_statistics(stats_id)) counters_.count(stats_id & ~PRM_TCAM_QOS_STATS_FLAG, bytes);
+}
+
+Count TrafficManagerState::counted(u32 stats_id) const {
+    return counters_.of(stats_id & ~PRM_TCAM_QOS_STATS_FLAG);
+}
+
+u32 TrafficManagerState::depth(u32 fid0) const {
+    const auto packets = [&](QueueCounter counter) {
+        return counted(statistics_of_queue(fid0, counter)).packets;
+    };
+    const u64 in = packets(QueueCounter::STATISTICS);
+    const u64 out = packets(QueueCounter::COMMITTED) + packets(QueueCounter::DROPPED);
+    return static_cast<u32>(in > out ? in - out : 0);
+}
+
+// --- Queues ------------------------------------------------------------------------------------------------
+
+prm_status_t TrafficManagerState::add_queue(u32 *fid0) {
+    Queue *queue;
+    if (const prm_status_t status = add_numbered(queue_numbers_, queues_, fid0, &queue)) return status;
+    counters_.start(statistics_of_queue(*fid0, QueueCounter::STATISTICS), kCounters);
+    return CERR_SUCCESS;
+}
+
+void TrafficManagerState::remove_queue(u32 fid0) {
+    remove_numbered(queue_numbers_, queues_, fid0);
+}
+
+TmInfo TrafficManagerState::info() const {
+    TmInfo info = {static_cast<u32>(ports_.size()), 0, 0, static_cast<u32>(policies_.size())};
+    for (const Port &p : ports_) {
+        info.default_queues += p.default_queue != 0;
+        info.class_queues += static_cast<u32>(p.class_queues.size());
+    }
+    return info;
 }
 
 // --- Engine operations -------------------------------------------------------------------------------------
@@ -166,30 +189,42 @@ prm_status_t TrafficManagerState::engine_op(u32 hal_type, const void *request, v
             if (request == nullptr) return CARD_ERROR_NULL_POINTER;
             return release_default_queue(as<wyk_hal_default_queue>(request));
         case WYK_HAL_PORT_SHAPER_CONFIGURE:
+            if (request == nullptr || response == nullptr) return CARD_ERROR_NULL_POINTER;
+            port_shaper_ = as<wyk_hal_port_shaper>(request);
+            return CERR_SUCCESS;
         case WYK_HAL_PORT_SHAPER_REMOVE:
-            // No field of these is known but to the hardware.
-            return request != nullptr && response != nullptr ? u32{CERR_SUCCESS} : CARD_ERROR_NULL_POINTER;
-        case WYK_HAL_TM_INFO:
-            return response != nullptr ? u32{CERR_SUCCESS} : CARD_ERROR_NULL_POINTER;
+            // Nothing to remove is fine.
+            if (request == nullptr || response == nullptr) return CARD_ERROR_NULL_POINTER;
+            port_shaper_.reset();
+            return CERR_SUCCESS;
+        case WYK_HAL_TM_INFO: {
+            if (response == nullptr) return CARD_ERROR_NULL_POINTER;
+            const TmInfo its = info();
+            memcpy(response, &its, sizeof its);
+            return CERR_SUCCESS;
+        }
         default:
             return kUnknownEngineOperation;
     }
 }
 
-// A port keeps the default queue it has.
+// A port keeps the default queue it has, at the rate that was asked for last.
 prm_status_t TrafficManagerState::allocate_default_queue(const wyk_hal_default_queue &request) {
     Port *const p = port(request.port_index + 1);
     if (p == nullptr) return CARD_ERROR_UNKNOWN_PORT;
-    if (p->default_queue != 0) return CERR_SUCCESS;
-    Queue *queue;
-    return add_numbered(queue_numbers_, queues_, &p->default_queue, &queue);
+    if (p->default_queue == 0) {
+        if (const prm_status_t status = add_queue(&p->default_queue)) return status;
+    }
+    queues_.find(p->default_queue)->rate = request.word8;
+    return CERR_SUCCESS;
 }
 
 prm_status_t TrafficManagerState::release_default_queue(const wyk_hal_default_queue &request) {
     Port *const p = port(request.port_index + 1);
     if (p == nullptr) return CARD_ERROR_UNKNOWN_PORT;
     if (p->default_queue == 0) return CARD_ERROR_NOT_FOUND;
-    remove_numbered(queue_numbers_, queues_, p->default_queue);
+    if (queues_.users(p->default_queue) != 0) return CARD_ERROR_IN_USE;
+    remove_queue(p->default_queue);
     p->default_queue = 0;
     return CERR_SUCCESS;
 }
@@ -280,6 +315,7 @@ prm_status_t TrafficManagerState::configure_policies(const wyk_hal_policy_reques
             return status;
         }
         *policy = {policies[i].kind, policies[i].mode_word, policies[i].committed_rate, policies[i].burst};
+        counters_.start(statistics_of_policy(numbers[i], PolicyCounter::CONFORMING), kCounters);
     }
     for (u32 i = 0; i < count; ++i) {
         ids[i].stats_id = statistics_of_policy(numbers[i], PolicyCounter::CONFORMING);
@@ -293,7 +329,7 @@ prm_status_t TrafficManagerState::configure_policies(const wyk_hal_policy_reques
 }
 
 // The fields of a policy request in the order they are looked at: the head's, then, in a strict-priority
-// request, those of its classes, and no class unless there are exactly as many as a port has.
+// request, those of its classes.
 bool TrafficManagerState::acceptable_head(const wyk_hal_policy_request &head) const {
     if (head.mqc_level > kMaxMqcLevel) return false;
     if (head.np_id >= nps_) return false;
@@ -303,66 +339,78 @@ bool TrafficManagerState::acceptable_head(const wyk_hal_policy_request &head) co
 bool TrafficManagerState::acceptable(const wyk_hal_policy_request &head,
                                      const wyk_hal_policy *classes) const {
     if (!acceptable_head(head)) return false;
-    if (head.count == 0) return true;
-    if (head.count != WYK_HAL_CLASSES) return false;
-    std::bitset<WYK_HAL_CLASSES> groups;
-    for (u32 i = 0; i < WYK_HAL_CLASSES; ++i) {
+    // Who names a network processor names a port on it, with classes or without.
+    if (head.count == 0) return head.np_id == 0 || port(head.port) != nullptr;
+    if (head.count > kMaxRequestPolicies) return false;
+    const u32 levels = std::max(head.count, kLevels);
+    absl::flat_hash_set<u16> groups;
+    for (u32 i = 0; i < head.count; ++i) {
         const wyk_hal_policy &c = classes[i];
-        if (c.mqc_depth != 0 || c.qos_group >= WYK_HAL_CLASSES || c.priority >= WYK_HAL_CLASSES) return false;
+        if (c.mqc_depth != 0 || c.priority >= levels) return false;
         if (c.bandwidth_mode != 0 && c.bandwidth_mode != WYK_HAL_BANDWIDTH_BWRR) return false;
-        groups.set(c.qos_group);
+        if (!groups.insert(c.qos_group).second) return false;
     }
-    return groups.all() && head.direction == WYK_HAL_EGRESS && port(head.port) != nullptr;
+    return head.direction == WYK_HAL_EGRESS && port(head.port) != nullptr;
 }
 
-// A port that is configured already keeps its queues.
+// The classes take the place of those that the port has; a qos-group that it has keeps its queue.
 prm_status_t TrafficManagerState::configure_classes(const wyk_hal_policy_request &head,
                                                     const wyk_hal_policy *classes, wyk_hal_ids *ids) {
     Port &p = *port(head.port);
-    const u32 missing = WYK_HAL_CLASSES - p.class_count;
-    for (u32 i = 0; i < missing; ++i) {
-        Queue *queue;
-        const prm_status_t status = add_numbered(queue_numbers_, queues_, &p.class_queues[i], &queue);
-        if (status == CERR_SUCCESS) continue;
-        while (i > 0) remove_numbered(queue_numbers_, queues_, p.class_queues[--i]);
-        return status;
+    absl::flat_hash_map<u16, u32> its_queues;  // those of groups that the request does not name, at last
+    for (const u32 fid0 : p.class_queues) its_queues[queue(fid0)->qos_group] = fid0;
+    std::vector<u32> wanted(head.count);
+    u32 missing = 0;
+    for (u32 i = 0; i < head.count; ++i) {
+        const auto kept = its_queues.extract(classes[i].qos_group);
+        kept.empty() ? ++missing : wanted[i] = kept.mapped();
     }
-    p.class_count = WYK_HAL_CLASSES;
-    for (u32 i = 0; i < WYK_HAL_CLASSES; ++i) {
-        const wyk_hal_policy &wanted = classes[i];
-        const u32 queue = p.class_queues[i];
-        *queues_.find(queue) = {.qos_group = wanted.qos_group,
-                                .priority = wanted.priority,
-                                .shaper_word = wanted.shaper_word,
-                                .bandwidth_mode = wanted.bandwidth_mode,
-                                .weight = std::max<u16>(wanted.weight, kSmallestWeight),
-                                .rate = wanted.rate};
-        ids[i].fid0 = queue;
-        ids[i].commit_id = statistics_of_queue(queue, QueueCounter::COMMITTED);
-        ids[i].drop_id = statistics_of_queue(queue, QueueCounter::DROPPED);
-        ids[i].stats_id = statistics_of_queue(queue, QueueCounter::STATISTICS);
+    for (const auto &[group, fid0] : its_queues) {
+        if (queues_.users(fid0) != 0) return CARD_ERROR_IN_USE;
     }
+    if (missing > its_queues.size() && !queues_.account().has(missing - static_cast<u32>(its_queues.size())))
+        return CARD_ERROR_POOL_EXHAUSTED;
+
+    for (const auto &[group, fid0] : its_queues) remove_queue(fid0);
+    for (u32 i = 0; i < head.count; ++i) {
+        const wyk_hal_policy &c = classes[i];
+        if (wanted[i] == 0) {
+            if (const prm_status_t status = add_queue(&wanted[i])) return status;
+        }
+        *queues_.find(wanted[i]) = {.qos_group = c.qos_group,
+                                    .priority = c.priority,
+                                    .shaper_word = c.shaper_word,
+                                    .bandwidth_mode = c.bandwidth_mode,
+                                    .weight = std::max<u16>(c.weight, kSmallestWeight),
+                                    .rate = c.rate};
+        ids[i].fid0 = wanted[i];
+        ids[i].commit_id = statistics_of_queue(wanted[i], QueueCounter::COMMITTED);
+        ids[i].drop_id = statistics_of_queue(wanted[i], QueueCounter::DROPPED);
+        ids[i].stats_id = statistics_of_queue(wanted[i], QueueCounter::STATISTICS);
+    }
+    p.class_queues = std::move(wanted);
     return CERR_SUCCESS;
 }
 
 // --- Reading -----------------------------------------------------------------------------------------------
 
-// No traffic passes through the simulated card: what exists has counted nothing.
 prm_status_t TrafficManagerState::get_stats(const void *request, void *response) const {
     if (request == nullptr || response == nullptr) return CARD_ERROR_NULL_POINTER;
     const auto &wanted = as<wyk_hal_stats_request>(request);
     if (wanted.count != 1) return CARD_ERROR_BAD_COUNT;
     if (!has_statistics(wanted.stats_id)) return CARD_ERROR_UNKNOWN_STATISTICS;
+    const Count its = counted(wanted.stats_id);
     *static_cast<wyk_hal_stats_response *>(response) = {
-        .status = 0, .stats_id = wanted.stats_id, .packets = 0, .bytes = 0};
+        .status = 0, .stats_id = wanted.stats_id, .packets = its.packets, .bytes = its.bytes};
     return CERR_SUCCESS;
 }
 
 prm_status_t TrafficManagerState::get_queue_depth(const void *request, void *response) const {
     if (request == nullptr || response == nullptr) return CARD_ERROR_NULL_POINTER;
-    if (!has_queue(as<wyk_hal_queue_depth_request>(request).fid0)) return CARD_ERROR_NOT_FOUND;
-    const u32 depth = 0;
-    memcpy(response, &depth, sizeof depth);
+    const u32 fid0 = as<wyk_hal_queue_depth_request>(request).fid0;
+    if (!has_queue(fid0)) return CARD_ERROR_NOT_FOUND;
+    const u32 its_depth = depth(fid0);
+    memcpy(response, &its_depth, sizeof its_depth);
     return CERR_SUCCESS;
 }
 
@@ -409,7 +457,9 @@ prm_status_t TrafficManagerState::deallocate_nodes(const void *request, u32 *sta
             case NodeForm::QUEUE: {
                 Port *const p = port(node.port);
                 if (p == nullptr) return CARD_ERROR_UNKNOWN_PORT;
-                if (++queues[p] > p->class_count) return CARD_ERROR_NOT_FOUND;
+                const u32 nth = queues[p]++;
+                if (nth >= p->class_queues.size()) return CARD_ERROR_NOT_FOUND;
+                if (queues_.users(p->class_queues[nth]) != 0) return CARD_ERROR_IN_USE;
                 break;
             }
             case NodeForm::POLICER: {
@@ -437,13 +487,14 @@ prm_status_t TrafficManagerState::deallocate_nodes(const void *request, u32 *sta
     }
     std::sort(policies.begin(), policies.end());
     if (std::adjacent_find(policies.begin(), policies.end()) != policies.end()) return CARD_ERROR_NOT_FOUND;
+    for (const u32 number : policies) {
+        if (policies_.users(number) != 0) return CARD_ERROR_IN_USE;
+    }
 
     for (const u32 number : policies) remove_numbered(policy_numbers_, policies_, number);
     for (const auto &[p, count] : queues) {
-        for (u32 i = 0; i < count; ++i) {
-            remove_numbered(queue_numbers_, queues_, p->class_queues[WYK_HAL_CLASSES - p->class_count]);
-            --p->class_count;
-        }
+        for (u32 i = 0; i < count; ++i) remove_queue(p->class_queues[i]);
+        p->class_queues.erase(p->class_queues.begin(), p->class_queues.begin() + count);
     }
     *status_word = head.count;
     return CERR_SUCCESS;

@@ -8,12 +8,8 @@
 namespace card {
 namespace {
 
-bool is_vsp(sim::CircuitKey key) {
-    return key >> 32 != 0;
-}
-
 std::string circuit_name(sim::CircuitKey key) {
-    return is_vsp(key) ? fmt::format("vsp {:#x}", key & 0xFFFFFFFF) : fmt::format("uidb {}", key);
+    return sim::is_vsp(key) ? fmt::format("vsp {:#x}", key & 0xFFFFFFFF) : fmt::format("uidb {}", key);
 }
 
 void write_bridge_domains(const sim::Card &card, FamilyWriter &out) {
@@ -72,6 +68,7 @@ void write_circuits(const sim::Card &card, FamilyWriter &out) {
         out.flags("flags90", prm_xid_bits90, circuit.flags[2]);
         out.flags("flags91", prm_xid_bits91, circuit.flags[3]);
         out.flags("flags92", prm_xid_bits92, circuit.flags[4]);
+        out.count("vsp_word", circuit.vsp_word);
         out.end_entry();
     });
 }

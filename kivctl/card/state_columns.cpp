@@ -106,6 +106,19 @@ std::string paths(const StateEntry &entry) {
     }
 }
 
+// "all 10 packets 1045 bytes, dropped 1 packets 109 bytes": the counters that have counted.
+std::string counted(const StateEntry &entry) {
+    std::string text;
+    for (const std::string_view name : {"all", "committed", "dropped", "conform", "exceed", "violate"}) {
+        const std::string_view packets = value_of(entry, fmt::format("{}.packets", name));
+        if (is_set(packets))
+            append_item(&text, ", ",
+                        fmt::format("{} {} packets {} bytes", name, packets,
+                                    value_of(entry, fmt::format("{}.bytes", name))));
+    }
+    return text.empty() ? "nothing" : text;
+}
+
 std::string prefix(const StateEntry &entry, std::string_view address, std::string_view length) {
     const std::string_view its_length = value_of(entry, length);
     return fmt::format("{}/{}", value_of(entry, address), its_length.empty() ? "0" : its_length);
@@ -208,24 +221,34 @@ std::vector<StateColumns> all_columns() {
           bare("NEXT HOP", "next_hop")}},
         {"tcams",
          "TCAMs",
-         {plain("TCAM", "vmr_id"), plain("FEATURE", "feature"), plain("ENTRIES", "entries")}},
+         {plain("TCAM", "vmr_id"), plain("FEATURE", "feature"), plain("PORT", "port_num"),
+          plain("ENTRIES", "entries")}},
         {"tcam_entries",
          "TCAM entries",
          {plain("TCAM", "vmr_id"), plain("INDEX", "ace_index"), made("MATCH", match, {"match.*"}),
           made("RESULT", result, {"result.*"})}},
-        {"acl_statistics", "ACL statistics", {plain("STATISTICS", "stats_id")}},
-        {"default_queues", "Default queues", {plain("PORT", "port"), plain("QUEUE", "fid0")}},
+        {"acl_statistics",
+         "ACL statistics",
+         {plain("STATISTICS", "stats_id"), plain("PACKETS", "packets"), plain("BYTES", "bytes")}},
+        {"default_queues",
+         "Default queues",
+         {plain("PORT", "port"), plain("QUEUE", "fid0"), plain("RATE", "rate"),
+          made("COUNTED", counted, {"all.*", "committed.*", "dropped.*"}), plain("DEPTH", "depth")}},
         {"queues",
          "Queues",
          {plain("PORT", "port"), plain("QOS GROUP", "qos_group"), plain("QUEUE", "fid0"),
-          plain("PRIORITY", "priority"), plain("RATE", "rate")}},
+          plain("PRIORITY", "priority"), plain("RATE", "rate"),
+          made("COUNTED", counted, {"all.*", "committed.*", "dropped.*"}), plain("DEPTH", "depth")}},
+        {"port_shapers", "Port shapers", {plain("SHAPER", "shaper")}},
         {"policies",
          "Policies",
          {plain("STATISTICS", "stats_id"), plain("KIND", "kind"), plain("POLICER", "policer_id"),
-          plain("COMMITTED", "committed_rate"), plain("BURST", "burst")}},
+          plain("COMMITTED", "committed_rate"), plain("BURST", "burst"),
+          made("COUNTED", counted, {"conform.*", "exceed.*", "violate.*"})}},
         {"platform_policers",
          "Policers of the platform's own",
-         {plain("POLICER", "policer_id"), plain("STATISTICS", "stats_id")}},
+         {plain("POLICER", "policer_id"), plain("STATISTICS", "stats_id"),
+          made("COUNTED", counted, {"conform.*", "exceed.*", "violate.*"})}},
         {"event_managers", "Event managers", {plain("HANDLE", "handle")}},
         {"connections",
          "Connections",

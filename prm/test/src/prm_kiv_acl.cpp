@@ -222,13 +222,16 @@ int tc_kiv_acl_tcam_invalid_fea_id(u32 opcode) {
                                              "Failure in tc_kiv_acl_tcam_invalid_fea_id. rc = 0x%x\n"}};
     const bool needs_tcam =
         opcode == PRM_TCAM_INSERT || opcode == PRM_TCAM_DELETE || opcode == PRM_TCAM_DESTROY;
-    if (!needs_tcam) return prm_kiv_tcam_run_negative(&negative, 0);
+    prm_info spoiled;
+    int result = 0;
+    if (!needs_tcam) {
+        prm_kiv_tcam_send_negative(&negative, 0, &spoiled, &result);
+        free_vmr(&spoiled);  // of a record that was never allocated, too
+        return result;
+    }
 
     tcam made;
-    int result = 0;
     if (!make_tcam(&made, &result)) return result;
-
-    prm_info spoiled;
     memset(&spoiled, 0, sizeof spoiled);
     if (made.rc != PRM_ERROR_NONE)
         prm_kiv_tcam_judge(&negative.verdict, PRM_ERROR_NONE);  // nothing was sent

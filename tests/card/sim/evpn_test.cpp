@@ -13,7 +13,7 @@ class EvpnTest : public CardTest {
   protected:
     void SetUp() override {
         CardTest::SetUp();
-        prm_bd_request request = domain(kBd);
+        prm_bd_request request = vxlan_domain(kBd, 5000);
         ASSERT_EQ(prm_srh_bd_add(client, &request), 0u);
     }
     u32 delete_domain() {
@@ -88,7 +88,6 @@ TEST_F(EvpnTest, MacsHoldTheirDomain) {
     prm_evpn_mac_request request = mac(kBd, 1), other = mac(kBd, 2);
     ASSERT_EQ(prm_srh_evpn_mac_install_add(client, &request), 0u);
     ASSERT_EQ(prm_srh_evpn_mac_install_add(client, &other), 0u);
-    EXPECT_EQ(prm_srh_evpn_mac_install_add(client, &request), CARD_ERROR_EXISTS);
     EXPECT_EQ(delete_domain(), CARD_ERROR_IN_USE);
     EXPECT_EQ(prm_srh_evpn_mac_install_del(client, &request), 0u);
     EXPECT_EQ(prm_srh_evpn_mac_install_del(client, &request), CARD_ERROR_NOT_FOUND);
@@ -97,9 +96,59 @@ TEST_F(EvpnTest, MacsHoldTheirDomain) {
     EXPECT_EQ(prm_srh_evpn_mac_install_add(client, &request), CARD_ERROR_UNKNOWN_BRIDGE_DOMAIN);
 }
 
+TEST_F(EvpnTest, AMacThatMovedIsInstalledAgain) {
+    prm_evpn_mac_request request = mac(kBd, 1);
+    ASSERT_EQ(prm_srh_evpn_mac_install_add(client, &request), 0u);
+    request.entry.type = 99;
+    request.entry.fec = 0xFFFFFFFF;
+    ASSERT_EQ(prm_srh_evpn_mac_install_add(client, &request), 0u);
+    EvpnMacKey key = {.bd_id = kBd};
+    key.mac[5] = 1;
+    EXPECT_EQ(card.evpn.macs.find(key)->type, 99u);
+    EXPECT_EQ(card.evpn.macs.find(key)->fec, 0xFFFFFFFFu);
+    EXPECT_EQ(used(Resource::evpn_mac), 1u);
+    EXPECT_EQ(card.l2.bridge_domains.users(kBd), 1u);
+    EXPECT_EQ(prm_srh_evpn_mac_install_del(client, &request), 0u);
+    EXPECT_EQ(delete_domain(), 0u);
+}
+
+TEST_F(EvpnTest, MacsAndOverlaysNeedADomainWithAVni) {
+    prm_bd_request plain = domain(kBd + 1);
+    ASSERT_EQ(prm_srh_bd_add(client, &plain), 0u);
+    prm_evpn_mac_request address = mac(kBd + 1, 1);
+    prm_vxlan_ole_request far_end = overlay(kBd + 1, kFarVtep);
+    EXPECT_EQ(prm_srh_evpn_mac_install_add(client, &address), CARD_ERROR_NO_VNI);
+    EXPECT_EQ(prm_srh_vxlan_ole_add(client, &far_end), CARD_ERROR_NO_VNI);
+    EXPECT_EQ(prm_srh_bd_del(client, &plain), 0u) << "nothing holds it";
+}
+
+TEST_F(EvpnTest, NoFarEndIsTheSourceVtepOrHasTheNextHop0) {
+    prm_vxlan_ole_request far_end = overlay(kBd, kVtep);
+    EXPECT_EQ(prm_srh_vxlan_ole_add(client, &far_end), CARD_ERROR_OWN_VTEP);
+    far_end = overlay(kBd, kFarVtep, 0);
+    EXPECT_EQ(prm_srh_vxlan_ole_add(client, &far_end), CARD_ERROR_BAD_VALUE);
+    far_end = overlay(kBd, kFarVtep);
+    ASSERT_EQ(prm_srh_vxlan_ole_add(client, &far_end), 0u);
+    far_end.nh_id = 0;
+    EXPECT_EQ(prm_srh_vxlan_ole_mod(client, &far_end), CARD_ERROR_BAD_VALUE);
+    EXPECT_EQ(prm_srh_vxlan_ole_del(client, &far_end), 0u) << "a delete names none";
+    prm_l2_ecmp_request group = vplag(1, 2);
+    group.info.remote_vtep[1] = kVtep;
+    EXPECT_EQ(prm_srh_l2_ecmp_add(client, &group), CARD_ERROR_OWN_VTEP);
+    group = vplag(1, 2);
+    group.info.nh_id[1] = 0;
+    EXPECT_EQ(prm_srh_l2_ecmp_add(client, &group), CARD_ERROR_BAD_VALUE);
+    EXPECT_EQ(used(Resource::vplag), 0u);
+}
+
 TEST_F(EvpnTest, MacsThatMakeNoSenseAreRefused) {
     prm_evpn_mac_request request = mac(kBd, 0);
     EXPECT_EQ(prm_srh_evpn_mac_install_add(client, &request), CARD_ERROR_BAD_VALUE);
+    for (const u8 first : {0x01, 0x33, 0xFF}) {
+        request = mac(kBd, 1);
+        request.entry.mac[0] = first;
+        EXPECT_EQ(prm_srh_evpn_mac_install_add(client, &request), CARD_ERROR_NOT_UNICAST);
+    }
     request = mac(kBd, 1);
     request.xid_type = 0;
     EXPECT_EQ(prm_srh_evpn_mac_install_add(client, &request), CARD_ERROR_BAD_KIND);

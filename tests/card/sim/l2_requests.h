@@ -7,12 +7,29 @@
 
 namespace sim {
 
+inline constexpr u32 kVtep = 0xC0A80101;  // the source VTEP of the domains and groups
+
 inline prm_bd_request domain(u32 bd) {
     prm_bd_request request = {};
     request.kind = PRM_L2_REQUEST_KIND;
     request.xid_type = PRM_XID_TYPE_BRIDGE_DOMAIN;
     request.bd_id = bd;
     request.object_code = PRM_L2_OBJECT_BRIDGE_DOMAIN;
+    return request;
+}
+
+inline prm_bd_request vxlan_domain(u32 bd, u32 vni, u32 source_vtep = kVtep) {
+    prm_bd_request request = domain(bd);
+    request.flags74 = PRM_BD_74_VXLAN;
+    request.vni_low = static_cast<u16>(vni);
+    request.vni_high = static_cast<u8>(vni >> 16);
+    request.source_vtep = source_vtep;
+    return request;
+}
+
+inline prm_bd_request bvi_domain(u32 bd) {
+    prm_bd_request request = domain(bd);
+    request.flags73 = PRM_BD_73_BVI;
     return request;
 }
 
@@ -60,7 +77,7 @@ inline prm_xid_request pseudowire(u64 xid, u32 key, u32 nh = 0, u32 tunnel = 0) 
 }
 
 // Overlay entries lead from kVtep to the far ends kFarVtep and on, over the next hops kNextHop and on.
-inline constexpr u32 kVtep = 0xC0A80101, kFarVtep = 0xC0A80202, kNextHop = 100510;
+inline constexpr u32 kFarVtep = 0xC0A80202, kNextHop = 100510;
 
 inline prm_l2_ecmp_request vplag(u32 id, u32 paths = 1) {
     prm_l2_ecmp_request request = {};

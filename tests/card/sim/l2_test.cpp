@@ -14,10 +14,9 @@ class L2Test : public CardTest {
     u32 add(prm_xid_request request) { return prm_srh_xid_add(client, &request); }
     u32 mod(prm_xid_request request) { return prm_srh_xid_mod(client, &request); }
     u32 del(prm_xid_request request) { return prm_srh_xid_del(client, &request); }
-    u32 add_bd(u32 bd = kBd) {
-        prm_bd_request request = domain(bd);
-        return prm_srh_bd_add(client, &request);
-    }
+    u32 add_bd(u32 bd = kBd) { return add_bd(domain(bd)); }
+    u32 add_bd(prm_bd_request request) { return prm_srh_bd_add(client, &request); }
+    u32 mod_bd(prm_bd_request request) { return prm_srh_bd_mod(client, &request); }
     u32 del_bd(u32 bd = kBd) {
         prm_bd_request request = domain(bd);
         return prm_srh_bd_del(client, &request);
@@ -56,6 +55,38 @@ TEST_F(L2Test, AVxlanDomainHasAVniAndASourceVtep) {
     request.vni_low = 0;
     request.vni_high = 0;
     EXPECT_EQ(prm_srh_bd_mod(client, &request), CARD_ERROR_BAD_VALUE);
+}
+
+TEST_F(L2Test, AVniBelongsToOneDomain) {
+    ASSERT_EQ(add_bd(vxlan_domain(kBd, 5000)), 0u);
+    EXPECT_EQ(add_bd(vxlan_domain(kBd + 1, 5000)), CARD_ERROR_VNI_TAKEN);
+    EXPECT_EQ(add_bd(vxlan_domain(kBd + 1, 5000, kVtep + 1)), CARD_ERROR_VNI_TAKEN) << "from any VTEP";
+    ASSERT_EQ(add_bd(vxlan_domain(kBd + 1, 5001)), 0u);
+    EXPECT_EQ(mod_bd(vxlan_domain(kBd + 1, 5000)), CARD_ERROR_VNI_TAKEN);
+    EXPECT_EQ(card.l2.bridge_domains.find(kBd + 1)->vni, 5001u);
+    EXPECT_EQ(mod_bd(vxlan_domain(kBd, 5000, kVtep + 1)), 0u) << "its own";
+    EXPECT_EQ(mod_bd(vxlan_domain(kBd, 5002)), 0u);
+    EXPECT_EQ(mod_bd(vxlan_domain(kBd + 1, 5000)), 0u) << "let go by the modify";
+    EXPECT_EQ(del_bd(kBd), 0u);
+    EXPECT_EQ(add_bd(vxlan_domain(kBd + 2, 5002)), 0u) << "and by the delete";
+    EXPECT_EQ(mod_bd(domain(kBd + 2)), 0u);
+    EXPECT_EQ(add_bd(vxlan_domain(kBd + 3, 5002)), 0u) << "and by a modify that takes it away";
+}
+
+TEST_F(L2Test, ADomainKeepsItsVniWhileOverlaysAreInIt) {
+    ASSERT_EQ(add_bd(vxlan_domain(kBd, 5000)), 0u);
+    prm_vxlan_ole_request far_end = overlay(kBd, kFarVtep);
+    prm_evpn_mac_request address = mac(kBd, 1);
+    ASSERT_EQ(prm_srh_vxlan_ole_add(client, &far_end), 0u);
+    ASSERT_EQ(prm_srh_evpn_mac_install_add(client, &address), 0u);
+    EXPECT_EQ(mod_bd(domain(kBd)), CARD_ERROR_IN_USE);
+    EXPECT_EQ(card.l2.bridge_domains.find(kBd)->vni, 5000u);
+    EXPECT_EQ(mod_bd(vxlan_domain(kBd, 5000, kFarVtep)), CARD_ERROR_OWN_VTEP) << "an overlay leads there";
+    EXPECT_EQ(mod_bd(vxlan_domain(kBd, 6000, kVtep + 1)), 0u) << "another one is fine";
+    EXPECT_EQ(prm_srh_vxlan_ole_del(client, &far_end), 0u);
+    EXPECT_EQ(mod_bd(domain(kBd)), CARD_ERROR_IN_USE) << "for the MAC";
+    EXPECT_EQ(prm_srh_evpn_mac_install_del(client, &address), 0u);
+    EXPECT_EQ(mod_bd(domain(kBd)), 0u);
 }
 
 TEST_F(L2Test, BridgeDomainRequestsOfAnotherKindAreRefused) {
@@ -153,9 +184,64 @@ TEST_F(L2Test, VspCircuitsAreNamedByTheirXid) {
     EXPECT_NE(circuit(kAc), nullptr);
 }
 
+TEST_F(L2Test, AllCircuitsOnAnInterfaceAreInOneService) {
+    ASSERT_EQ(add_bd(kBd), 0u);
+    ASSERT_EQ(add_bd(kBd + 1), 0u);
+    // Beside a cross-connect, also half a one.
+    ASSERT_EQ(add(local(kAc, kAcB)), 0u);
+    EXPECT_EQ(add(vsp(kBd, 1, kAc)), CARD_ERROR_OTHER_SERVICE);
+    ASSERT_EQ(del(local(kAcB)), 0u);
+    EXPECT_EQ(add(vsp(kBd, 1, kAc)), CARD_ERROR_OTHER_SERVICE);
+    ASSERT_EQ(del(local(kAc)), 0u);
+    // Beside a circuit of a domain.
+    ASSERT_EQ(add(member(kBd, kAc)), 0u);
+    EXPECT_EQ(add(vsp(kBd + 1, 1, kAc)), CARD_ERROR_OTHER_SERVICE);
+    ASSERT_EQ(add(vsp(kBd, 1, kAc)), 0u);
+    EXPECT_EQ(add(member(kBd + 1, kAc)), CARD_ERROR_OTHER_SERVICE);
+    EXPECT_EQ(add(local(kAc, kAcB)), CARD_ERROR_OTHER_SERVICE);
+    EXPECT_EQ(add(local(kAcB, kAc)), CARD_ERROR_OTHER_SERVICE);
+    EXPECT_EQ(circuit(kAc)->service_id, kBd);
+    EXPECT_EQ(circuit(kAcB), nullptr);
+    // VSP circuits among themselves: the only one may be bound elsewhere, on this or another interface.
+    ASSERT_EQ(del(member(kBd, kAc)), 0u);
+    EXPECT_EQ(add(vsp(kBd + 1, 2, kAc)), CARD_ERROR_OTHER_SERVICE);
+    EXPECT_EQ(add(vsp(kBd + 1, 1, kAc)), 0u);
+    EXPECT_EQ(add(vsp(kBd + 1, 2, kAc)), 0u);
+    EXPECT_EQ(add(vsp(kBd, 1, kAc)), CARD_ERROR_OTHER_SERVICE);
+    EXPECT_EQ(add(vsp(kBd, 1, kAcB)), 0u);
+    EXPECT_EQ(add(member(kBd + 1, kAc)), 0u);
+    EXPECT_EQ(used(Resource::circuit), 3u);
+}
+
+TEST_F(L2Test, ABviIsAMemberOfADomainThatWasMadeForOne) {
+    uidb_create_msg message = create_message(kBviIfh, UIDB_IFTYPE_BVI, 0, 0);
+    ASSERT_EQ(uidb_create_interface(0, &message), 0u);
+    ASSERT_EQ(add_bd(), 0u);
+    EXPECT_EQ(add(member(kBd, kBviUidb, PRM_XID_KIND_BVI)), CARD_ERROR_NO_BVI_DOMAIN);
+    ASSERT_EQ(mod_bd(bvi_domain(kBd)), 0u);
+    ASSERT_EQ(add(member(kBd, kBviUidb, PRM_XID_KIND_BVI)), 0u);
+    EXPECT_EQ(mod_bd(domain(kBd)), CARD_ERROR_IN_USE);
+    ASSERT_EQ(del(member(kBd, kBviUidb, PRM_XID_KIND_BVI)), 0u);
+    EXPECT_EQ(mod_bd(domain(kBd)), 0u);
+}
+
+TEST_F(L2Test, AnUnbindAndAModifySayTheKindOfTheirMember) {
+    uidb_create_msg message = create_message(kBviIfh, UIDB_IFTYPE_BVI, 0, 0);
+    ASSERT_EQ(uidb_create_interface(0, &message), 0u);
+    ASSERT_EQ(add_bd(bvi_domain(kBd)), 0u);
+    ASSERT_EQ(add(member(kBd, kBviUidb, PRM_XID_KIND_BVI)), 0u);
+    ASSERT_EQ(add(member(kBd, kAc)), 0u);
+    for (const auto operation : {prm_srh_xid_del, prm_srh_xid_mod}) {
+        prm_xid_request as_circuit = member(kBd, kBviUidb), as_bvi = member(kBd, kAc, PRM_XID_KIND_BVI);
+        EXPECT_EQ(operation(client, &as_circuit), CARD_ERROR_NOT_LAYER2);
+        EXPECT_EQ(operation(client, &as_bvi), CARD_ERROR_NOT_BVI);
+    }
+    EXPECT_EQ(used(Resource::circuit), 2u);
+}
+
 TEST_F(L2Test, ABviIsAMemberOfItsKind) {
     uidb_create_msg message = create_message(kBviIfh, UIDB_IFTYPE_BVI, 0, 0);
-    ASSERT_EQ(add_bd(), 0u);
+    ASSERT_EQ(add_bd(bvi_domain(kBd)), 0u);
     EXPECT_EQ(add(member(kBd, kBviUidb, PRM_XID_KIND_BVI)), CARD_ERROR_UNKNOWN_INTERFACE);
     ASSERT_EQ(uidb_create_interface(0, &message), 0u);
     EXPECT_EQ(add(member(kBd, kAc, PRM_XID_KIND_BVI)), CARD_ERROR_NOT_BVI);
@@ -252,6 +338,54 @@ TEST_F(PseudowireTest, JoinsACircuitAndIsRemovedByXid) {
 TEST_F(PseudowireTest, TheCircuitMayBeNamedByItsInterfaceHandle) {
     ASSERT_EQ(add(pseudowire(kPw, kAc, kNextHop, kTunnel)), 0u);
     EXPECT_EQ(del(pseudowire(kPw, kL2Sub)), 0u);
+}
+
+TEST_F(PseudowireTest, TheUpperBytesOfItsXidAreNotLookedAt) {
+    const u64 stray = u64{0xDEADBEEF} << 32;
+    ASSERT_EQ(add(pseudowire(stray + kPw, kAc, kNextHop, kTunnel)), 0u);
+    EXPECT_TRUE(card.l2.pseudowires.contains(kPw));
+    EXPECT_EQ(mod(pseudowire(2 * stray + kPw, kAc, kNextHop, kTunnel)), 0u);
+    EXPECT_EQ(used(Resource::pseudowire), 1u);
+    EXPECT_EQ(add(pseudowire(stray, kAc, kNextHop, kTunnel)), CARD_ERROR_BAD_VALUE) << "0 names none";
+    EXPECT_EQ(del(pseudowire(stray + kPw, kAc)), 0u);
+    EXPECT_EQ(used(Resource::pseudowire), 0u);
+}
+
+TEST_F(PseudowireTest, GoesOutOverAnAdjacencyWithLabelAndTunnelAlone) {
+    prm_tx_adj plain = {}, labels = {};
+    plain.nh_idx = 101;
+    labels.adj_flags2 = PRM_TX_ADJ_LABELS;
+    labels.nh_idx = 101;
+    labels.nh_idx2 = 201;
+    ASSERT_EQ(prm_srh_tx_adj_add(client, &plain), 0u);
+    ASSERT_EQ(prm_srh_tx_adj_add(client, &labels), 0u);
+    EXPECT_EQ(add(pseudowire(kPw, kAc, 101, 0)), CARD_ERROR_NO_PSEUDOWIRE_LABEL);
+    EXPECT_EQ(add(pseudowire(kPw, kAc, 201, 0)), CARD_ERROR_NO_PSEUDOWIRE_LABEL);
+    EXPECT_EQ(used(Resource::pseudowire), 0u);
+    EXPECT_EQ(used(Resource::circuit), 0u);
+}
+
+// The remove deletes the adjacency that it names, with other options before and after the cross-connect.
+TEST_F(PseudowireTest, IsRemovedWithTheAdjacencyThatTheRequestsNameAndNoOther) {
+    const auto remove_adjacency = [&](u32 nh, u32 tunnel, u8 options) {
+        prm_tx_adj request = {};
+        request.adj_flags2 = PRM_TX_ADJ_EOMPLS_DELETE;
+        request.adj_flags3 = options;
+        request.nh_idx2 = nh;
+        request.tunnel_if = tunnel;
+        return prm_srh_tx_adj_del(client, &request);
+    };
+    constexpr u8 kFirst = PRM_TX_ADJ_OPTION1 | PRM_TX_ADJ_OPTION2, kSecond = PRM_TX_ADJ_OPTION2;
+    ASSERT_EQ(add(pseudowire(kPw, kAc, kNextHop, kTunnel)), 0u);
+    EXPECT_EQ(remove_adjacency(100053, 4198, kFirst), CARD_ERROR_NOT_FOUND);
+    EXPECT_EQ(del(pseudowire(kPw, kL2Sub, 100053, 4198)), 0u);
+    EXPECT_EQ(remove_adjacency(100053, 4198, kSecond), CARD_ERROR_NOT_FOUND);
+    EXPECT_TRUE(card.adjacency.table.contains(kNextHop)) << "nobody named it";
+    ASSERT_EQ(add(pseudowire(kPw, kAc, kNextHop, kTunnel)), 0u);
+    EXPECT_EQ(remove_adjacency(kNextHop, kTunnel, kFirst), CARD_ERROR_IN_USE);
+    EXPECT_EQ(del(pseudowire(kPw, kL2Sub, kNextHop, kTunnel)), 0u);
+    EXPECT_EQ(remove_adjacency(kNextHop, kTunnel, kSecond), 0u);
+    EXPECT_FALSE(card.adjacency.table.contains(kNextHop));
 }
 
 TEST_F(PseudowireTest, RefusesWhatIsMissing) {

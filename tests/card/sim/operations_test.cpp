@@ -33,7 +33,7 @@ class Prepared : public L3Test {
 
     Prepared() {
         L3Test::SetUp();
-        prm_bd_request bridge_domain = domain(kBd);
+        prm_bd_request bridge_domain = vxlan_domain(kBd, 5000);
         EXPECT_EQ(prm_srh_bd_add(client, &bridge_domain), 0u);
         TcamRequest create(PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE);
         EXPECT_EQ(zor_vop_prm_tcam_vmr_create(client, &create.info), 0u);

@@ -78,9 +78,27 @@ class RobustnessTest : public CardTest {
                 EXPECT_EQ(other->service_id, circuit.uidb);
             }
         });
-        card.evpn.macs.for_each([&](const EvpnMacKey &key, const EvpnMac &, u32) { ++domains[key.bd_id]; });
+        absl::flat_hash_map<u32, u32> overlays, vsps;
+        card.l2.circuits.for_each([&](CircuitKey key, const Circuit &circuit, u32) {
+            if (!is_vsp(key)) return;
+            ++vsps[circuit.uidb];
+            EXPECT_EQ(circuit.service_id, card.l2.vsp_circuits.at(circuit.uidb).bd_id);
+        });
+        EXPECT_EQ(vsps.size(), card.l2.vsp_circuits.size());
+        for (const auto &[uidb, its] : card.l2.vsp_circuits) EXPECT_EQ(its.count, vsps[uidb]);
+        card.evpn.macs.for_each([&](const EvpnMacKey &key, const EvpnMac &, u32) { ++overlays[key.bd_id]; });
         card.evpn.overlays.for_each(
-            [&](u64 key, const Overlay &, u32) { ++domains[static_cast<u32>(key >> 32)]; });
+            [&](u64 key, const Overlay &, u32) { ++overlays[static_cast<u32>(key >> 32)]; });
+        for (const auto &[id, count] : overlays) domains[id] += count;
+        u32 vnis = 0;
+        card.l2.bridge_domains.for_each([&](u32 id, const BridgeDomain &domain, u32) {
+            EXPECT_EQ(domain.overlays, overlays[id]);
+            EXPECT_TRUE(domain.overlays == 0 || domain.vni != 0);
+            if (domain.vni == 0) return;
+            ++vnis;
+            EXPECT_EQ(card.l2.domain_of_vni.at(domain.vni), id);
+        });
+        EXPECT_EQ(vnis, card.l2.domain_of_vni.size());
         card.evpn.shg_dfs.for_each(
             [&](const ShgDfKey &key, const ShgDf &, u32) { ++interfaces[key.if_handle]; });
         card.span.sources.for_each(
@@ -116,6 +134,11 @@ void call(Bytes &bytes, prm_handle_t client, prm_status_t (*operation)(prm_handl
         if (bytes.below(4) != 0) {
             record.xid_type = PRM_XID_TYPE_BRIDGE_DOMAIN;
             record.object_code = PRM_L2_OBJECT_BRIDGE_DOMAIN;
+            if (bytes.below(2) == 0) {
+                record.flags74 = PRM_BD_74_VXLAN;
+                record.vni_low = static_cast<u16>(bytes.below(6));
+                record.source_vtep = 1 + bytes.below(3);
+            }
             record.bd_id = bytes.below(4);
         }
     }

@@ -1,12 +1,11 @@
 // Mirror sessions and their sources.
 #include "prm_srh_span.h"
-#include "tests/card/sim/card_test.h"
-#include "tests/card/sim/interface_requests.h"
+#include "tests/card/sim/interface_test.h"
 
 namespace sim {
 namespace {
 
-class SpanTest : public CardTest {
+class SpanTest : public InterfaceTest {
   protected:
     u32 create(u32 session, u32 port) {
         prm_span_request request = {};
@@ -108,6 +107,50 @@ TEST_F(SpanTest, ASourceHoldsItsInterface) {
     EXPECT_EQ(uidb_delete_interface(0, kL2Sub), CARD_ERROR_IN_USE);
     ASSERT_EQ(remove(kL2Sub, 0, 0), 0u);
     EXPECT_EQ(uidb_delete_interface(0, kL2Sub), 0u);
+}
+
+TEST_F(SpanTest, ADestinationPortIsOneSessionsAndHasNoInterface) {
+    ASSERT_EQ(create(0, 10), 0u);
+    EXPECT_EQ(create(1, 10), CARD_ERROR_DESTINATION_TAKEN);
+    EXPECT_EQ(create(1, 5), CARD_ERROR_PORT_HAS_INTERFACE) << "kMainA's";
+    ASSERT_EQ(lag(UIDB_LAG_CONFIG_MEMBER, 9, {7}), 0u);
+    ASSERT_EQ(lag(UIDB_LAG_SET_MEMBERS, 9, {7}), 0u);
+    EXPECT_EQ(create(1, 7), CARD_ERROR_PORT_HAS_INTERFACE) << "a bundle's";
+    ASSERT_EQ(lag(UIDB_LAG_SET_MEMBERS, 9, {}), 0u);
+    EXPECT_EQ(create(1, 7), 0u);
+    ASSERT_EQ(destroy(0), 0u);
+    EXPECT_EQ(create(2, 10), 0u);
+}
+
+TEST_F(SpanTest, ASourceDoesNotSendByItsSessionsDestination) {
+    ASSERT_EQ(create(0, 7), 0u);
+    ASSERT_EQ(lag(UIDB_LAG_CONFIG_MEMBER, 9, {7}), 0u);
+    ASSERT_EQ(lag(UIDB_LAG_SET_MEMBERS, 9, {7}), 0u);
+    EXPECT_EQ(add(kBundleIfh, 0, 0), CARD_ERROR_OWN_DESTINATION);
+    EXPECT_EQ(add(kMainA, 0, 0), 0u);
+    ASSERT_EQ(create(1, 8), 0u);
+    EXPECT_EQ(add(kBundleIfh, 0, 1), 0u);
+    ASSERT_EQ(lag(UIDB_LAG_SET_MEMBERS, 9, {}), 0u);
+    EXPECT_EQ(add(kBundleIfh, 1, 0), 0u);
+}
+
+TEST_F(SpanTest, ASessionTakesFourHundredSources) {
+    ASSERT_EQ(create(0, 10), 0u);
+    ASSERT_EQ(create(1, 11), 0u);
+    constexpr u32 kFirst = 0x8002000;
+    for (u32 i = 0; i < kMaxMirrorSources; ++i) {
+        ASSERT_EQ(create_sub(kFirst + i), 0u);
+        ASSERT_EQ(set(kFirst + i,
+                      {feature(UIDB_FEATURE_L2, 1), feature(UIDB_FEATURE_VLAN_TAGS, 1),
+                       feature(UIDB_FEATURE_OUTER_TPID, 0x8100), feature(UIDB_FEATURE_OUTER_VLAN, 1000 + i)}),
+                  0u);
+        ASSERT_EQ(add(kFirst + i, 0, 0), 0u) << i;
+    }
+    EXPECT_EQ(add(kMainA, 0, 0), CARD_ERROR_TOO_MANY_SOURCES);
+    EXPECT_EQ(add(kFirst, 0, 0), 0u) << "one of them again";
+    EXPECT_EQ(add(kMainA, 0, 1), 0u) << "of another session";
+    ASSERT_EQ(remove(kFirst, 0, 0), 0u);
+    EXPECT_EQ(add(kMainA, 1, 0), 0u);
 }
 
 TEST_F(SpanTest, AFullSourceTableRefuses) {

@@ -6,6 +6,7 @@
 #include <random>
 
 #include "tests/card/sim/card_test.h"
+#include "tests/card/sim/hal_requests.h"
 #include "tests/card/sim/tcam_request.h"
 
 namespace sim {
@@ -33,6 +34,13 @@ class TcamTest : public CardTest {
         info.stats_id = id;
         info.vmr_id = vmr_id;
         return zor_vop_prm_tcam_vmr_stats_dealloc(client, &info);
+    }
+    // What the traffic manager hands out for a policer.
+    wyk_hal_ids policer() {
+        Policies policies(1);
+        policies[0].kind = WYK_HAL_POLICY_POLICER;
+        EXPECT_EQ(policies.configure(), 0u);
+        return policies.ids(0);
     }
     // Inserts an entry and reads it back.
     void round_trip(TcamRequest &programmed, TcamRequest &read_back) {
@@ -84,6 +92,94 @@ TEST_F(TcamTest, AQosTcamIsDestroyedByEitherOpcode) {
     EXPECT_EQ(used(Resource::tcam), 0u);
 }
 
+TEST_F(TcamTest, AnAclTcamIsDestroyedByItsOwnOpcodeAlone) {
+    const u64 acl = create(kAcl);
+    TcamRequest wrong(kAcl, PRM_TCAM_CREATE, acl), right(kAcl, PRM_TCAM_DESTROY, acl);
+    EXPECT_EQ(zor_vop_prm_tcam_vmr_destroy(client, &wrong.info), PRM_ERROR_INVALID_ARG);
+    EXPECT_NE(card.tcam.table(acl), nullptr);
+    EXPECT_EQ(zor_vop_prm_tcam_vmr_destroy(client, &right.info), 0u);
+}
+
+TEST_F(TcamTest, ATcamKeepsThePortWordsOfItsCreate) {
+    TcamRequest request(kQos, PRM_TCAM_CREATE);
+    request.info.word4 = 7;
+    request.info.word312 = 8;
+    request.info.port_num = 63;
+    ASSERT_EQ(zor_vop_prm_tcam_vmr_create(client, &request.info), 0u);
+    TcamRequest insert(kQos, PRM_TCAM_INSERT, request.info.vmr_id, 1);
+    ASSERT_EQ(zor_vop_prm_tcam_vmr_insert(client, &insert.info), 0u);
+    const Tcam *const tcam = card.tcam.tcams().find(request.info.vmr_id);
+    EXPECT_EQ(tcam->word4, 7u);
+    EXPECT_EQ(tcam->word312, 8);
+    EXPECT_EQ(tcam->port_num, 63);
+}
+
+// --- What entries name -------------------------------------------------------------------------------------
+
+TEST_F(TcamTest, AclEntriesNameStatisticsThatWereAllocatedAndKeepThem) {
+    const u32 id = allocate_statistics(), other = allocate_statistics();
+    TcamRequest request(kAcl, PRM_TCAM_CREATE, 0, 0, 2);
+    request.acl(1).stats_id = other + 1;
+    EXPECT_EQ(zor_vop_prm_tcam_vmr_create(client, &request.info), CARD_ERROR_UNKNOWN_STATISTICS);
+    EXPECT_EQ(used(Resource::tcam), 0u);
+    request.acl(0).stats_id = request.acl(1).stats_id = id;
+    ASSERT_EQ(zor_vop_prm_tcam_vmr_create(client, &request.info), 0u);
+    const u64 tcam = request.info.vmr_id;
+    EXPECT_EQ(release_statistics(id), CARD_ERROR_IN_USE);
+    // Replaced, deleted, destroyed: every entry lets go what it names.
+    TcamRequest replace(kAcl, PRM_TCAM_INSERT, tcam, 0), erase(kAcl, PRM_TCAM_DELETE, tcam, 1);
+    replace.acl().stats_id = other + 1;
+    EXPECT_EQ(zor_vop_prm_tcam_vmr_insert(client, &replace.info), CARD_ERROR_UNKNOWN_STATISTICS);
+    EXPECT_EQ(card.tcam.statistics_users(id), 2u);
+    replace.acl().stats_id = other;
+    ASSERT_EQ(zor_vop_prm_tcam_vmr_insert(client, &replace.info), 0u);
+    EXPECT_EQ(release_statistics(id), CARD_ERROR_IN_USE) << "the other entry";
+    ASSERT_EQ(zor_vop_prm_tcam_vmr_delete(client, &erase.info), 0u);
+    EXPECT_EQ(release_statistics(id), 0u);
+    EXPECT_EQ(release_statistics(other), CARD_ERROR_IN_USE);
+    TcamRequest destroy(kAcl, PRM_TCAM_DESTROY, tcam);
+    ASSERT_EQ(zor_vop_prm_tcam_vmr_destroy(client, &destroy.info), 0u);
+    EXPECT_EQ(release_statistics(other), 0u);
+}
+
+TEST_F(TcamTest, QosEntriesNameStatisticsAndPolicersOfTheTrafficManagerAndKeepThem) {
+    const wyk_hal_ids ids = policer();
+    TcamRequest request(kQos, PRM_TCAM_CREATE);
+    request.qos().stats_id = ids.stats_id + 4;
+    EXPECT_EQ(zor_vop_prm_tcam_vmr_create(client, &request.info), CARD_ERROR_UNKNOWN_STATISTICS);
+    request.qos().stats_id = ids.stats_id;
+    request.qos().token_bucket_id = ids.policer_id + 1;
+    EXPECT_EQ(zor_vop_prm_tcam_vmr_create(client, &request.info), CARD_ERROR_UNKNOWN_REFERENCE);
+    request.qos().token_bucket_id = ids.policer_id;
+    ASSERT_EQ(zor_vop_prm_tcam_vmr_create(client, &request.info), 0u);
+    Release release(1);
+    release.name_policer(0, ids);
+    EXPECT_EQ(release.release(), CARD_ERROR_IN_USE);
+    EXPECT_EQ(release.status, 0u);
+    TcamRequest destroy(kQos, PRM_TCAM_CREATE, request.info.vmr_id);
+    ASSERT_EQ(zor_vop_prm_tcam_vmr_destroy(client, &destroy.info), 0u);
+    EXPECT_EQ(release.release(), 0u);
+}
+
+TEST_F(TcamTest, EveryStatisticsIdCountsForItselfFromItsAllocation) {
+    const u32 id = allocate_statistics(), other = allocate_statistics();
+    card.tcam.count(id, 64);
+    card.tcam.count(id, 1500);
+    EXPECT_EQ(card.tcam.counted(id), (Count{2, 1564}));
+    EXPECT_EQ(card.tcam.counted(other), Count{});
+    // Whoever is handed the id later begins at 0.
+    Card small(limited({}, {{Resource::acl_statistics, 1}}));
+    const CurrentCard use_small(small);
+    evm = event_manager_create(0, 0, 14, 0);
+    ASSERT_EQ(prm_mgr_open(evm, 0, "client", ignore_notification, 7, 0, &connection), 0u);
+    ASSERT_EQ(prm_srh_register(&client, 1, evm, ignore_notification), 0u);
+    const u32 only = allocate_statistics();
+    small.tcam.count(only, 64);
+    ASSERT_EQ(release_statistics(only), 0u);
+    ASSERT_EQ(allocate_statistics(), only);
+    EXPECT_EQ(small.tcam.counted(only), Count{});
+}
+
 TEST_F(TcamTest, StatisticsAreReleasedOnceWhateverHandleAccompaniesThem) {
     const u32 first = allocate_statistics(), second = allocate_statistics();
     EXPECT_EQ(release_statistics(first, 0x0700000001), 0u);
@@ -101,6 +197,7 @@ TEST_F(TcamTest, AddressesAndPortsComeBackSwappedAndMasksAsStored) {
             read(feature, PRM_TCAM_INSERT, vmr_id, 1);
         std::mt19937 random(feature);
         for (u8 &byte : programmed.keys) byte = static_cast<u8>(random());
+        memset(programmed.info.result, 0, PRM_TCAM_RESULT_KEY_SZ);
         programmed.value().qos_key_type = PRM_TCAM_QOS_KEY_MPLS;
         programmed.value().src_ipv4 = 0x01020304;
         programmed.value().dst_ipv4 = 0x0A0B0C0D;
@@ -155,9 +252,12 @@ TEST_F(TcamTest, TheStatisticsFlagIsNotHandedBackByAQosEntry) {
     TcamRequest programmed(kQos, PRM_TCAM_INSERT, vmr_id, 1), read(kQos, PRM_TCAM_INSERT, vmr_id, 1);
     std::mt19937 random(1);
     for (u8 &byte : programmed.keys) byte = static_cast<u8>(random());
-    programmed.qos().stats_id = PRM_TCAM_QOS_STATS_FLAG | 0x123;
+    const wyk_hal_ids ids = policer();
+    ASSERT_NE(ids.stats_id & PRM_TCAM_QOS_STATS_FLAG, 0u);
+    programmed.qos().stats_id = ids.stats_id;
+    programmed.qos().token_bucket_id = ids.policer_id;
     round_trip(programmed, read);
-    EXPECT_EQ(read.qos().stats_id, 0x123u);
+    EXPECT_EQ(read.qos().stats_id, ids.stats_id & ~PRM_TCAM_QOS_STATS_FLAG);
     read.qos().stats_id = programmed.qos().stats_id;
     EXPECT_EQ(memcmp(read.info.result, programmed.info.result, PRM_TCAM_RESULT_KEY_SZ), 0);
 }
@@ -166,6 +266,7 @@ TEST_F(TcamTest, AnAclResultComesBackAsProgrammed) {
     const u64 vmr_id = create(kAcl);
     TcamRequest programmed(kAcl, PRM_TCAM_INSERT, vmr_id, 1), read(kAcl, PRM_TCAM_INSERT, vmr_id, 1);
     memset(programmed.info.result, 0xFF, PRM_TCAM_RESULT_KEY_SZ);
+    programmed.acl().stats_id = allocate_statistics();
     round_trip(programmed, read);
     EXPECT_EQ(memcmp(read.info.result, programmed.info.result, PRM_TCAM_RESULT_KEY_SZ), 0);
 }
@@ -293,8 +394,7 @@ TEST_P(TcamRefusalTest, AnUnknownOpcodeIsAnInvalidMessageAndTheOthersAreInvalidA
     }
     for (const u32 opcode : {0u, 2u, 3u, 4u, 12u, 13u}) {
         const bool own = opcode == GetParam().opcode ||
-                         (opcode == PRM_TCAM_CREATE && (GetParam().call == zor_vop_prm_tcam_vmr_destroy ||
-                                                        GetParam().call == zor_vop_prm_tcam_vmr_read));
+                         (opcode == PRM_TCAM_CREATE && GetParam().call == zor_vop_prm_tcam_vmr_read);
         if (own) continue;
         EXPECT_EQ(status_of([=](prm_info &info) { info.opcode = opcode; }), PRM_ERROR_INVALID_ARG) << opcode;
     }
@@ -333,6 +433,7 @@ TEST_P(TcamRefusalTest, AHandleOfAnotherFeatureOrOfNoTcamIsRefused) {
 
 TEST_P(TcamRefusalTest, PortNumberOfEntriesKeySizesAndIndexAreBoundedWhereEntriesAreNamed) {
     const std::function<void(prm_info &)> spoilers[] = {
+        [](prm_info &info) { info.port_num = 64; },  // the card has 0 to 63
         [](prm_info &info) { info.port_num = 256; },
         [](prm_info &info) { info.port_num = 0xFFFF; },
         [](prm_info &info) { info.nr_entries = 0; },

@@ -306,13 +306,11 @@ TEST_F(TrafficManagerTest, ABadConfigurationIsRefusedInTheStatusWord) {
          }},
         {"ingress direction", [](Classes &c) { c.request->direction = WYK_HAL_INGRESS; }},
         {"policy depth", [](Classes &c) { c[5].mqc_depth = 1; }},
-        {"count", [](Classes &c) { c.request->count = 7; }},
-        {"count past the block", [](Classes &c) { c.request->count = 9; }},
+        {"count that no block can hold", [](Classes &c) { c.request->count = 152; }},
         {"huge count", [](Classes &c) { c.request->count = 0xFFFFFFFF; }},
         {"port 0", [](Classes &c) { c.request->port = 0; }},
         {"port past the last", [](Classes &c) { c.request->port = 65; }},
         {"huge port", [](Classes &c) { c.request->port = 0xFFFFFFFF; }},
-        {"qos-group", [](Classes &c) { c[0].qos_group = 8; }},
         {"qos-group twice", [](Classes &c) { c[0].qos_group = 6; }},
         {"priority", [](Classes &c) { c[0].priority = 8; }},
         {"bandwidth mode", [](Classes &c) { c[7].bandwidth_mode = 3; }},
@@ -324,6 +322,83 @@ TEST_F(TrafficManagerTest, ABadConfigurationIsRefusedInTheStatusWord) {
         EXPECT_EQ(classes.response->status, 21u) << spoiler.what;
         EXPECT_EQ(used(Resource::queue), 0u) << spoiler.what;
     }
+}
+
+TEST_F(TrafficManagerTest, APortTakesAsManyClassesAsARequestHolds) {
+    for (const u32 count : {1u, 3u, 9u, 151u}) {
+        Policies classes(count);
+        classes.request->port = kPort;
+        classes.request->direction = WYK_HAL_EGRESS;
+        for (u32 i = 0; i < count; ++i) {
+            classes[i].qos_group = static_cast<u16>(1000 + i);
+            classes[i].priority = count - 1 - i;
+        }
+        ASSERT_EQ(wyk_hal_wrapper_config_policy_in_tm(classes.request, classes.response), 0u);
+        EXPECT_EQ(classes.response->status, 0u) << count;
+        EXPECT_EQ(used(Resource::queue), count);
+        const std::span<const u32> queues = card.traffic_manager.class_queues(kPort);
+        ASSERT_EQ(queues.size(), count);
+        for (u32 i = 0; i < count; ++i) {
+            EXPECT_EQ(queues[i], classes.ids(i).fid0);
+            EXPECT_EQ(card.traffic_manager.queue(queues[i])->priority, count - 1 - i);
+        }
+        classes[0].priority = std::max(count, 8u);
+        ASSERT_EQ(wyk_hal_wrapper_config_policy_in_tm(classes.request, classes.response), 0u);
+        EXPECT_EQ(classes.response->status, 21u) << "there is no such level";
+    }
+    // Read back a request at a time.
+    wyk_hal_config_request request{};
+    wyk_hal_config_response response{};
+    request.count = 1;
+    request.nodes[0].type = WYK_HAL_NODE_QUEUE;
+    request.nodes[0].port = kPort;
+    request.nodes[0].qos_group = 1150;
+    EXPECT_EQ(wyk_hal_wrapper_get_config(&request, &response), 0u);
+    request.nodes[0].qos_group = 1000;
+    EXPECT_EQ(wyk_hal_wrapper_get_config(&request, &response), 0u);
+    EXPECT_EQ(response.classes[0].level, 150u);
+    EXPECT_EQ(release_queues(kPort, 151), 0u);
+    EXPECT_EQ(used(Resource::queue), 0u);
+}
+
+TEST_F(TrafficManagerTest, AClassThatAConfigurationLeavesOutLosesItsQueueUnlessAnEntryCountsOnIt) {
+    Classes classes(kPort);
+    ASSERT_EQ(classes.configure(), 0u);
+    const u32 dropped = classes.ids(7).stats_id;
+    card.traffic_manager.hold_statistics(dropped);
+    Classes fewer(kPort);
+    fewer.request->count = 7;
+    EXPECT_EQ(fewer.configure(), CARD_ERROR_IN_USE);
+    EXPECT_EQ(release_queues(kPort), CARD_ERROR_IN_USE);
+    EXPECT_EQ(used(Resource::queue), 8u);
+    EXPECT_TRUE(has_statistics(dropped));
+    card.traffic_manager.release_statistics(dropped);
+    ASSERT_EQ(fewer.configure(), 0u);
+    EXPECT_EQ(fewer.ids(6).fid0, classes.ids(6).fid0);
+    EXPECT_EQ(used(Resource::queue), 7u);
+    EXPECT_FALSE(has_statistics(dropped));
+}
+
+TEST_F(TrafficManagerTest, ARequestForAnotherNetworkProcessorNamesAPortOnIt) {
+    Inventory two = small_inventory();
+    two.np_local_ports = {32, 32};
+    Card other(two);
+    const CurrentCard use_other(other);
+    Classes classes(kPort);
+    classes.request->np_id = 1;
+    ASSERT_EQ(classes.configure(), 0u);
+    EXPECT_EQ(classes.response->status, 0u);
+    Classes nowhere(0);
+    nowhere.request->np_id = 1;
+    nowhere.request->count = 0;
+    ASSERT_EQ(nowhere.configure(), 0u);
+    EXPECT_EQ(nowhere.response->status, 21u);
+    nowhere.request->port = kPort;
+    ASSERT_EQ(nowhere.configure(), 0u);
+    EXPECT_EQ(nowhere.response->status, 0u);
+    classes.request->np_id = 2;
+    ASSERT_EQ(classes.configure(), 0u);
+    EXPECT_EQ(classes.response->status, 21u);
 }
 
 TEST_F(TrafficManagerTest, WordsWhoseMeaningIsUnknownAreNotLookedAt) {
@@ -345,6 +420,53 @@ TEST_F(TrafficManagerTest, QueuesRunOutAndThePortIsLeftAsItWas) {
     EXPECT_EQ(second.configure(), CARD_ERROR_POOL_EXHAUSTED);
     EXPECT_EQ(small.accounts[Resource::queue].used, 8u);
     EXPECT_EQ(release_queues(2, 1), CARD_ERROR_NOT_FOUND);
+}
+
+// --- Counters ----------------------------------------------------------------------------------------------
+
+TEST_F(TrafficManagerTest, EveryIdCountsForItselfAndIsReadBack) {
+    Classes classes(kPort);
+    ASSERT_EQ(classes.configure(), 0u);
+    const wyk_hal_ids &ids = classes.ids(2);
+    TrafficManagerState &manager = card.traffic_manager;
+    for (u64 i = 0; i < 10; ++i) manager.count(ids.stats_id, 100 + i);
+    for (u64 i = 0; i < 4; ++i) manager.count(ids.commit_id, 100 + i);
+    manager.count(ids.drop_id, 109);
+    const auto read = [](u32 id) {
+        wyk_hal_stats_request request = {.count = 1, .stats_id = id};
+        wyk_hal_stats_response response{};
+        EXPECT_EQ(wyk_hal_wrapper_get_stats(&request, &response), 0u);
+        return Count{response.packets, response.bytes};
+    };
+    EXPECT_EQ(read(ids.stats_id), (Count{10, 1045}));
+    EXPECT_EQ(read(ids.commit_id), (Count{4, 406}));
+    EXPECT_EQ(read(ids.drop_id), (Count{1, 109}));
+    EXPECT_EQ(read(classes.ids(3).stats_id), Count{});
+    wyk_hal_queue_depth_request request{};
+    request.fid0 = ids.fid0;
+    u32 depth = 0;
+    EXPECT_EQ(wyk_hal_wrapper_get_queue_depth(&request, &depth), 0u);
+    EXPECT_EQ(depth, 5u) << "what neither left nor was dropped";
+    manager.count(ids.stats_id + 3, 64);
+    EXPECT_EQ(manager.counted(ids.stats_id + 3), Count{}) << "no id";
+}
+
+TEST_F(TrafficManagerTest, APolicyThatIsHandedAnIdBeginsAtZero) {
+    Card small(limited({}, {{Resource::policy, 1}}));
+    const CurrentCard use_small(small);
+    Policies first(1), second(1);
+    first[0].kind = second[0].kind = WYK_HAL_POLICY_POLICER;
+    ASSERT_EQ(first.configure(), 0u);
+    const u32 id = first.ids(0).stats_id;
+    for (const u32 counter : {id, id + 1, id + 2}) small.traffic_manager.count(counter, 64);
+    EXPECT_EQ(small.traffic_manager.counted(id), (Count{1, 64})) << "with its flag and without";
+    EXPECT_EQ(small.traffic_manager.counted(id & ~PRM_TCAM_QOS_STATS_FLAG), (Count{1, 64}));
+    Release release(1);
+    release.name_policer(0, first.ids(0));
+    ASSERT_EQ(release.release(), 0u);
+    ASSERT_EQ(second.configure(), 0u);
+    ASSERT_EQ(second.ids(0).stats_id, id) << "there is but one";
+    for (const u32 counter : {id, id + 1, id + 2}) EXPECT_EQ(small.traffic_manager.counted(counter), Count{});
 }
 
 TEST_F(TrafficManagerTest, AReadOfAConfigurationThatIsNotThereFails) {
@@ -453,10 +575,55 @@ TEST_F(TrafficManagerTest, ShaperAndInformationAnswerAndUnknownTypesDoNot) {
     wyk_hal_tm_info info{};
     EXPECT_EQ(wyk_hal_wrapper_engine_op(WYK_HAL_PORT_SHAPER_CONFIGURE, &shaper, &response), 0u);
     EXPECT_EQ(wyk_hal_wrapper_engine_op(WYK_HAL_PORT_SHAPER_REMOVE, &removal, &response), 0u);
+    EXPECT_EQ(wyk_hal_wrapper_engine_op(WYK_HAL_PORT_SHAPER_REMOVE, &removal, &response), 0u);
     EXPECT_EQ(wyk_hal_wrapper_engine_op(WYK_HAL_TM_INFO, nullptr, &info), 0u);
     for (const u32 type : {1u, 2u, 3u, 6u, 7u, 8u, 11u, 21u, 0xFFFFFFFFu}) {
         EXPECT_EQ(wyk_hal_wrapper_engine_op(type, nullptr, nullptr), 22u) << type;
     }
+}
+
+TEST_F(TrafficManagerTest, AShaperIsKeptFromItsConfigurationToItsRemoval) {
+    wyk_hal_port_shaper shaper{};
+    wyk_hal_port_shaper_removal removal{};
+    wyk_hal_policy_response response{};
+    shaper.reserved0[100] = 7;
+    EXPECT_FALSE(card.traffic_manager.port_shaper());
+    ASSERT_EQ(wyk_hal_wrapper_engine_op(WYK_HAL_PORT_SHAPER_CONFIGURE, &shaper, &response), 0u);
+    ASSERT_TRUE(card.traffic_manager.port_shaper());
+    EXPECT_EQ(card.traffic_manager.port_shaper()->reserved0[100], 7);
+    ASSERT_EQ(wyk_hal_wrapper_engine_op(WYK_HAL_PORT_SHAPER_REMOVE, &removal, &response), 0u);
+    EXPECT_FALSE(card.traffic_manager.port_shaper());
+}
+
+TEST_F(TrafficManagerTest, InformationIsAnsweredFromWhatThereIs) {
+    const auto ask = [] {
+        wyk_hal_tm_info response;
+        memset(&response, 0xEE, sizeof response);
+        EXPECT_EQ(wyk_hal_wrapper_engine_op(WYK_HAL_TM_INFO, nullptr, &response), 0u);
+        TmInfo info;
+        memcpy(&info, &response, sizeof info);
+        EXPECT_EQ(response.reserved0[sizeof info], 0xEE);
+        return std::vector<u32>{info.ports, info.default_queues, info.class_queues, info.policies};
+    };
+    EXPECT_EQ(ask(), (std::vector<u32>{64, 0, 0, 0}));
+    Classes classes(kPort);
+    Policies policies(2);
+    ASSERT_EQ(classes.configure(), 0u);
+    ASSERT_EQ(policies.configure(), 0u);
+    ASSERT_EQ(default_queue(WYK_HAL_DEFAULT_QUEUE_ALLOCATE, 3), 0u);
+    EXPECT_EQ(ask(), (std::vector<u32>{64, 1, 8, 2}));
+}
+
+TEST_F(TrafficManagerTest, ADefaultQueueHasTheRateThatWasAskedForLast) {
+    wyk_hal_ids ids{};
+    ASSERT_EQ(default_queue(WYK_HAL_DEFAULT_QUEUE_ALLOCATE, 3), 0u);
+    ASSERT_EQ(queue_result(3, &ids), 0u);
+    EXPECT_EQ(card.traffic_manager.queue(ids.fid0)->rate, 100000000u);
+    wyk_hal_default_queue slower = {.port_index = 2, .word4 = 1, .word8 = 5};
+    wyk_hal_default_queue_response response{};
+    ASSERT_EQ(wyk_hal_wrapper_engine_op(WYK_HAL_DEFAULT_QUEUE_ALLOCATE, &slower, &response), 0u);
+    EXPECT_EQ(card.traffic_manager.queue(ids.fid0)->rate, 5u);
+    EXPECT_EQ(used(Resource::queue), 1u);
 }
 
 TEST_F(TrafficManagerTest, NullBlocksAreRefusedByEveryOperation) {

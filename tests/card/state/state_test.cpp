@@ -10,6 +10,7 @@
 
 #include "prm_srh_l2.h"
 #include "tests/card/sim/forwarding_requests.h"
+#include "tests/card/sim/hal_requests.h"
 #include "tests/card/sim/tcam_request.h"
 
 namespace sim {
@@ -199,14 +200,57 @@ TEST_F(StateTest, DecodesTcamEntries) {
     create.value().ttl = 9;
     create.mask().ttl = 0xFF;
     create.mask().protocol = 0xFF;  // protocol 0 alone
-    create.acl().stats_id = 17;
+    prm_info statistics = {};
+    statistics.opcode = PRM_TCAM_STATS_ALLOC;
+    ASSERT_EQ(zor_vop_prm_tcam_vmr_stats_alloc(client, &statistics), 0u);
+    create.acl().stats_id = statistics.stats_id;
+    create.info.port_num = 9;
     ASSERT_EQ(zor_vop_prm_tcam_vmr_create(client, &create.info), 0u);
+    card.tcam.count(statistics.stats_id, 64);
+    EXPECT_EQ(entry("acl_statistics"),
+              Json::parse(R"({"stats_id": 1, "packets": 1, "bytes": 64, "users": 1})"));
     EXPECT_EQ(entry("tcams")["feature"], "acl");
+    EXPECT_EQ(entry("tcams")["port_num"], 9);
+    EXPECT_EQ(entry("tcams")["word4"], 1);
+    EXPECT_EQ(entry("tcams")["word312"], 1);
     const Json told = entry("tcam_entries");
     EXPECT_EQ(told["ace_index"], 0);
     EXPECT_EQ(told["match"],
               Json::parse(R"({"src_ipv4": "1.1.1.1 mask 255.255.255.0", "ttl": "9", "protocol": "0"})"));
-    EXPECT_EQ(told["result"], Json::parse(R"({"stats_id": "17"})"));
+    EXPECT_EQ(told["result"], Json::parse(R"({"stats_id": "1"})"));
+}
+
+TEST_F(StateTest, TellsQueuesPoliciesAndShaperWithWhatTheyCounted) {
+    Classes classes(3);
+    ASSERT_EQ(classes.configure(), 0u);
+    Policies policies(2);
+    policies[0].kind = WYK_HAL_POLICY_POLICER;
+    policies[0].committed_rate = 80;
+    ASSERT_EQ(policies.configure(), 0u);
+    wyk_hal_default_queue request = {.port_index = 2, .word4 = 1, .word8 = 1000};
+    wyk_hal_default_queue_response response = {};
+    ASSERT_EQ(wyk_hal_wrapper_engine_op(WYK_HAL_DEFAULT_QUEUE_ALLOCATE, &request, &response), 0u);
+    wyk_hal_port_shaper shaper = {};
+    wyk_hal_policy_response shaped = {};
+    shaper.reserved0[4] = 7;
+    ASSERT_EQ(wyk_hal_wrapper_engine_op(WYK_HAL_PORT_SHAPER_CONFIGURE, &shaper, &shaped), 0u);
+    card.traffic_manager.count(classes.ids(0).stats_id, 100);
+    card.traffic_manager.count(policies.ids(0).stats_id + 1, 60);
+
+    const Json queue = entries("queues")[0];
+    EXPECT_EQ(queue["qos_group"], 7);
+    EXPECT_EQ(queue["all"]["packets"], 1);
+    EXPECT_EQ(queue["all"]["bytes"], 100);
+    EXPECT_EQ(queue["committed"]["packets"], 0);
+    EXPECT_EQ(queue["depth"], 1);
+    EXPECT_EQ(entry("default_queues")["rate"], 1000);
+    EXPECT_EQ(entry("default_queues")["dropped"]["bytes"], 0);
+    const Json policer = entries("policies")[0], counter = entries("policies")[1];
+    EXPECT_EQ(policer["exceed"]["bytes"], 60);
+    EXPECT_EQ(policer["conform"]["packets"], 0);
+    EXPECT_EQ(counter["conform"]["packets"], 0);
+    EXPECT_FALSE(counter.contains("exceed")) << "a counter counts all alike";
+    EXPECT_EQ(entry("port_shapers")["shaper"], "port");
 }
 
 TEST_F(StateTest, CountsEveryEntryThatAnAccountCounts) {

@@ -25,12 +25,16 @@ struct Kind {
     bool veltora;
     u32 ports;
     u32 hsp_port;  // 0: the card has none
+    u32 processors;
+
+    u32 local_ports() const { return ports / processors; }  // of each processor
 };
 
 constexpr Kind kKinds[] = {
-    {"TypeA", PLATFORM_CARD_TYPE_A, false, 88, 81},
-    {"TypeB", PLATFORM_CARD_TYPE_B, false, 48, 41},
-    {"Veltora", 0x1E1003, true, 24, 0},
+    {"TypeA", PLATFORM_CARD_TYPE_A, false, 88, 81, 1},
+    {"TypeB", PLATFORM_CARD_TYPE_B, false, 48, 41, 1},
+    {"Veltora", 0x1E1003, true, 24, 0, 1},
+    {"TwoProcessors", PLATFORM_CARD_TYPE_B, false, 96, 41, 2},
 };
 
 void PrintTo(const Kind &kind, std::ostream *out) {
@@ -44,7 +48,7 @@ class SuiteOnCardTest : public ::testing::TestWithParam<Kind> {
         inventory.card_type = GetParam().card_type;
         inventory.veltora_family = GetParam().veltora;
         inventory.ports = GetParam().ports;
-        inventory.np_local_ports = {static_cast<u8>(GetParam().ports)};
+        inventory.np_local_ports.assign(GetParam().processors, static_cast<u8>(GetParam().local_ports()));
         return inventory;
     }
 
@@ -121,7 +125,7 @@ TEST_P(SuiteOnCardTest, EveryQosCasePassesOrDoesNotApply) {
     EXPECT_EQ(used(sim::Resource::policy), 1u) << "of the case that destroys with a spoiled feature id";
     // Default queues stay: the scale case allocates one on every port but the last, of which port 1's is
     // released.
-    EXPECT_EQ(used(sim::Resource::queue), GetParam().ports - 2);
+    EXPECT_EQ(used(sim::Resource::queue), GetParam().local_ports() - 2);
 }
 
 TEST_P(SuiteOnCardTest, AShiftedKeyIsVerifiedFieldByField) {
@@ -148,9 +152,9 @@ TEST_P(SuiteOnCardTest, EveryClassOfEveryPortReadsBackAsConfigured) {
         for (size_t at = output.find(text); at != std::string::npos; at = output.find(text, at + 1)) ++n;
         return n;
     };
-    EXPECT_EQ(count("is configured properly for class"), 7 * (GetParam().ports - 1));
-    EXPECT_EQ(count("BWRR is cnfig crrtly on def-class's SP"), GetParam().ports - 1);
-    EXPECT_EQ(count("Success in Deleting SP Queue"), GetParam().ports - 1);
+    EXPECT_EQ(count("is configured properly for class"), 7 * (GetParam().local_ports() - 1));
+    EXPECT_EQ(count("BWRR is cnfig crrtly on def-class's SP"), GetParam().local_ports() - 1);
+    EXPECT_EQ(count("Success in Deleting SP Queue"), GetParam().local_ports() - 1);
 }
 
 TEST_P(SuiteOnCardTest, BothFoldersRunTwiceOnOneCard) {

@@ -149,8 +149,7 @@ void engine_op(Input &input) {
 
 void config_policies(Input &input, bool counted, Seen *seen) {
     auto head = head_from<wyk_hal_policy_request>(input);
-    // The caller without a count always brings the blocks of eight classes.
-    const u32 n = counted ? head.count : u32{WYK_HAL_CLASSES};
+    const u32 n = head.count;
     std::vector<u8> request = block_of(input, wyk_hal_policy_request_size(n), head);
     std::vector<u8> response(
         std::max<size_t>(wyk_hal_policy_response_size(n), sizeof(wyk_hal_policy_response)));

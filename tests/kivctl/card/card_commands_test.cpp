@@ -72,6 +72,20 @@ TEST_F(CardCommands, ShowPrintsOneFamilyAlone) {
     EXPECT_EQ(kivctl("card show " + sample() + " pseudowires").status, 0);
 }
 
+TEST_F(CardCommands, ShowTellsWhatCountersCounted) {
+    const Ran ran = kivctl("card show " +
+                           sample("\"novelties\":{", R"("queues":{"key":["port","qos_group"],"entries":[
+{"port":1,"qos_group":7,"fid0":"0x2","priority":0,"rate":100,"all":{"stats_id":"0x4000008","packets":10,"bytes":1045},"committed":{"stats_id":"0x4000009","packets":4,"bytes":406},"dropped":{"stats_id":"0x400000a","packets":0,"bytes":0},"depth":6},
+{"port":1,"qos_group":6,"fid0":"0x3","priority":1,"rate":100,"all":{"stats_id":"0x400000c","packets":0,"bytes":0},"depth":0}]},
+"novelties":{)") + " queues");
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_THAT(ran.out, HasSubstr(R"(Queues
+  PORT  QOS GROUP  QUEUE  PRIORITY  RATE  COUNTED                                                   DEPTH
+  1     7          0x2    0         100   all 10 packets 1045 bytes, committed 4 packets 406 bytes  6
+  1     6          0x3    1         100   nothing                                                   0
+)"));
+}
+
 TEST_F(CardCommands, ShowPrintsWhatDanglesAlone) {
     const Ran ran = kivctl("card show --dangling " + sample());
     EXPECT_EQ(ran.status, 0);

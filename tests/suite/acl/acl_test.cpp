@@ -390,11 +390,20 @@ TEST_F(AclNegativeTest, FailingCleanUpIsToldAndChecked) {
     }
 }
 
-TEST_F(AclNegativeTest, WithoutMemoryACaseThatTookNothingEndsWithTheMessageAlone) {
+// The family of the feature releases the record that it could not allocate, too.
+TEST_F(AclNegativeTest, WithoutMemoryACaseThatTookNothingEndsWithTheMessageAndOnlyTheFeatureFamilyReleases) {
     for (const Negative &n : negatives()) {
         if (n.tcam || !n.buffers) continue;
-        EXPECT_THAT(with_failing_allocation(n.function, 1), ElementsAreArray(line(kNoMemory))) << n.check;
+        Lines expected = line(kNoMemory);
+        if (is_family_c(n)) expected = expected + line(kNullValue);
+        EXPECT_THAT(with_failing_allocation(n.function, 1), ElementsAreArray(expected)) << n.check;
+        EXPECT_TRUE(standin::calls().empty()) << n.check;
     }
+}
+
+TEST_F(AclNegativeTest, WithoutMemoryTheFeatureFamilyReleasesForAnOperationItDoesNotHave) {
+    EXPECT_THAT(with_failing_allocation([] { return tc_kiv_acl_tcam_invalid_fea_id(100); }, 1),
+                ElementsAreArray(line(kNoMemory) + line(kNullValue)));
 }
 
 TEST_F(AclNegativeTest, WithoutMemoryForTheTcam) {
