@@ -9,6 +9,9 @@
 namespace sim {
 namespace {
 
+// The bits of adj_flags0 that requests write; the others are as they were found.
+constexpr u8 kKindBits = 0x17;
+
 prm_status_t check_reserved_bytes(const prm_tx_adj &record) {
     return success_if(all_zero(record.reserved0) && all_zero(record.reserved24) && record.reserved73 == 0 &&
                           all_zero(record.reserved76) && all_zero(record.reserved82) &&
@@ -26,9 +29,12 @@ prm_status_t check_labels(const prm_tx_adj &record) {
 // a pool or exist. All ones for an interface index are what a failed lookup yields, and are accepted.
 prm_status_t check_adjacency(const prm_tx_adj &record) {
     if (const prm_status_t status = check_reserved_bytes(record)) return status;
-    if ((record.adj_flags0 & ~PRM_TX_ADJ_NORMAL) != 0 || (record.adj_flags3 & ~PRM_TX_ADJ_OPTION2) != 0)
+    if ((record.adj_flags0 & kKindBits & ~PRM_TX_ADJ_NORMAL) != 0 ||
+        (record.adj_flags3 & ~PRM_TX_ADJ_OPTION2) != 0)
         return CARD_ERROR_BAD_KIND;
     if (record.nh_idx == 0) return CARD_ERROR_BAD_VALUE;
+    // Over itself it could never be deleted.
+    if (record.adj_flags2 != 0 && record.nh_idx == record.nh_idx2) return CARD_ERROR_SAME_END;
     switch (record.adj_flags2) {
         case 0:
             return success_if(record.nh_idx2 == 0 && record.label0 == 0 && record.label1 == 0 &&
@@ -51,7 +57,7 @@ u32 key_of(const prm_tx_adj &record) {
 
 Adjacency as_programmed(const prm_tx_adj &record) {
     Adjacency adjacency;
-    adjacency.flags0 = record.adj_flags0;
+    adjacency.flags0 = record.adj_flags0 & kKindBits;
     adjacency.flags2 = record.adj_flags2;
     adjacency.flags3 = record.adj_flags3;
     std::copy(std::begin(record.dmac), std::end(record.dmac), adjacency.dmac);
@@ -64,26 +70,28 @@ Adjacency as_programmed(const prm_tx_adj &record) {
     return adjacency;
 }
 
-void hold_references(AdjacencyState &state, const Adjacency &adjacency) {
-    state.next_hops.use(adjacency.over);
-    state.tunnels.use(adjacency.tunnel);
+void hold_references(Card &card, const Adjacency &adjacency) {
+    card.adjacency.hold_next_hop(adjacency.over);
+    card.adjacency.tunnels.use(adjacency.tunnel);
+    card.interfaces.uidb_pool.use(adjacency.uidb);
 }
 
-void release_references(AdjacencyState &state, const Adjacency &adjacency) {
-    state.next_hops.unuse(adjacency.over);
-    state.tunnels.unuse(adjacency.tunnel);
+void release_references(Card &card, const Adjacency &adjacency) {
+    card.adjacency.release_next_hop(adjacency.over);
+    card.adjacency.tunnels.unuse(adjacency.tunnel);
+    card.interfaces.uidb_pool.unuse(adjacency.uidb);
 }
 
-void program(AdjacencyState &state, u32 nh, Adjacency *entry, bool created, const prm_tx_adj &record) {
+void program(Card &card, u32 nh, Adjacency *entry, bool created, const prm_tx_adj &record) {
     const Adjacency before = *entry;
     *entry = as_programmed(record);
-    hold_references(state, *entry);
+    hold_references(card, *entry);
     if (created) {
-        state.next_hops.use(nh);
+        card.adjacency.next_hops.use(nh);
     } else {
-        release_references(state, before);
+        release_references(card, before);
     }
-    state.pending.erase(nh);
+    card.adjacency.pending.erase(nh);
 }
 
 prm_status_t add(Card &card, prm_handle_t client, prm_tx_adj *record) {
@@ -93,7 +101,7 @@ prm_status_t add(Card &card, prm_handle_t client, prm_tx_adj *record) {
     Adjacency *entry;
     bool created;
     if (const prm_status_t status = state.table.put(key_of(*record), &entry, &created)) return status;
-    program(state, key_of(*record), entry, created, *record);
+    program(card, key_of(*record), entry, created, *record);
     return CERR_SUCCESS;
 }
 
@@ -103,14 +111,15 @@ prm_status_t mod(Card &card, prm_handle_t client, prm_tx_adj *record) {
     AdjacencyState &state = card.adjacency;
     Adjacency *const entry = state.table.find(key_of(*record));
     if (entry == nullptr) return CARD_ERROR_NOT_FOUND;
-    program(state, key_of(*record), entry, false, *record);
+    program(card, key_of(*record), entry, false, *record);
     return CERR_SUCCESS;
 }
 
 // A delete names the next hop twice in its plain form, and once, with the tunnel, for Ethernet over MPLS.
 prm_status_t check_delete(const prm_tx_adj &record) {
     if (const prm_status_t status = check_reserved_bytes(record)) return status;
-    if (record.adj_flags0 != 0 || (record.adj_flags3 & ~(PRM_TX_ADJ_OPTION1 | PRM_TX_ADJ_OPTION2)) != 0)
+    if ((record.adj_flags0 & kKindBits) != 0 ||
+        (record.adj_flags3 & ~(PRM_TX_ADJ_OPTION1 | PRM_TX_ADJ_OPTION2)) != 0)
         return CARD_ERROR_BAD_KIND;
     switch (record.adj_flags2) {
         case PRM_TX_ADJ_DELETE:
@@ -135,7 +144,7 @@ prm_status_t del(Card &card, prm_handle_t client, prm_tx_adj *record) {
 
     const Adjacency before = *entry;
     if (const prm_status_t status = state.table.remove(nh)) return status;
-    release_references(state, before);
+    release_references(card, before);
     state.tunnels.retire(before.tunnel);
     state.next_hops.unuse(nh);
     state.next_hops.retire(nh);
@@ -145,7 +154,7 @@ prm_status_t del(Card &card, prm_handle_t client, prm_tx_adj *record) {
 // A next hop has no owner in its request, and is reserved one at a time.
 prm_status_t reserve_next_hop(Card &card, prm_handle_t client, prm_buddy_reserve *request) {
     if (const prm_status_t status = require_or_none(card, client, request)) return status;
-    if (request->owner != 0 && request->owner != PRM_OWNER) return CARD_ERROR_BAD_OWNER;
+    if (request->owner != 0 && !is_owner(card, request->owner)) return CARD_ERROR_BAD_OWNER;
     if (!reserved_bytes_clear(*request) || request->word36 != 0 || request->byte296 != 0)
         return CARD_ERROR_RESERVED_BYTES;
     if (request->count != 1) return CARD_ERROR_BAD_COUNT;
@@ -154,7 +163,7 @@ prm_status_t reserve_next_hop(Card &card, prm_handle_t client, prm_buddy_reserve
 
 prm_status_t reserve_tunnel(Card &card, prm_handle_t client, prm_buddy_reserve *request) {
     if (const prm_status_t status = require(card, client, request)) return status;
-    if (const prm_status_t status = check_plain_reservation(*request)) return status;
+    if (const prm_status_t status = check_plain_reservation(card, *request)) return status;
     return reserve_into(card.adjacency.tunnels, request);
 }
 

@@ -21,16 +21,27 @@ struct Adjacency {
 };
 
 // Adjacencies by the next hop they are programmed for: a plain one's own, a label adjacency's MPLS next hop.
-// Load-distribution entries hold the adjacencies of their next hops. Deleting an adjacency frees its next hop
-// and its tunnel, which have no release of their own.
+// An adjacency is held by all that name its next hop, whichever came first: paths of load-distribution
+// entries, label adjacencies that go out over it, recursive leaves; and by pseudowires. It holds the
+// interface that it goes out by. Deleting an adjacency frees its next hop and its tunnel, which have no
+// release of their own.
 struct AdjacencyState {
-    AdjacencyState(Accounts &accounts, const Inventory &)
-        : next_hops(accounts[Resource::next_hop], kFirstNextHop),
-          tunnels(accounts[Resource::tunnel], kFirstTunnel),
+    AdjacencyState(Accounts &accounts, const Inventory &inventory)
+        : next_hops(accounts[Resource::next_hop], inventory.pools.next_hop),
+          tunnels(accounts[Resource::tunnel], inventory.pools.tunnel),
           table(accounts[Resource::adjacency]) {}
 
-    static constexpr u32 kFirstNextHop = 200001;
-    static constexpr u32 kFirstTunnel = 5000;
+    // An entry starts, or stops, to name a next hop as a way out; 0 names none.
+    void hold_next_hop(u32 nh) {
+        if (nh == 0) return;
+        next_hops.use(nh);
+        table.hold_by_name(nh);
+    }
+    void release_next_hop(u32 nh) {
+        if (nh == 0) return;
+        table.release_by_name(nh);
+        next_hops.unuse(nh);
+    }
 
     SharedPool next_hops;
     SharedPool tunnels;

@@ -22,7 +22,8 @@
 //   unknown clients, counts and lengths are checked before they are used.
 // - Entries live in a Table (table.h), which counts on one account per resource (resources.def), refuses one
 //   entry too many and refuses to remove what another entry holds. An entry that refers to another keeps its
-//   key and calls hold() on the other's table; who removes or replaces an entry calls release().
+//   key and calls hold() on the other's table; who removes or replaces an entry calls release(). One that may
+//   name what does not exist yet calls hold_by_name() and release_by_name() instead.
 // - Indices that the card hands out come from an IndexPool (index_pool.h), or, where entries also name
 //   indices that nobody reserved, from a SharedPool (shared_pool.h).
 // - Codes stand in card/codes.def, in the family's own section, with their texts.

@@ -66,15 +66,11 @@ prm_status_t IndexPool::reserve(u32 count, u32 *index) {
     if (count == 0) return CARD_ERROR_BAD_COUNT;
     if (!account_.has(count)) return CARD_ERROR_POOL_EXHAUSTED;
     u32 offset;
-    if (count == 1) {
-        if (!find_one(lowest_, size_, &offset)) return CARD_ERROR_POOL_EXHAUSTED;
-        lowest_ = offset + 1;
-    } else {
-        if (!find_run(count, next_block_, size_, &offset) && !find_run(count, lowest_, size_, &offset)) {
-            return CARD_ERROR_POOL_EXHAUSTED;
-        }
-        next_block_ = offset + count;
-    }
+    const bool found = count == 1
+                           ? find_one(next_, size_, &offset) || find_one(0, next_, &offset)
+                           : find_run(count, next_, size_, &offset) || find_run(count, 0, size_, &offset);
+    if (!found) return CARD_ERROR_POOL_EXHAUSTED;
+    next_ = offset + count;
     for (u32 i = 0; i < count; ++i) set(offset + i);
     account_.used += count;
     *index = first_ + offset;
@@ -94,7 +90,6 @@ prm_status_t IndexPool::release(u32 index) {
     const u32 word = offset / 64;
     used_[word] &= ~(u64{1} << (offset % 64));
     full_[word / 64] &= ~(u64{1} << (word % 64));
-    if (offset < lowest_) lowest_ = offset;
     --account_.used;
     return CERR_SUCCESS;
 }

@@ -10,10 +10,10 @@
 
 namespace sim {
 
-// Hands out free indices of [first, first + size), never one in use: a single one is the lowest, a block
-// comes behind the last block while there is room. Indices that a caller names himself (take) are accepted
-// wherever they lie; those inside the range are then in use as well. One bit per index; cost does not grow
-// with the number in use.
+// Hands out free indices of [first, first + size), never one in use, and goes round: what is handed out next
+// lies behind what was handed out last, so that an index that was given back comes again only when all
+// behind it had their turn. Indices that a caller names himself (take) are accepted wherever they lie; those
+// inside the range are then in use as well. One bit per index; cost does not grow with the number in use.
 class IndexPool {
   public:
     // As many indices as the account's limit allows.
@@ -55,8 +55,7 @@ class IndexPool {
     Account &account_;
     u32 first_;
     u32 size_;
-    u32 lowest_ = 0;         // no free index below it
-    u32 next_block_ = 0;     // where the search for a block starts
+    u32 next_ = 0;           // where the search starts
     std::vector<u64> used_;  // one bit per index
     std::vector<u64> full_;  // one bit per word of used_ with no free index
 };

@@ -11,13 +11,8 @@ namespace {
 
 constexpr u32 kChannelMapPort = 0xFF;
 constexpr u32 kMaxBatchEntries = 1024;
-
-u16 bvi_uidb_of(const Inventory &inventory) {
-    if (inventory.veltora_family) return UIDB_BVI_INDEX_VELTORA;
-    const bool known =
-        inventory.card_type == PLATFORM_CARD_TYPE_A || inventory.card_type == PLATFORM_CARD_TYPE_B;
-    return known ? UIDB_BVI_INDEX : 0;
-}
+constexpr u32 kLastUidb = 0xFFFE;  // all ones is what a failed lookup yields
+constexpr u16 kDefaultTpid = 0x8100;
 
 // A client's cookie, none, or the handle of a registered client.
 prm_status_t check_cookie(const Card &card, uintptr_t cookie) {
@@ -33,17 +28,27 @@ prm_status_t require_cookie(const Card &card, uintptr_t cookie, const Record *re
 
 // ---- Creating and deleting.
 
-prm_status_t check_create(Card &card, const uidb_create_msg &request) {
+// The kinds of interface that a batch creates, by handle.
+using Created = absl::flat_hash_map<u32, InterfaceKind>;
+
+// A main interface gives its sub-interfaces its port; those of a bundle have any.
+prm_status_t check_sub_interface(const Card &card, const uidb_create_msg &request, const Created &created) {
+    const u32 port = request.channel_map & kChannelMapPort;
+    const Interface *const parent = card.interfaces.table.find(request.parent_ifh);
+    const auto also_created = created.find(request.parent_ifh);
+    if (parent == nullptr && also_created == created.end()) return CARD_ERROR_UNKNOWN_INTERFACE;
+    const InterfaceKind kind = parent != nullptr ? parent->kind : also_created->second;
+    if (kind != InterfaceKind::MAIN && kind != InterfaceKind::BUNDLE) return CARD_ERROR_BAD_PARENT;
+    if (!has_port(card, port)) return CARD_ERROR_UNKNOWN_PORT;
+    return success_if(kind == InterfaceKind::BUNDLE || parent->np_port == port, CARD_ERROR_WRONG_PORT);
+}
+
+prm_status_t check_create(const Card &card, const uidb_create_msg &request, const Created &created) {
     if (request.if_handle == 0) return CARD_ERROR_BAD_VALUE;
+    if (card.interfaces.table.contains(request.if_handle)) return CARD_ERROR_INTERFACE_EXISTS;
     switch (request.iftype) {
-        case UIDB_IFTYPE_SUB_INTERFACE: {
-            const Interface *const parent = card.interfaces.table.find(request.parent_ifh);
-            if (parent == nullptr) return CARD_ERROR_UNKNOWN_INTERFACE;
-            if (parent->kind != InterfaceKind::MAIN && parent->kind != InterfaceKind::BUNDLE) {
-                return CARD_ERROR_BAD_PARENT;
-            }
-            return success_if(has_port(card, request.channel_map & kChannelMapPort), CARD_ERROR_UNKNOWN_PORT);
-        }
+        case UIDB_IFTYPE_SUB_INTERFACE:
+            return check_sub_interface(card, request, created);
         case UIDB_IFTYPE_BUNDLE_MAIN:
             return success_if(request.parent_ifh == 0, CARD_ERROR_BAD_PARENT);
         case UIDB_IFTYPE_BVI:
@@ -56,25 +61,33 @@ prm_status_t check_create(Card &card, const uidb_create_msg &request) {
     }
 }
 
-prm_status_t create_one(Card &card, uidb_create_msg &request) {
-    InterfaceState &state = card.interfaces;
-    if (state.table.contains(request.if_handle)) return CARD_ERROR_INTERFACE_EXISTS;
-    if (const prm_status_t status = check_create(card, request)) return status;
+// The requests of a batch beside each other, in any order: an interface and its sub-interfaces may come in
+// one.
+prm_status_t check_batch(const Card &card, const uidb_create_msg *requests, u32 count) {
+    Created created;
+    u32 bvis = 0;
+    for (u32 i = 0; i < count; ++i) {
+        const InterfaceKind kind = static_cast<InterfaceKind>(requests[i].iftype);
+        if (count > 1 && !created.emplace(requests[i].if_handle, kind).second)
+            return CARD_ERROR_INTERFACE_EXISTS;
+        if (kind == InterfaceKind::BVI && ++bvis > 1) return CARD_ERROR_IN_USE;
+    }
+    for (u32 i = 0; i < count; ++i) {
+        if (const prm_status_t status = check_create(card, requests[i], created)) return status;
+    }
+    return success_if(card.interfaces.uidb_account.has(count - bvis), CARD_ERROR_POOL_EXHAUSTED);
+}
+
+prm_status_t create_one(InterfaceState &state, uidb_create_msg &request) {
     Interface *interface;
     if (const prm_status_t status = state.table.add(request.if_handle, &interface)) return status;
     u32 uidb = state.bvi_uidb;
-    if (request.iftype != UIDB_IFTYPE_BVI) {
-        if (const prm_status_t status = state.uidb_pool.reserve(1, &uidb)) {
-            state.table.remove(request.if_handle);
-            return status;
-        }
-    }
+    if (request.iftype != UIDB_IFTYPE_BVI) state.uidb_pool.reserve(1, &uidb);
     interface->kind = static_cast<InterfaceKind>(request.iftype);
     interface->uidb = static_cast<u16>(uidb);
     interface->np_port = static_cast<u8>(request.channel_map & kChannelMapPort);
     interface->parent = request.parent_ifh;
     state.set_handle_of_uidb(interface->uidb, request.if_handle);
-    if (Interface *const parent = state.table.find(request.parent_ifh)) ++parent->sub_interfaces;
     request.uidb_index = interface->uidb;
     return CERR_SUCCESS;
 }
@@ -87,12 +100,14 @@ prm_status_t delete_one(Card &card, u32 if_handle) {
     if (interface->sub_interfaces != 0) return CARD_ERROR_HAS_SUB_INTERFACES;
     const bool bundle_formed = interface->kind == InterfaceKind::BUNDLE && interface->has(Feature::LAG_ID) &&
                                state.bundles.contains(static_cast<u8>(interface->value(Feature::LAG_ID)));
-    if (bundle_formed || state.table.users(if_handle) != 0) return CARD_ERROR_IN_USE;
+    if (bundle_formed) return CARD_ERROR_BUNDLE_FORMED;
+    if (state.table.users(if_handle) != 0 || state.uidb_pool.is_named(interface->uidb))
+        return CARD_ERROR_IN_USE;
 
     release_features(card, if_handle);
     if (Interface *const parent = state.table.find(interface->parent)) --parent->sub_interfaces;
     state.set_handle_of_uidb(interface->uidb, 0);
-    if (interface->uidb != state.bvi_uidb) state.uidb_pool.release(interface->uidb);
+    if (interface->uidb != state.bvi_uidb) state.uidb_pool.release(interface->uidb, 1);
     return state.table.remove(if_handle);
 }
 
@@ -101,11 +116,13 @@ prm_status_t create_batch(Card &card, uintptr_t cookie, uidb_create_msg *request
     if (const prm_status_t status = require_cookie(card, cookie, requests)) return status;
     if (count == 0) return CARD_ERROR_BAD_COUNT;
     if (!card.interfaces.table.account().has(count)) return CARD_ERROR_TABLE_FULL;
+    if (const prm_status_t status = check_batch(card, requests, count)) return status;
     for (u32 i = 0; i < count; ++i) {
-        const prm_status_t status = create_one(card, requests[i]);
-        if (status == CERR_SUCCESS) continue;
-        while (i-- > 0) delete_one(card, requests[i].if_handle);
-        return status;
+        if (const prm_status_t status = create_one(card.interfaces, requests[i])) return status;
+    }
+    for (u32 i = 0; i < count; ++i) {
+        if (Interface *const parent = card.interfaces.table.find(requests[i].parent_ifh))
+            ++parent->sub_interfaces;
     }
     return CERR_SUCCESS;
 }
@@ -121,20 +138,16 @@ prm_status_t delete_interface(Card &card, uintptr_t cookie, u32 if_handle) {
 
 // ---- Features.
 
-// The records are checked before the first of them is set.
 prm_status_t set_feature(Card &card, uintptr_t cookie, uidb_client_data *message) {
     if (const prm_status_t status = require_cookie(card, cookie, message)) return status;
     const u32 count = message->nr_features;
     if (count == 0 || message->features_len != count * sizeof(uidb_feature)) return CARD_ERROR_BAD_LENGTH;
     const uidb_feature *const records = reinterpret_cast<const uidb_feature *>(message + 1);
+    FeatureMessage features(card);
     for (u32 i = 0; i < count; ++i) {
-        if (const prm_status_t status = check_feature(card, message->if_handle, records[i])) return status;
+        if (const prm_status_t status = features.add(message->if_handle, records[i])) return status;
     }
-    if (const prm_status_t status = check_rewrite(card, message->if_handle, records, count)) return status;
-    for (u32 i = 0; i < count; ++i) {
-        if (const prm_status_t status = apply_feature(card, message->if_handle, records[i])) return status;
-    }
-    return CERR_SUCCESS;
+    return features.set();
 }
 
 prm_status_t set_feature_batch(Card &card, uintptr_t cookie, uidb_feature_batch *batch) {
@@ -144,17 +157,11 @@ prm_status_t set_feature_batch(Card &card, uintptr_t cookie, uidb_feature_batch 
         return CARD_ERROR_BAD_LENGTH;
     if (count > kMaxBatchEntries) return CARD_ERROR_BAD_COUNT;
     const uidb_batch_entry *const entries = reinterpret_cast<const uidb_batch_entry *>(batch + 1);
+    FeatureMessage features(card);
     for (u32 i = 0; i < count; ++i) {
-        if (const prm_status_t status = check_feature(card, entries[i].if_handle, entries[i].feature)) {
-            return status;
-        }
+        if (const prm_status_t status = features.add(entries[i].if_handle, entries[i].feature)) return status;
     }
-    for (u32 i = 0; i < count; ++i) {
-        if (const prm_status_t status = apply_feature(card, entries[i].if_handle, entries[i].feature)) {
-            return status;
-        }
-    }
-    return CERR_SUCCESS;
+    return features.set();
 }
 
 // The source MAC of a bundle's frames; the bundle need not be formed yet.
@@ -162,6 +169,7 @@ prm_status_t set_port_feature(Card &card, uintptr_t cookie, uidb_port_feature *r
     if (const prm_status_t status = require_cookie(card, cookie, record)) return status;
     if (record->feature_id != UIDB_PORT_FEATURE_SOURCE_MAC) return CARD_ERROR_UNKNOWN_FEATURE;
     if (record->port > 0xFF || record->enable > 1) return CARD_ERROR_BAD_VALUE;
+    if (record->enable != 0 && is_group(record->mac)) return CARD_ERROR_GROUP_MAC;
     const auto owner = card.interfaces.bundle_interfaces.find(static_cast<u8>(record->port));
     if (owner == card.interfaces.bundle_interfaces.end()) return CARD_ERROR_UNKNOWN_BUNDLE;
     Interface &interface = *card.interfaces.table.find(owner->second);
@@ -182,12 +190,14 @@ prm_status_t set_port_feature(Card &card, uintptr_t cookie, uidb_port_feature *r
 
 // ---- Bundles.
 
-// The member list as a set; every port is configured for the bundle before it becomes a member.
+// The member list as a set; every port is configured for the bundle before it becomes a member, and is in the
+// list once.
 prm_status_t read_members(const Card &card, const uidb_lag_update &update, std::bitset<256> *members) {
     for (u32 i = 0; i < update.member_count; ++i) {
         const auto configured = card.interfaces.configured_members.find(static_cast<u8>(update.members[i]));
         if (configured == card.interfaces.configured_members.end()) return CARD_ERROR_NOT_CONFIGURED;
         if (configured->second != update.lag_id) return CARD_ERROR_MEMBER_OF_ANOTHER;
+        if (members->test(update.members[i])) return CARD_ERROR_PORT_TWICE;
         members->set(update.members[i]);
     }
     return CERR_SUCCESS;
@@ -196,6 +206,7 @@ prm_status_t read_members(const Card &card, const uidb_lag_update &update, std::
 prm_status_t form_bundle(Card &card, const uidb_lag_update &update) {
     Bundle formed;
     if (card.interfaces.bundles.contains(update.lag_id)) return CARD_ERROR_BUNDLE_EXISTS;
+    if (!card.interfaces.bundle_interfaces.contains(update.lag_id)) return CARD_ERROR_NO_BUNDLE_INTERFACE;
     if (const prm_status_t status = read_members(card, update, &formed.members)) return status;
     Bundle *bundle;
     const prm_status_t status = card.interfaces.bundles.add(update.lag_id, &bundle);
@@ -294,6 +305,8 @@ void provide_features(InterfaceState &state, const InventoryInterface &described
     provide_feature(state, interface, Feature::OUTER_VLAN, described.outer_vlan);
     provide_feature(state, interface, Feature::INNER_VLAN, described.inner_vlan);
     provide_feature(state, interface, Feature::VLAN_TAGS, tags);
+    if (described.outer_vlan != 0)
+        state.encapsulations.try_emplace(encapsulation_of(*interface), described.handle);
 }
 
 void provide(InterfaceState &state, const InventoryInterface &described) {
@@ -317,14 +330,22 @@ void provide(InterfaceState &state, const InventoryInterface &described) {
 InterfaceState::InterfaceState(Accounts &accounts, const Inventory &inventory)
     : table(accounts[Resource::interface]),
       bundles(accounts[Resource::bundle]),
-      uidb_account{0xFFFF},
+      uidb_account{kLastUidb},
       uidb_pool(uidb_account, 1),
       feature_account(accounts[Resource::feature]),
-      bvi_uidb(bvi_uidb_of(inventory)) {
+      bvi_uidb(inventory.bvi_uidb()) {
     if (bvi_uidb != 0) uidb_pool.take(bvi_uidb);
     // Indices that the inventory names are out of the pool before it picks any.
     for (const InventoryInterface &described : inventory.interfaces) uidb_pool.take(described.uidb);
     for (const InventoryInterface &described : inventory.interfaces) provide(*this, described);
+}
+
+Encapsulation encapsulation_of(const Interface &interface) {
+    const u32 tpid = interface.value(Feature::OUTER_TPID);
+    return {.parent = interface.parent,
+            .outer_tpid = tpid != 0 ? static_cast<u16>(tpid) : kDefaultTpid,
+            .outer_vlan = static_cast<u16>(interface.value(Feature::OUTER_VLAN)),
+            .inner_vlan = static_cast<u16>(interface.value(Feature::INNER_VLAN))};
 }
 
 bool is_l3_sub_interface(const Interface &interface) {

@@ -6,10 +6,11 @@
 #include <absl/container/flat_hash_map.h>
 
 #include <bitset>
+#include <utility>
 #include <vector>
 
-#include "card/sim/index_pool.h"
 #include "card/sim/inventory.h"
+#include "card/sim/shared_pool.h"
 #include "card/sim/table.h"
 #include "uidb.h"
 
@@ -61,6 +62,18 @@ struct Bundle {
     std::bitset<256> members;
 };
 
+// What a frame needs to belong to a sub-interface; no two of a parent have the same.
+struct Encapsulation {
+    u32 parent = 0;
+    u16 outer_tpid = 0, outer_vlan = 0, inner_vlan = 0;
+
+    bool operator==(const Encapsulation &) const = default;
+    template <typename Hash>
+    friend Hash AbslHashValue(Hash hash, const Encapsulation &key) {
+        return Hash::combine(std::move(hash), key.parent, key.outer_tpid, key.outer_vlan, key.inner_vlan);
+    }
+};
+
 struct InterfaceState {
     InterfaceState(Accounts &accounts, const Inventory &inventory);
 
@@ -75,14 +88,23 @@ struct InterfaceState {
     Table<u32, Interface> table;  // by handle; held by circuits, mirror sources and what else uses one
     Table<u8, Bundle> bundles;    // by bundle id; held by the sub-interfaces of the bundle
     absl::flat_hash_map<u8, u32> bundle_interfaces;          // bundle id -> handle of its main interface
+    absl::flat_hash_map<Encapsulation, u32> encapsulations;  // -> handle of the sub-interface that has it
     absl::flat_hash_map<u8, u8> configured_members;          // port -> bundle id it is configured for
     absl::flat_hash_map<u32, std::bitset<256>> subif_ports;  // bundle sub-interface -> member ports
     std::vector<u32> by_uidb;  // index -> handle, 0 for none; as long as the highest index needs
     Account uidb_account;      // indices, not a resource of its own: bounded by the width of the field
-    IndexPool uidb_pool;
+    SharedPool uidb_pool;      // adjacencies name the index that they go out by, and hold its interface
     Account &feature_account;
     u16 bvi_uidb;  // index of the card's bridged virtual interface; 0: the card type has none
 };
+
+// The group bit of a MAC address.
+inline bool is_group(const u8 (&mac)[6]) {
+    return (mac[0] & 1) != 0;
+}
+
+// That of a sub-interface with an outer VLAN. A tag protocol that was never set is that of IEEE 802.1Q.
+Encapsulation encapsulation_of(const Interface &interface);
 
 // True for a sub-interface that is not switched to layer 2.
 bool is_l3_sub_interface(const Interface &interface);

@@ -1,19 +1,55 @@
 // Reading of card.toml.
 #include "card/sim/inventory.h"
 
+#include <algorithm>
 #include <charconv>
 #include <fstream>
 #include <map>
 #include <optional>
 #include <set>
+#include <tuple>
 
 #define TOML_EXCEPTIONS 0
 #include <toml++/toml.h>
+
+#include "prm_srh_span.h"
+#include "uidb.h"
 
 namespace sim {
 namespace {
 
 constexpr u32 kMostPorts = 256, kHighestLimit = 1u << 24;
+constexpr u32 kHighestVlan = 4094, kHighestUidb = 0xFFFE;
+
+// Where a card has less room than an account could count.
+constexpr struct {
+    Resource resource;
+    u32 highest;
+} kRoom[] = {
+    {Resource::interface, kHighestUidb},
+    {Resource::bundle, 256},
+    {Resource::lpts_index, 65517},
+    {Resource::mirror_session, PRM_SPAN_SESSIONS},
+};
+
+// The pools whose first index an inventory names, and the highest index that each can hold.
+constexpr struct {
+    std::string_view name;
+    Resource resource;
+    u32 PoolStarts::*first;
+    u32 highest;
+} kPools[] = {
+    {"next_hop", Resource::next_hop, &PoolStarts::next_hop, 0xFFFFFFFF},
+    {"tunnel", Resource::tunnel, &PoolStarts::tunnel, 0xFFFFFFFF},
+    {"nr_ldi_index", Resource::nr_ldi_index, &PoolStarts::nr_ldi_index,
+     0xFFFFFFFF >> 6},  // a pointer's upper bits
+    {"label_index", Resource::label_index, &PoolStarts::label_index, 0xFFFFFFFF},
+};
+
+// Ports that a type of card always has, counted from 1 as queues do.
+constexpr struct {
+    u32 card_type, port;
+} kTypePorts[] = {{PLATFORM_CARD_TYPE_A, 81}, {PLATFORM_CARD_TYPE_B, 41}};
 
 std::string hexadecimal(u32 number) {
     char digits[8];
@@ -84,6 +120,17 @@ class Fields {
         }
     }
 
+    // A list that is not empty; null when there is none or it is something else.
+    const toml::array *list(const toml::table &table, const std::string &prefix, std::string_view name,
+                            const char *otherwise) {
+        const toml::node *const node = table.get(name);
+        if (node == nullptr) return nullptr;
+        const toml::array *const list = node->as_array();
+        if (list != nullptr && !list->empty()) return list;
+        fail(*node, prefix + std::string(name), otherwise);
+        return nullptr;
+    }
+
     const toml::table *table(const toml::table &parent, std::string_view name) {
         const toml::node *const node = parent.get(name);
         if (node == nullptr) return nullptr;
@@ -95,27 +142,61 @@ class Fields {
     std::vector<InventoryProblem> *problems_;
 };
 
+void read_local_ports(Fields &fields, const toml::table &table, Inventory *inventory) {
+    const std::string field = "card.np_local_ports";
+    const toml::array *const list =
+        fields.list(table, "card.", "np_local_ports", "not a list with one number of ports per NP");
+    if (list == nullptr) {
+        inventory->np_local_ports[0] =
+            static_cast<u8>(std::min<u32>(inventory->np_local_ports[0], inventory->ports));
+        return;
+    }
+    inventory->np_local_ports.clear();
+    u64 all = 0;
+    for (const toml::node &entry : *list) {
+        u64 ports = 0;
+        if (!fields.integer(entry, field, 0, 255, &ports)) continue;
+        inventory->np_local_ports.push_back(static_cast<u8>(ports));
+        all += ports;
+    }
+    if (all > inventory->ports)
+        fields.fail(*list, field,
+                    std::to_string(all) + " ports in all, card.ports is " + std::to_string(inventory->ports));
+}
+
 void read_card(Fields &fields, const toml::table &table, Inventory *inventory) {
     const std::string prefix = "card.";
-    fields.only(table, prefix, {"type", "veltora_family", "ports", "np_local_ports"});
+    fields.only(table, prefix, {"type", "veltora_family", "ports", "np_local_ports", "owners"});
     fields.number(table, prefix, "type", 0, 0xFFFFFFFF, &inventory->card_type);
     fields.flag(table, prefix, "veltora_family", &inventory->veltora_family);
     // Of ports that depend on a wrong number nothing more is said than of those that no card has.
     if (!fields.number(table, prefix, "ports", 1, kMostPorts, &inventory->ports))
         inventory->ports = kMostPorts;
-    const toml::node *const node = table.get("np_local_ports");
-    if (node == nullptr) return;
-    const toml::array *const list = node->as_array();
-    if (list == nullptr || list->empty()) {
-        fields.fail(*node, prefix + "np_local_ports", "not a list with one number of ports per NP");
-        return;
+    if (table.contains("type") && !inventory->veltora_family) {
+        for (const auto &[type, port] : kTypePorts) {
+            if (type == inventory->card_type && port > inventory->ports)
+                fields.fail(*table.get("type"), prefix + "type",
+                            hexadecimal(type) + " has a port " + std::to_string(port) + ", card.ports is " +
+                                std::to_string(inventory->ports));
+        }
     }
-    inventory->np_local_ports.clear();
-    for (const toml::node &entry : *list) {
-        u64 ports = 0;
-        if (fields.integer(entry, prefix + "np_local_ports", 0, 255, &ports))
-            inventory->np_local_ports.push_back(static_cast<u8>(ports));
+    read_local_ports(fields, table, inventory);
+    if (const toml::array *const list =
+            fields.list(table, prefix, "owners", "not a list with at least one owner")) {
+        inventory->owners.clear();
+        for (const toml::node &entry : *list) {
+            u64 owner = 0;
+            if (fields.integer(entry, prefix + "owners", 0, 0xFFFFFFFF, &owner))
+                inventory->owners.push_back(static_cast<u32>(owner));
+        }
     }
+}
+
+u32 highest_limit(Accounts &limits, const Account *account) {
+    for (const auto &[resource, highest] : kRoom) {
+        if (&limits[resource] == account) return highest;
+    }
+    return kHighestLimit;
 }
 
 void read_limits(Fields &fields, const toml::table &table, Inventory *inventory) {
@@ -125,9 +206,27 @@ void read_limits(Fields &fields, const toml::table &table, Inventory *inventory)
         u64 limit = 0;
         if (account == nullptr) {
             fields.fail(node, field, "unknown resource");
-        } else if (fields.integer(node, field, 0, kHighestLimit, &limit)) {
+        } else if (fields.integer(node, field, 0, highest_limit(inventory->limits, account), &limit)) {
             account->limit = static_cast<u32>(limit);
         }
+    }
+}
+
+// After the limits: a pool has as many indices as its limit says.
+void read_pools(Fields &fields, const toml::table &table, Inventory *inventory) {
+    const std::string prefix = "pools.";
+    for (const auto &[key, node] : table) {
+        const auto pool = std::find_if(std::begin(kPools), std::end(kPools),
+                                       [&](const auto &row) { return row.name == key.str(); });
+        const std::string field = prefix + std::string(key.str());
+        if (pool == std::end(kPools)) {
+            fields.fail(node, field, "unknown pool");
+            continue;
+        }
+        const u32 size = std::max<u32>(inventory->limits[pool->resource].limit, 1);
+        u64 first = 0;
+        if (fields.integer(node, field, 1, u64{pool->highest} - size + 1, &first))
+            inventory->pools.*(pool->first) = static_cast<u32>(first);
     }
 }
 
@@ -151,15 +250,33 @@ class Interfaces {
                 read(*table, name + ".");
             }
         }
-        const u32 limit = inventory_->limits[Resource::interface].limit;
-        if (list->size() > limit) {
-            fields_.fail(
-                node, "interface",
-                std::to_string(list->size()) + " interfaces, limits.interface is " + std::to_string(limit));
-        }
+        check_room(node, Resource::interface, "interface", list->size());
+        check_room(node, Resource::bundle, "bundle", lag_ids_.size());
+        check_room(node, Resource::feature, "feature", features_);
     }
 
   private:
+    void check_room(const toml::node &node, Resource resource, const std::string &name, size_t count) {
+        const u32 limit = inventory_->limits[resource].limit;
+        if (count > limit)
+            fields_.fail(
+                node, "interface",
+                std::to_string(count) + " " + name + "s, limits." + name + " is " + std::to_string(limit));
+    }
+
+    // A field that this kind of interface does not have.
+    void refuse(const toml::table &table, const std::string &prefix, const char *name, const char *text) {
+        if (const toml::node *const node = table.get(name)) fields_.fail(*node, prefix + name, text);
+    }
+
+    // What only one interface has.
+    template <typename Number>
+    void once(const toml::table &table, const std::string &prefix, const char *name, std::set<Number> *seen,
+              Number value) {
+        if (table.contains(name) && !seen->insert(value).second)
+            fields_.fail(*table.get(name), prefix + name, std::to_string(value) + " is there twice");
+    }
+
     std::optional<InterfaceKind> read_kind(const toml::table &table, const std::string &prefix) {
         const toml::node *const node = table.get("kind");
         if (node == nullptr) {
@@ -185,11 +302,58 @@ class Interfaces {
         }
         const InventoryInterface &parent = inventory_->interfaces[found->second];
         if (parent.kind == InterfaceKind::BUNDLE) {
+            refuse(table, prefix, "np_port", "a sub-interface of a bundle has none");
+            take(table, prefix, "lag_id", &interface->lag_id, parent.lag_id);
             interface->in_bundle = true;
-            interface->lag_id = parent.lag_id;
-        } else if (!table.contains("np_port")) {
-            interface->np_port = parent.np_port;
+        } else {
+            refuse(table, prefix, "lag_id", "its parent is no bundle");
+            take(table, prefix, "np_port", &interface->np_port, parent.np_port);
+            interface->in_bundle = false;
         }
+    }
+
+    // The parent's value, which the sub-interface may repeat.
+    void take(const toml::table &table, const std::string &prefix, const char *name, u8 *value, u8 parents) {
+        if (table.contains(name) && *value != parents)
+            fields_.fail(*table.get(name), prefix + name,
+                         std::to_string(*value) + " is not its parent's, " + std::to_string(parents));
+        *value = parents;
+    }
+
+    void check_encapsulation(const toml::table &table, const std::string &prefix,
+                             const InventoryInterface &interface) {
+        if (interface.outer_vlan == 0) {
+            if (interface.inner_vlan != 0)
+                fields_.fail(*table.get("inner_vlan"), prefix + "inner_vlan",
+                             std::to_string(interface.inner_vlan) + " without an outer VLAN");
+            return;
+        }
+        const auto [other, first] = encapsulations_.try_emplace(
+            std::tuple(interface.parent, interface.outer_vlan, interface.inner_vlan), interface.handle);
+        if (!first)
+            fields_.fail(*table.get("outer_vlan"), prefix + "outer_vlan",
+                         std::to_string(interface.outer_vlan) + "." + std::to_string(interface.inner_vlan) +
+                             " is the encapsulation of " + hexadecimal(other->second));
+    }
+
+    // What contradicts its kind, or what another interface has.
+    void check(const toml::table &table, const std::string &prefix, InterfaceKind kind,
+               const InventoryInterface &interface) {
+        if (kind == InterfaceKind::SUB) {
+            check_encapsulation(table, prefix, interface);
+        } else {
+            for (const char *const name : {"parent", "outer_vlan", "inner_vlan"})
+                refuse(table, prefix, name, "only a sub-interface has one");
+        }
+        if (kind == InterfaceKind::MAIN) {
+            refuse(table, prefix, "lag_id", "only a bundle has one");
+            once(table, prefix, "np_port", &ports_, interface.np_port);
+        }
+        if (kind == InterfaceKind::BUNDLE) {
+            refuse(table, prefix, "np_port", "a bundle has none");
+            once(table, prefix, "lag_id", &lag_ids_, interface.lag_id);
+        }
+        features_ += kind == InterfaceKind::SUB ? kSubFeatures : kOtherFeatures;
     }
 
     void read(const toml::table &table, const std::string &prefix) {
@@ -205,10 +369,10 @@ class Interfaces {
         fields_.number(table, prefix, "parent", 1, 0xFFFFFFFF, &interface.parent, sub);
         fields_.number(table, prefix, "np_port", 0, inventory_->ports - 1, &interface.np_port,
                        kind == InterfaceKind::MAIN);
-        fields_.number(table, prefix, "uidb", 1, 0xFFFF, &interface.uidb);
+        fields_.number(table, prefix, "uidb", 1, kHighestUidb, &interface.uidb);
         fields_.flag(table, prefix, "layer2", &interface.layer2);
-        fields_.number(table, prefix, "outer_vlan", 0, 4095, &interface.outer_vlan);
-        fields_.number(table, prefix, "inner_vlan", 0, 4095, &interface.inner_vlan);
+        fields_.number(table, prefix, "outer_vlan", 0, kHighestVlan, &interface.outer_vlan);
+        fields_.number(table, prefix, "inner_vlan", 0, kHighestVlan, &interface.inner_vlan);
         fields_.number(table, prefix, "lag_id", 0, 255, &interface.lag_id, kind == InterfaceKind::BUNDLE);
         interface.in_bundle = table.contains("lag_id");
 
@@ -218,11 +382,11 @@ class Interfaces {
             fields_.fail(*table.get("handle"), prefix + "handle",
                          hexadecimal(interface.handle) + " is there twice");
         if (sub && interface.parent != 0) take_from_parent(table, prefix, &interface);
-        if (kind && !sub && table.contains("parent"))
-            fields_.fail(*table.get("parent"), prefix + "parent", "only a sub-interface has one");
-        if (interface.uidb != 0 && !uidbs_.insert(interface.uidb).second)
+        if (kind) check(table, prefix, *kind, interface);
+        if (interface.uidb != 0) once(table, prefix, "uidb", &uidbs_, interface.uidb);
+        if (interface.uidb != 0 && interface.uidb == inventory_->bvi_uidb())
             fields_.fail(*table.get("uidb"), prefix + "uidb",
-                         std::to_string(interface.uidb) + " is there twice");
+                         std::to_string(interface.uidb) + " is that of the bridged virtual interface");
         inventory_->interfaces.push_back(interface);
     }
 
@@ -230,9 +394,22 @@ class Interfaces {
     Inventory *inventory_;
     std::map<u32, size_t> by_handle_;  // places in the inventory
     std::set<u16> uidbs_;
+    std::set<u8> ports_, lag_ids_;
+    std::map<std::tuple<u32, u16, u16>, u32> encapsulations_;  // parent and VLANs -> handle
+    size_t features_ = 0;
+
+    // Features that an interface of the inventory has from the start: layer 2, port or bundle, and those of
+    // the encapsulation.
+    static constexpr size_t kOtherFeatures = 2, kSubFeatures = 5;
 };
 
 }  // namespace
+
+u16 Inventory::bvi_uidb() const {
+    if (veltora_family) return UIDB_BVI_INDEX_VELTORA;
+    const bool known = card_type == PLATFORM_CARD_TYPE_A || card_type == PLATFORM_CARD_TYPE_B;
+    return known ? UIDB_BVI_INDEX : 0;
+}
 
 InventoryReading read_inventory(std::string_view text) {
     InventoryReading reading;
@@ -245,11 +422,13 @@ InventoryReading read_inventory(std::string_view text) {
     reading.is_toml = true;
     const toml::table &root = parsed.table();
     Fields fields(&reading.problems);
-    fields.only(root, "", {"card", "limits", "interface"});
+    fields.only(root, "", {"card", "limits", "pools", "interface"});
     if (const toml::table *const card = fields.table(root, "card"))
         read_card(fields, *card, &reading.inventory);
     if (const toml::table *const limits = fields.table(root, "limits"))
         read_limits(fields, *limits, &reading.inventory);
+    if (const toml::table *const pools = fields.table(root, "pools"))
+        read_pools(fields, *pools, &reading.inventory);
     if (const toml::node *const node = root.get("interface"))
         Interfaces(fields, &reading.inventory).read(*node);
     return reading;

@@ -26,13 +26,26 @@ struct InventoryInterface {
     u8 lag_id = 0;  // bundles, and their sub-interfaces
 };
 
+// The first index that each pool hands out.
+struct PoolStarts {
+    u32 next_hop = 200001;
+    u32 tunnel = 5000;
+    u32 nr_ldi_index = 0x100000;
+    u32 label_index = 1;
+};
+
 struct Inventory {
     u32 card_type = PLATFORM_CARD_TYPE_B;
     bool veltora_family = false;
     u32 ports = 64;                         // NP ports 0 to ports - 1
     std::vector<u8> np_local_ports = {48};  // per network processor
+    std::vector<u32> owners = {10};         // who may own entries and reservations
     Accounts limits;                        // {limit, 0} per resource
+    PoolStarts pools;
     std::vector<InventoryInterface> interfaces;
+
+    // Interface-database index of the card's bridged virtual interface; 0: the card type has none.
+    u16 bvi_uidb() const;
 };
 
 struct InventoryProblem {

@@ -8,8 +8,8 @@
 namespace sim {
 namespace {
 
-prm_status_t check_request(const zor_label_request &request) {
-    if (request.owner != PRM_OWNER) return CARD_ERROR_BAD_OWNER;
+prm_status_t check_request(const Card &card, const zor_label_request &request) {
+    if (!is_owner(card, request.owner)) return CARD_ERROR_BAD_OWNER;
     if (!all_zero(request.reserved4) || !all_zero(request.reserved16) || !all_zero(request.reserved159))
         return CARD_ERROR_RESERVED_BYTES;
     return success_if(request.key.label <= kMaxLabel, CARD_ERROR_BAD_VALUE);
@@ -63,7 +63,7 @@ void release_references(Card &card, const LabelEntry &entry) {
 template <bool modify>
 prm_status_t add_or_modify(Card &card, prm_handle_t client, zor_label_request *request) {
     if (const prm_status_t status = require(card, client, request)) return status;
-    if (const prm_status_t status = check_request(*request)) return status;
+    if (const prm_status_t status = check_request(card, *request)) return status;
     LabelEntry wanted;
     if (const prm_status_t status = read_entry(*request, &wanted)) return status;
     if (points_at_entry(wanted) && !card.load_distribution.table.contains(wanted.pointer))
@@ -97,7 +97,7 @@ bool remove_entry(Card &card, u32 key) {
 // A delete names the label alone and removes its entries of either end-of-stack.
 prm_status_t del(Card &card, prm_handle_t client, zor_label_request *request) {
     if (const prm_status_t status = require(card, client, request)) return status;
-    if (const prm_status_t status = check_request(*request)) return status;
+    if (const prm_status_t status = check_request(card, *request)) return status;
     if (request->key_len != ZOR_LABEL_DELETE_KEY_LEN || request->payload_len != 0)
         return CARD_ERROR_BAD_LENGTH;
     const u32 label = request->key.label;
@@ -108,14 +108,14 @@ prm_status_t del(Card &card, prm_handle_t client, zor_label_request *request) {
 
 prm_status_t reserve(Card &card, prm_handle_t client, prm_buddy_reserve *request) {
     if (const prm_status_t status = require_or_none(card, client, request)) return status;
-    if (const prm_status_t status = check_plain_reservation(*request)) return status;
+    if (const prm_status_t status = check_plain_reservation(card, *request)) return status;
     return reserve_into(card.label.indices, request);
 }
 
 // An index that a label entry uses is not given back.
 prm_status_t release(Card &card, prm_handle_t client, prm_mpls_leaf_release *request) {
     if (const prm_status_t status = require_or_none(card, client, request)) return status;
-    if (request->owner != PRM_OWNER) return CARD_ERROR_BAD_OWNER;
+    if (!is_owner(card, request->owner)) return CARD_ERROR_BAD_OWNER;
     if (!all_zero(request->reserved12)) return CARD_ERROR_RESERVED_BYTES;
     return card.label.indices.release(request->index, request->count);
 }

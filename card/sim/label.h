@@ -23,8 +23,9 @@ struct LabelEntry {
 };
 
 struct LabelState {
-    LabelState(Accounts &accounts, const Inventory &)
-        : indices(accounts[Resource::label_index], 1), table(accounts[Resource::label]) {}
+    LabelState(Accounts &accounts, const Inventory &inventory)
+        : indices(accounts[Resource::label_index], inventory.pools.label_index),
+          table(accounts[Resource::label]) {}
 
     SharedPool indices;
     Table<u32, LabelEntry> table;

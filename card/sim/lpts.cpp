@@ -7,8 +7,8 @@
 namespace sim {
 namespace {
 
-prm_status_t check_request(const prm_lpts_request &request, u32 data_len) {
-    if (request.owner != PRM_OWNER) return CARD_ERROR_BAD_OWNER;
+prm_status_t check_request(const Card &card, const prm_lpts_request &request, u32 data_len) {
+    if (!is_owner(card, request.owner)) return CARD_ERROR_BAD_OWNER;
     if (!all_zero(request.reserved4) || request.word64 != 0) return CARD_ERROR_RESERVED_BYTES;
     return success_if(request.data_len == data_len, CARD_ERROR_BAD_LENGTH);
 }
@@ -64,7 +64,7 @@ const prm_lpts_entry *find(const Card &card, const prm_lpts_id &id) {
 
 prm_status_t add(Card &card, prm_handle_t client, prm_lpts_request *request) {
     if (const prm_status_t status = require(card, client, request)) return status;
-    if (const prm_status_t status = check_request(*request, sizeof request->entry)) return status;
+    if (const prm_status_t status = check_request(card, *request, sizeof request->entry)) return status;
     if (const prm_status_t status = check_entry(request->entry)) return status;
     u32 entry_id;
     prm_lpts_entry *entry;
@@ -78,7 +78,7 @@ prm_status_t add(Card &card, prm_handle_t client, prm_lpts_request *request) {
 prm_status_t get(Card &card, prm_handle_t client, prm_lpts_request *request, u32 word) {
     if (const prm_status_t status = require(card, client, request)) return status;
     if (word != PRM_LPTS_GET_WORD) return CARD_ERROR_BAD_VALUE;
-    if (const prm_status_t status = check_request(*request, sizeof request->id)) return status;
+    if (const prm_status_t status = check_request(card, *request, sizeof request->id)) return status;
     const prm_lpts_entry *const entry = find(card, request->id);
     if (entry == nullptr) return CARD_ERROR_NOT_FOUND;
     request->entry = *entry;
@@ -87,7 +87,7 @@ prm_status_t get(Card &card, prm_handle_t client, prm_lpts_request *request, u32
 
 prm_status_t del(Card &card, prm_handle_t client, prm_lpts_request *request) {
     if (const prm_status_t status = require(card, client, request)) return status;
-    if (const prm_status_t status = check_request(*request, sizeof request->id)) return status;
+    if (const prm_status_t status = check_request(card, *request, sizeof request->id)) return status;
     if (find(card, request->id) == nullptr) return CARD_ERROR_NOT_FOUND;
     remove_numbered(card.lpts.ids, card.lpts.table, request->id.entry);
     return CERR_SUCCESS;

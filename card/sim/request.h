@@ -3,6 +3,7 @@
 #ifndef CARD_SIM_REQUEST_H
 #define CARD_SIM_REQUEST_H
 
+#include <algorithm>
 #include <cstring>
 
 #include "card/sim/backend.h"
@@ -24,9 +25,15 @@ inline bool reserved_bytes_clear(const prm_buddy_reserve &request) {
            all_zero(request.reserved297);
 }
 
+// Whether the card's inventory knows that owner of entries and reservations.
+inline bool is_owner(const Card &card, u32 owner) {
+    const std::vector<u32> &owners = card.inventory.owners;
+    return std::find(owners.begin(), owners.end(), owner) != owners.end();
+}
+
 // A reservation of a pool that takes nothing but an owner and a count.
-inline prm_status_t check_plain_reservation(const prm_buddy_reserve &request) {
-    if (request.owner != PRM_OWNER) return CARD_ERROR_BAD_OWNER;
+inline prm_status_t check_plain_reservation(const Card &card, const prm_buddy_reserve &request) {
+    if (!is_owner(card, request.owner)) return CARD_ERROR_BAD_OWNER;
     return success_if(reserved_bytes_clear(request) && request.word36 == 0 && request.byte296 == 0,
                       CARD_ERROR_RESERVED_BYTES);
 }

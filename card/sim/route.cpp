@@ -39,10 +39,12 @@ struct Ipv4 {
         if (request.vrf_id != request.ipv4.vrf) return CARD_ERROR_BAD_VALUE;
         if (request.prefix_len > 32 || host_bits_set(request.ipv4.address, request.prefix_len))
             return CARD_ERROR_BAD_PREFIX;
-        if (request.payload.v6_prefix_len != 0) return CARD_ERROR_RESERVED_BYTES;
         *key = ipv4_key(request.ipv4.address, request.ipv4.vrf, static_cast<u8>(request.prefix_len));
         return CERR_SUCCESS;
     }
+
+    // Requests come with a payload that was never cleared: what is not named in it may be anything.
+    static prm_status_t check_unnamed(const zor_leaf_payload &) { return CERR_SUCCESS; }
 };
 
 struct Ipv6 {
@@ -59,10 +61,22 @@ struct Ipv6 {
         *key = ipv6_key(address, static_cast<u16>(request.vrf_id), static_cast<u8>(request.prefix_len));
         return CERR_SUCCESS;
     }
+
+    // Requests come with a cleared payload.
+    static prm_status_t check_unnamed(const zor_leaf_payload &payload) {
+        if (!all_zero(payload.reserved4) || !all_zero(payload.reserved16) || !all_zero(payload.reserved51))
+            return CARD_ERROR_RESERVED_BYTES;
+        if ((payload.flags0 & ~(ZOR_LEAF_DIRECT | ZOR_LEAF_LDI)) != 0 ||
+            (payload.flags1 & ~ZOR_LEAF_RECURSIVE) != 0)
+            return CARD_ERROR_BAD_KIND;
+        const bool recursive = payload.flags1 != 0, ldi = (payload.flags0 & ZOR_LEAF_LDI) != 0;
+        return success_if((recursive || payload.ldi_ptr2 == 0) && (recursive || ldi || payload.ldi_ptr == 0),
+                          CARD_ERROR_BAD_VALUE);
+    }
 };
 
-prm_status_t check_request(const zor_leaf_request &request) {
-    if (request.owner != PRM_OWNER) return CARD_ERROR_BAD_OWNER;
+prm_status_t check_request(const Card &card, const zor_leaf_request &request) {
+    if (!is_owner(card, request.owner)) return CARD_ERROR_BAD_OWNER;
     if (!all_zero(request.reserved4) || !all_zero(request.reserved179)) return CARD_ERROR_RESERVED_BYTES;
     if (request.item1_len != ZOR_LEAF_ITEM_LEN || request.item2_len != ZOR_LEAF_ITEM_LEN ||
         request.payload_len != sizeof request.payload)
@@ -72,42 +86,39 @@ prm_status_t check_request(const zor_leaf_request &request) {
         CARD_ERROR_BAD_VALUE);
 }
 
-prm_status_t check_payload(const zor_leaf_payload &payload) {
-    if (!all_zero(payload.reserved4) || !all_zero(payload.reserved16) || !all_zero(payload.reserved51))
-        return CARD_ERROR_RESERVED_BYTES;
-    if ((payload.flags0 & ~(ZOR_LEAF_DIRECT | ZOR_LEAF_LDI)) != 0 ||
-        (payload.flags1 & ~ZOR_LEAF_RECURSIVE) != 0 || (payload.flags0 == 0 && payload.flags1 == 0))
-        return CARD_ERROR_BAD_KIND;
-    const bool recursive = payload.flags1 != 0, ldi = (payload.flags0 & ZOR_LEAF_LDI) != 0;
-    if ((!recursive && payload.ldi_ptr2 != 0) || (!recursive && !ldi && payload.ldi_ptr != 0))
-        return CARD_ERROR_BAD_VALUE;
-    return success_if((payload.tag_bits & ~ZOR_LEAF_TAG_MASK) == 0, CARD_ERROR_BAD_VALUE);
+// What the payload names: only the bits and words that its flags give a meaning.
+prm_status_t read_payload(const zor_leaf_payload &payload, Leaf *leaf) {
+    leaf->flags0 = payload.flags0 & (ZOR_LEAF_DIRECT | ZOR_LEAF_LDI);
+    leaf->flags1 = payload.flags1 & ZOR_LEAF_RECURSIVE;
+    leaf->tag_bits = payload.tag_bits & ZOR_LEAF_TAG_MASK;
+    if (leaf->flags1 != 0 || (leaf->flags0 & ZOR_LEAF_LDI) != 0) leaf->ldi_ptr = payload.ldi_ptr;
+    if (leaf->flags1 != 0) leaf->ldi_ptr2 = payload.ldi_ptr2;
+    return success_if(leaf->flags0 != 0 || leaf->flags1 != 0, CARD_ERROR_BAD_KIND);
 }
 
 bool points_at_entry(const Leaf &leaf) {
     return (leaf.flags0 & ZOR_LEAF_LDI) != 0;
 }
 
-// Next hops that the pair of a recursive leaf names are in use; the first word is a pointer where the leaf
+// Next hops that the pair of a recursive leaf names are held; the first word is a pointer where the leaf
 // points at a load-distribution entry too.
 void hold_references(Card &card, const Leaf &leaf) {
     if (points_at_entry(leaf)) card.load_distribution.table.hold(leaf.ldi_ptr);
     if (leaf.flags1 == 0) return;
-    if (!points_at_entry(leaf)) card.adjacency.next_hops.use(leaf.ldi_ptr);
-    card.adjacency.next_hops.use(leaf.ldi_ptr2);
+    if (!points_at_entry(leaf)) card.adjacency.hold_next_hop(leaf.ldi_ptr);
+    card.adjacency.hold_next_hop(leaf.ldi_ptr2);
 }
 
 void release_references(Card &card, const Leaf &leaf) {
     if (points_at_entry(leaf)) card.load_distribution.table.release(leaf.ldi_ptr);
     if (leaf.flags1 == 0) return;
-    if (!points_at_entry(leaf)) card.adjacency.next_hops.unuse(leaf.ldi_ptr);
-    card.adjacency.next_hops.unuse(leaf.ldi_ptr2);
+    if (!points_at_entry(leaf)) card.adjacency.release_next_hop(leaf.ldi_ptr);
+    card.adjacency.release_next_hop(leaf.ldi_ptr2);
 }
 
 // Adds or, where `modify`, changes an existing leaf only.
 template <typename Family, bool modify, typename Key>
-prm_status_t program(Card &card, const Key &key, const zor_leaf_payload &payload) {
-    const Leaf wanted = {payload.ldi_ptr, payload.ldi_ptr2, payload.flags0, payload.flags1, payload.tag_bits};
+prm_status_t program(Card &card, const Key &key, const Leaf &wanted) {
     if (points_at_entry(wanted) && !card.load_distribution.table.contains(wanted.ldi_ptr))
         return CARD_ERROR_UNKNOWN_REFERENCE;
 
@@ -129,17 +140,19 @@ prm_status_t program(Card &card, const Key &key, const zor_leaf_payload &payload
 template <typename Family, typename Key, bool modify>
 prm_status_t add_or_modify(Card &card, prm_handle_t client, zor_leaf_request *request) {
     if (const prm_status_t status = require(card, client, request)) return status;
-    if (const prm_status_t status = check_request(*request)) return status;
-    if (const prm_status_t status = check_payload(request->payload)) return status;
+    if (const prm_status_t status = check_request(card, *request)) return status;
+    if (const prm_status_t status = Family::check_unnamed(request->payload)) return status;
+    Leaf wanted;
+    if (const prm_status_t status = read_payload(request->payload, &wanted)) return status;
     Key key;
     if (const prm_status_t status = Family::read_key(*request, &key)) return status;
-    return program<Family, modify>(card, key, request->payload);
+    return program<Family, modify>(card, key, wanted);
 }
 
 template <typename Family, typename Key>
 prm_status_t del(Card &card, prm_handle_t client, zor_leaf_request *request) {
     if (const prm_status_t status = require(card, client, request)) return status;
-    if (const prm_status_t status = check_request(*request)) return status;
+    if (const prm_status_t status = check_request(card, *request)) return status;
     Key key;
     if (const prm_status_t status = Family::read_key(*request, &key)) return status;
     const Leaf *const leaf = Family::table(card).find(key);
@@ -152,7 +165,7 @@ prm_status_t del(Card &card, prm_handle_t client, zor_leaf_request *request) {
 
 prm_status_t reserve(Card &card, prm_handle_t client, prm_buddy_reserve *request) {
     if (const prm_status_t status = require(card, client, request)) return status;
-    if (const prm_status_t status = check_plain_reservation(*request)) return status;
+    if (const prm_status_t status = check_plain_reservation(card, *request)) return status;
     return reserve_into(card.route.space, request);
 }
 

@@ -14,6 +14,9 @@ class SharedPool {
   public:
     SharedPool(Account &account, u32 first) : pool_(account, first) {}
 
+    // Keeps an index out of what is handed out, as a reservation does.
+    void take(u32 index) { pool_.take(index); }
+
     prm_status_t reserve(u32 count, u32 *index) { return pool_.reserve(count, index); }
 
     // An entry starts, or stops, to name the index.
@@ -54,6 +57,8 @@ class SharedPool {
     }
 
     bool in_use(u32 index) const { return pool_.in_use(index); }
+    // Whether an entry names an index of the pool.
+    bool is_named(u32 index) const { return users_.contains(index); }
 
     // visit(index, reserved, named_by) for every index in use, in their order: whether a client has it
     // reserved, and how many entries name it.

@@ -1,6 +1,8 @@
 // Statistics pointers on the simulated card: one pool per class and direction.
 #include "card/sim/statistics.h"
 
+#include <iterator>
+
 #include "card/sim/backend.h"
 
 namespace sim {
@@ -24,7 +26,12 @@ prm_status_t allocate(Card &card, prm_handle_t client, u32 direction, u32 stats_
     if (direction != PRM_STATS_INGRESS && direction != PRM_STATS_EGRESS) return CARD_ERROR_BAD_DIRECTION;
     IndexPool *const pool = card.statistics.pool(stats_class, direction);
     if (pool == nullptr) return CARD_ERROR_BAD_STATISTICS_CLASS;
-    return pool->reserve(*count, pointer);
+    u32 first = 0;
+    if (const prm_status_t status = pool->reserve(*count, &first)) return status;
+    card.statistics.set_owner(first, *count, reinterpret_cast<uintptr_t>(client));
+    card.statistics.counters.start(first, *count);
+    *pointer = first;
+    return CERR_SUCCESS;
 }
 
 }  // namespace
@@ -51,21 +58,29 @@ IndexPool *StatisticsState::pool(u32 stats_class, u32 direction) {
     }
 }
 
-prm_status_t StatisticsState::check_attach(u32 stats_class, u32 direction, u32 pointer) {
+bool StatisticsState::is_allocated(u32 stats_class, u32 direction, u32 pointer) {
     const IndexPool *const its = pool(stats_class, direction);
-    if (its == nullptr || !its->in_use(pointer)) return CARD_ERROR_UNKNOWN_STATISTICS;
-    return success_if(!attached.contains(pointer), CARD_ERROR_IN_USE);
+    return its != nullptr && its->in_use(pointer);
 }
 
-prm_status_t StatisticsState::attach(u32 stats_class, u32 direction, u32 pointer) {
-    const prm_status_t status = check_attach(stats_class, direction, pointer);
-    if (status == CERR_SUCCESS) attached.insert(pointer);
-    return status;
+uintptr_t StatisticsState::owner(u32 pointer) const {
+    auto behind = owned_.upper_bound(pointer);
+    if (behind == owned_.begin()) return 0;
+    const auto &[first, owned] = *--behind;
+    return pointer - first < owned.count ? owned.client : 0;
 }
 
-void StatisticsState::detach_and_free(u32 stats_class, u32 direction, u32 pointer) {
-    attached.erase(pointer);
-    if (IndexPool *const its = pool(stats_class, direction)) its->release(pointer);
+// What one client allocates piece by piece is one piece here.
+void StatisticsState::set_owner(u32 first, u32 count, uintptr_t client) {
+    const auto behind = owned_.upper_bound(first);
+    if (behind != owned_.begin()) {
+        auto &[before, owned] = *std::prev(behind);
+        if (owned.client == client && before + owned.count == first) {
+            owned.count += count;
+            return;
+        }
+    }
+    owned_[first] = {count, client};
 }
 
 void install_statistics(card::Backend &backend) {

@@ -14,7 +14,8 @@ namespace sim {
 
 // Entries by key, bounded by an account (several tables may share one), with references held both ways: an
 // entry that refers to another keeps its key and has the other table hold() it, so that the other cannot be
-// removed before release(). Cost per operation does not grow with the number of entries.
+// removed before release(). Where an entry may name what does not exist yet, hold_by_name() does the same.
+// Cost per operation does not grow with the number of entries.
 //
 // Pointers to entries are good until the next add(), put() or remove() on the same table.
 template <typename Key, typename Entry>
@@ -45,7 +46,10 @@ class Table {
     prm_status_t put(const Key &key, Entry **entry, bool *created = nullptr) {
         if (account_.has(1)) {
             const auto [slot, inserted] = slots_.try_emplace(key);
-            if (inserted) ++account_.used;
+            if (inserted) {
+                ++account_.used;
+                slot->second.users = awaited(key);
+            }
             *entry = &slot->second.entry;
             if (created != nullptr) *created = inserted;
             return CERR_SUCCESS;
@@ -77,6 +81,18 @@ class Table {
         const auto slot = slots_.find(key);
         if (slot != slots_.end() && slot->second.users != 0) --slot->second.users;
     }
+    // References by name, whichever end came first: an entry that is added later is held by all who named it
+    // before.
+    void hold_by_name(const Key &key) {
+        if (!hold(key)) ++awaited_[key];
+    }
+    void release_by_name(const Key &key) {
+        if (contains(key)) {
+            release(key);
+        } else if (const auto slot = awaited_.find(key); slot != awaited_.end() && --slot->second == 0) {
+            awaited_.erase(slot);
+        }
+    }
     // How many entries refer to this one.
     u32 users(const Key &key) const {
         const auto slot = slots_.find(key);
@@ -98,8 +114,19 @@ class Table {
         u32 users = 0;
     };
 
+    // How many named the entry that is being added; from now on they hold it.
+    u32 awaited(const Key &key) {
+        if (awaited_.empty()) return 0;
+        const auto slot = awaited_.find(key);
+        if (slot == awaited_.end()) return 0;
+        const u32 users = slot->second;
+        awaited_.erase(slot);
+        return users;
+    }
+
     Account &account_;
     absl::flat_hash_map<Key, Slot> slots_;
+    absl::flat_hash_map<Key, u32> awaited_;  // references to keys that have no entry
 };
 
 }  // namespace sim

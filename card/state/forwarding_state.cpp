@@ -38,14 +38,17 @@ void write_load_distributions(const sim::Card &card, FamilyWriter &out) {
         out.hex("ldi_ptr", pointer);
         out.text("mode", entry.mode == PRM_NR_LDI_MODE_PLAIN ? "plain" : "block");
         out.text("form", entry.words ? "words" : "block");
+        out.flag("ldi_valid", entry.valid);
         out.begin_list("paths");
-        out.begin_item();
-        out.reference("next_hop", out.resolver().next_hop(entry.nh_idx));
-        if (entry.mpls_nh_idx != 0)
-            out.reference("mpls_next_hop", out.resolver().next_hop(entry.mpls_nh_idx));
-        out.flags("flags", prm_nr_ldi_path_bits, entry.path_flags);
-        if (entry.path_flags != 0) out.numbers("labels", {entry.label0, entry.label1});
-        out.end_item();
+        for (const sim::LoadDistribution::Path &path : entry.paths) {
+            out.begin_item();
+            out.reference("next_hop", out.resolver().next_hop(path.nh_idx));
+            if (path.mpls_nh_idx != 0)
+                out.reference("mpls_next_hop", out.resolver().next_hop(path.mpls_nh_idx));
+            out.flags("flags", prm_nr_ldi_path_bits, path.flags);
+            if (path.flags != 0) out.numbers("labels", {path.label0, path.label1});
+            out.end_item();
+        }
         out.end_list();
         out.count("users", users);
         out.end_entry();
@@ -74,12 +77,13 @@ void write_leaf(const sim::Leaf &leaf, FamilyWriter &out) {
     out.flags("flags1", zor_leaf_bits1, leaf.flags1);
     if (const u32 tag = (leaf.tag_bits & ZOR_LEAF_TAG_MASK) >> ZOR_LEAF_TAG_SHIFT; tag != 0)
         out.number("tag", tag);
-    if ((leaf.flags1 & ZOR_LEAF_RECURSIVE) != 0) {
-        out.reference("ldi_ptr", out.resolver().next_hop(leaf.ldi_ptr));
-        out.reference("ldi_ptr2", out.resolver().next_hop(leaf.ldi_ptr2));
-    } else if ((leaf.flags0 & ZOR_LEAF_LDI) != 0) {
+    const bool recursive = (leaf.flags1 & ZOR_LEAF_RECURSIVE) != 0;
+    if ((leaf.flags0 & ZOR_LEAF_LDI) != 0) {
         out.reference("ldi_ptr", out.resolver().ldi(leaf.ldi_ptr));
+    } else if (recursive) {
+        out.reference("ldi_ptr", out.resolver().next_hop(leaf.ldi_ptr));
     }
+    if (recursive) out.reference("ldi_ptr2", out.resolver().next_hop(leaf.ldi_ptr2));
 }
 
 void write_ipv4_leaves(const sim::Card &card, FamilyWriter &out) {

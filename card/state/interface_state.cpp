@@ -1,4 +1,6 @@
 // State: interfaces with their features, bundles, mirror sessions and their sources.
+#include <fmt/format.h>
+
 #include <bitset>
 #include <set>
 
@@ -91,6 +93,25 @@ void write_features(const sim::Card &card, const sim::Interface &interface, Fami
     statistics(Feature::STATS_EGRESS, "stats_egress", card.statistics.interface_egress);
 }
 
+// Ports of a bundle's sub-interface, each with whether it is a member of the bundle.
+void write_subif_ports(const sim::Card &card, u32 handle, const sim::Interface &interface,
+                       FamilyWriter &out) {
+    const auto ports = card.interfaces.subif_ports.find(handle);
+    if (ports == card.interfaces.subif_ports.end()) return;
+    out.numbers("bundle_subif_ports", set_bits(ports->second));
+    const sim::Interface *const parent = card.interfaces.table.find(interface.parent);
+    const u32 lag_id = parent != nullptr ? parent->value(Feature::LAG_ID) : 0;
+    const sim::Bundle *const bundle = card.interfaces.bundles.find(static_cast<u8>(lag_id));
+    out.begin_list("bundle_members");
+    for (const u32 port : set_bits(ports->second)) {
+        out.begin_item();
+        out.reference("port", {fmt::format("member {} of bundle {}", port, lag_id),
+                               bundle == nullptr || !bundle->members.test(port)});
+        out.end_item();
+    }
+    out.end_list();
+}
+
 void write_interfaces(const sim::Card &card, FamilyWriter &out) {
     in_order(card.interfaces.table, [&](u32 handle, const sim::Interface &interface, u32 users) {
         out.begin_entry();
@@ -101,9 +122,7 @@ void write_interfaces(const sim::Card &card, FamilyWriter &out) {
         if (interface.kind == sim::InterfaceKind::MAIN || interface.kind == sim::InterfaceKind::SUB)
             out.number("np_port", interface.np_port);
         write_features(card, interface, out);
-        if (const auto ports = card.interfaces.subif_ports.find(handle);
-            ports != card.interfaces.subif_ports.end())
-            out.numbers("bundle_subif_ports", set_bits(ports->second));
+        write_subif_ports(card, handle, interface, out);
         out.count("sub_interfaces", interface.sub_interfaces);
         out.count("circuits", interface.circuits);
         out.count("users", users);

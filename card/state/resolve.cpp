@@ -10,6 +10,7 @@ namespace {
 
 constexpr int kLongestChain = 8;  // of label adjacencies over each other
 constexpr u32 kNoUidb = 0xFFFF;
+constexpr size_t kPathsInWords = 4;  // of a load-distribution entry; how many more there are follows
 
 void add_labels(std::string *text, const u32 *labels, size_t count) {
     const char *between = " labels ";
@@ -122,16 +123,21 @@ const Ends &Resolver::ends_of_ldi(u32 pointer) {
     if (ends != nullptr) return *ends;
     ends = std::make_unique<Ends>();
     const sim::LoadDistribution &entry = *card_.load_distribution.table.find(pointer);
-    const auto end = std::back_inserter(ends->text);
-    fmt::format_to(end, "next_hop {}", entry.nh_idx);
-    const u32 labels[] = {entry.label0, entry.label1};
-    add_labels(&ends->text, labels, std::size(labels));
-    // With an MPLS next hop the packet leaves by that one.
-    const u32 last = entry.mpls_nh_idx != 0 ? entry.mpls_nh_idx : entry.nh_idx;
-    if (last != entry.nh_idx) fmt::format_to(end, " by next_hop {}", last);
-    const Ends &behind = ends_of_next_hop(last);
-    fmt::format_to(end, ", {}", behind.text);
-    ends->dangling = behind.dangling;
+    for (size_t i = 0; i < entry.paths.size(); ++i) {
+        const sim::LoadDistribution::Path &path = entry.paths[i];
+        const auto end = std::back_inserter(ends->text);
+        // With an MPLS next hop the packet leaves by that one.
+        const u32 last = path.mpls_nh_idx != 0 ? path.mpls_nh_idx : path.nh_idx;
+        const Ends &behind = ends_of_next_hop(last);
+        ends->dangling = ends->dangling || behind.dangling;
+        if (i == kPathsInWords) fmt::format_to(end, "; and {} more", entry.paths.size() - i);
+        if (i >= kPathsInWords) continue;
+        fmt::format_to(end, "{}next_hop {}", i == 0 ? "" : "; ", path.nh_idx);
+        const u32 labels[] = {path.label0, path.label1};
+        add_labels(&ends->text, labels, std::size(labels));
+        if (last != path.nh_idx) fmt::format_to(end, " by next_hop {}", last);
+        fmt::format_to(end, ", {}", behind.text);
+    }
     return *ends;
 }
 

@@ -1,5 +1,4 @@
 // State: event managers, connections, clients, statistics pointers, and indices handed out or named.
-#include <absl/container/flat_hash_map.h>
 #include <fmt/format.h>
 
 #include "card/state/families.h"
@@ -41,12 +40,7 @@ void write_clients(const sim::Card &card, FamilyWriter &out) {
 }
 
 void write_statistics(const sim::Card &card, FamilyWriter &out) {
-    absl::flat_hash_map<u32, u32> counted_on;  // pointer -> interface
-    card.interfaces.table.for_each([&](u32 handle, const sim::Interface &interface, u32) {
-        for (const sim::Feature feature : {sim::Feature::STATS_INGRESS, sim::Feature::STATS_EGRESS}) {
-            if (interface.has(feature)) counted_on[interface.value(feature)] = handle;
-        }
-    });
+    const auto &counted_on = card.statistics.counting;  // pointer -> interface
     const auto write_pool = [&](const sim::IndexPool &pool, std::string_view stats_class,
                                 std::string_view direction) {
         pool.for_each_used([&](u32 pointer) {
@@ -54,6 +48,10 @@ void write_statistics(const sim::Card &card, FamilyWriter &out) {
             out.hex("pointer", pointer);
             out.text("class", stats_class);
             out.text("direction", direction);
+            out.hex("client", card.statistics.owner(pointer));
+            const sim::Count counted = card.statistics.counters.of(pointer);
+            out.count("packets", counted.packets);
+            out.count("bytes", counted.bytes);
             if (const auto user = counted_on.find(pointer); user != counted_on.end())
                 out.reference("interface", out.resolver().interface(user->second));
             out.end_entry();

@@ -259,7 +259,7 @@ std::vector<StateColumns> all_columns() {
         {"statistics",
          "Statistics pointers",
          {plain("POINTER", "pointer"), plain("CLASS", "class"), plain("DIRECTION", "direction"),
-          bare("INTERFACE", "interface")}},
+          plain("CLIENT", "client"), bare("INTERFACE", "interface")}},
         {"indices",
          "Indices handed out or named",
          {plain("POOL", "pool"), plain("INDEX", "index"), plain("RESERVED", "reserved"),

@@ -27,10 +27,18 @@ constexpr const char kCard[] =
 # veltora_family = true # as is_veltora_family answers
 ports = 64              # NP ports 0 to 63
 np_local_ports = [48]   # local ports, one number for each network processor
+# owners = [10]         # who may own entries and reservations
 
 # How many of each resource there are; what is not listed has the card's usual number.
 # [limits]
 # interface = 4096
+
+# The first index that a pool hands out.
+# [pools]
+# next_hop = 200001
+# tunnel = 5000
+# nr_ldi_index = 1048576
+# label_index = 1
 
 # Interfaces that exist from the start. Input files name them by their handles (there without the 0x).
 [[interface]]

@@ -1,4 +1,6 @@
 // Adjacencies, next hops and tunnels: what is accepted, modified, freed and refused.
+#include <functional>
+
 #include "tests/card/sim/forwarding_requests.h"
 
 namespace sim {
@@ -88,7 +90,7 @@ TEST_F(AdjacencyTest, ATunnelOfTwoAdjacenciesStaysInUseUntilBothAreGone) {
 }
 
 TEST_F(AdjacencyTest, APoolNeverHandsOutANamedNextHop) {
-    const u32 first = AdjacencyState::kFirstNextHop;
+    const u32 first = card.inventory.pools.next_hop;
     EXPECT_EQ(add(adjacency(first)), 0u);
     EXPECT_EQ(add(ldi(64, first + 1)), 0u);
     EXPECT_EQ(add4(recursive(ipv4_leaf(1), first + 2, first + 3)), 0u);
@@ -101,43 +103,95 @@ TEST_F(AdjacencyTest, APoolNeverHandsOutANamedNextHop) {
 }
 
 TEST_F(AdjacencyTest, ALabelAdjacencyKeepsTheNextHopThatItGoesOutOverInUse) {
-    const u32 first = AdjacencyState::kFirstNextHop;
+    const u32 first = card.inventory.pools.next_hop;
+    const SharedPool &pool = card.adjacency.next_hops;
     EXPECT_EQ(add(label_adjacency(first, first + 1)), 0u);
     EXPECT_EQ(used(Resource::next_hop), 2u);
     EXPECT_EQ(next_hop(), first + 2);
     // Modified to go out over another, it lets the first one go.
     EXPECT_EQ(mod(label_adjacency(first + 3, first + 1)), 0u);
+    EXPECT_FALSE(pool.in_use(first));
     EXPECT_EQ(used(Resource::next_hop), 3u);
-    EXPECT_EQ(next_hop(), first);
     EXPECT_EQ(next_hop(), first + 4);
     EXPECT_EQ(mod(label_adjacency(7, first + 1)), 0u) << "no next hop of the pool";
-    EXPECT_EQ(used(Resource::next_hop), 4u);
-    EXPECT_EQ(next_hop(), first + 3);
+    EXPECT_FALSE(pool.in_use(first + 3));
+    EXPECT_EQ(used(Resource::next_hop), 3u);
     EXPECT_EQ(del(adjacency_delete(first + 1)), 0u);
-    EXPECT_EQ(next_hop(), first + 1);
+    EXPECT_FALSE(pool.in_use(first + 1));
+    EXPECT_EQ(used(Resource::next_hop), 2u) << "those reserved";
 }
 
 TEST_F(AdjacencyTest, AnAdjacencyKeepsTheTunnelThatItNamesInUse) {
-    const u32 first = AdjacencyState::kFirstTunnel;
+    const u32 first = card.inventory.pools.tunnel;
+    const SharedPool &pool = card.adjacency.tunnels;
     EXPECT_EQ(add(eompls_adjacency(7, first)), 0u);
     EXPECT_EQ(used(Resource::tunnel), 1u);
     EXPECT_EQ(tunnel(), first + 1);
     EXPECT_EQ(mod(eompls_adjacency(7, first + 2)), 0u);
-    EXPECT_EQ(tunnel(), first);
+    EXPECT_FALSE(pool.in_use(first));
     EXPECT_EQ(add(eompls_adjacency(7, first + 3)), 0u) << "an add replaces";
-    EXPECT_EQ(tunnel(), first + 2);
+    EXPECT_FALSE(pool.in_use(first + 2));
     EXPECT_EQ(mod(eompls_adjacency(7, 1)), 0u) << "no tunnel of the pool";
-    EXPECT_EQ(used(Resource::tunnel), 3u);
-    EXPECT_EQ(tunnel(), first + 3);
+    EXPECT_FALSE(pool.in_use(first + 3));
+    EXPECT_EQ(used(Resource::tunnel), 1u) << "the one reserved";
+    EXPECT_EQ(tunnel(), first + 2);
 }
 
+TEST_F(AdjacencyTest, AReleasedNextHopIsNotHandedOutAgainAtOnce) {
+    const u32 nh = next_hop();
+    EXPECT_EQ(add(adjacency(nh)), 0u);
+    EXPECT_EQ(del(adjacency_delete(nh)), 0u);
+    EXPECT_EQ(next_hop(), nh + 1);
+}
+
+// Whoever names the next hop, before its adjacency is there or after.
+TEST_F(AdjacencyTest, IsHeldByWhateverNamesItsNextHop) {
+    const u32 nh = next_hop();
+    const struct {
+        const char *name;
+        std::function<u32()> hold, release;
+    } users[] = {
+        {"entry in words", [&] { return add(ldi(64, nh)); }, [&] { return del(ldi(64)); }},
+        {"entry by its MPLS next hop", [&] { return add(swap_ldi(64, 5, nh)); },
+         [&] { return del(ldi(64)); }},
+        {"label adjacency", [&] { return add(label_adjacency(nh, 8)); },
+         [&] { return del(adjacency_delete(8)); }},
+        {"first of a recursive pair", [&] { return add4(recursive(ipv4_leaf(1), nh, 5)); },
+         [&] { return del4(ipv4_leaf(1)); }},
+        {"second of a recursive pair", [&] { return add6(recursive(ipv6_leaf(0x20, 1), 5, nh)); },
+         [&] { return del6(ipv6_leaf(0x20, 1)); }},
+    };
+    for (const auto &user : users) {
+        for (const bool adjacency_first : {true, false}) {
+            SCOPED_TRACE(user.name);
+            if (adjacency_first) {
+                ASSERT_EQ(add(adjacency(nh)), 0u);
+            }
+            ASSERT_EQ(user.hold(), 0u);
+            if (!adjacency_first) {
+                ASSERT_EQ(add(adjacency(nh)), 0u);
+            }
+            EXPECT_EQ(card.adjacency.table.users(nh), 1u);
+            EXPECT_EQ(del(adjacency_delete(nh)), CARD_ERROR_IN_USE);
+            ASSERT_EQ(user.release(), 0u);
+            EXPECT_EQ(del(adjacency_delete(nh)), 0u);
+        }
+    }
+}
+
+TEST_F(AdjacencyTest, AnAdjacencyOverItselfIsRefused) {
+    EXPECT_EQ(add(label_adjacency(7, 7)), CARD_ERROR_SAME_END);
+    EXPECT_EQ(add(eompls_adjacency(100030, 9)), CARD_ERROR_SAME_END);
+}
+
+// A group's paths name next hops and hold no adjacency.
 TEST_F(AdjacencyTest, ADeletedNextHopThatIsStillNamedIsNotHandedOut) {
     const u32 nh = next_hop();
-    EXPECT_EQ(add4(recursive(ipv4_leaf(1), nh, nh)), 0u);
+    card.adjacency.next_hops.use(nh);
     EXPECT_EQ(add(adjacency(nh)), 0u);
     EXPECT_EQ(del(adjacency_delete(nh)), 0u);
     EXPECT_EQ(used(Resource::next_hop), 1u);
-    EXPECT_EQ(del4(ipv4_leaf(1)), 0u);
+    card.adjacency.next_hops.unuse(nh);
     EXPECT_EQ(used(Resource::next_hop), 0u);
 }
 
@@ -152,6 +206,7 @@ TEST_F(AdjacencyTest, SpoiledAddsAreRefused) {
     refused(CARD_ERROR_RESERVED_BYTES, plain, [](prm_tx_adj &r) { r.reserved0[0] = 1; });
     refused(CARD_ERROR_RESERVED_BYTES, plain, [](prm_tx_adj &r) { r.reserved120[2003] = 1; });
     refused(CARD_ERROR_BAD_KIND, plain, [](prm_tx_adj &r) { r.adj_flags0 = 0x11; });
+    refused(CARD_ERROR_BAD_KIND, plain, [](prm_tx_adj &r) { r.adj_flags0 = 0x04; });
     refused(CARD_ERROR_BAD_KIND, plain, [](prm_tx_adj &r) { r.adj_flags2 = 0x82; });
     refused(CARD_ERROR_BAD_KIND, plain, [](prm_tx_adj &r) { r.adj_flags3 = 2; });
     refused(CARD_ERROR_BAD_VALUE, plain, [](prm_tx_adj &r) { r.nh_idx = 0; });
@@ -162,6 +217,16 @@ TEST_F(AdjacencyTest, SpoiledAddsAreRefused) {
     refused(CARD_ERROR_BAD_VALUE, labelled, [](prm_tx_adj &r) { r.tunnel_if = 5; });
     refused(CARD_ERROR_BAD_VALUE, eompls, [](prm_tx_adj &r) { r.tunnel_if = 0; });
     refused(CARD_ERROR_BAD_VALUE, eompls, [](prm_tx_adj &r) { r.nh_idx2 = 0; });
+}
+
+TEST_F(AdjacencyTest, BitsThatAreKeptAsTheyWereFoundMayBeAnything) {
+    prm_tx_adj record = adjacency(7);
+    record.adj_flags0 |= 0xE8;
+    EXPECT_EQ(add(record), 0u);
+    EXPECT_EQ(card.adjacency.table.find(7)->flags0, PRM_TX_ADJ_NORMAL);
+    prm_tx_adj removal = adjacency_delete(7);
+    removal.adj_flags0 = 0xE8;
+    EXPECT_EQ(del(removal), 0u);
 }
 
 TEST_F(AdjacencyTest, SpoiledDeletesAreRefused) {
@@ -176,7 +241,7 @@ TEST_F(AdjacencyTest, SpoiledDeletesAreRefused) {
 
 TEST_F(AdjacencyTest, OnlyANextHopInUseIsMarkedAsPending) {
     EXPECT_EQ(prm_set_nh_idx_hw_pending(0), CARD_ERROR_NOT_RESERVED);
-    EXPECT_EQ(prm_set_nh_idx_hw_pending(AdjacencyState::kFirstNextHop), CARD_ERROR_NOT_RESERVED);
+    EXPECT_EQ(prm_set_nh_idx_hw_pending(card.inventory.pools.next_hop), CARD_ERROR_NOT_RESERVED);
     const u32 nh = next_hop();
     EXPECT_EQ(prm_set_nh_idx_hw_pending(nh), 0u);
     EXPECT_TRUE(card.adjacency.pending.contains(nh));

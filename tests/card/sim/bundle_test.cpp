@@ -27,7 +27,7 @@ TEST_F(BundleTest, IsFormedChangedAndTakenApart) {
     EXPECT_EQ(lag(UIDB_LAG_UNCONFIG_MEMBER, 21, {2}), CARD_ERROR_ACTIVE_MEMBER);
     EXPECT_EQ(lag(UIDB_LAG_SET_MEMBERS, 21, {1}), 0u);
     EXPECT_EQ(lag(UIDB_LAG_UNCONFIG_MEMBER, 21, {2}), 0u);
-    EXPECT_EQ(uidb_delete_interface(kCookie, kNewBundle), CARD_ERROR_IN_USE) << "its bundle is formed";
+    EXPECT_EQ(uidb_delete_interface(kCookie, kNewBundle), CARD_ERROR_BUNDLE_FORMED);
     EXPECT_EQ(lag(UIDB_LAG_DELETE, 21, {}), 0u);
     EXPECT_EQ(lag(UIDB_LAG_UNCONFIG_MEMBER, 21, {1}), 0u);
     EXPECT_EQ(uidb_delete_interface(kCookie, kNewBundle), 0u);
@@ -75,6 +75,61 @@ TEST_F(BundleTest, OneInterfacePerBundle) {
     // Another number frees this one.
     EXPECT_EQ(set(kNewBundle, UIDB_FEATURE_LAG_ID, 22), 0u);
     EXPECT_EQ(set(kNewBundle + 0x1000, UIDB_FEATURE_LAG_ID, 21), 0u);
+}
+
+TEST_F(BundleTest, AFormedBundleKeepsItsIdAndItsInterface) {
+    form({1});
+    EXPECT_EQ(set(kNewBundle, UIDB_FEATURE_LAG_ID, 22), CARD_ERROR_BUNDLE_FORMED);
+    EXPECT_EQ(set(kNewBundle, UIDB_FEATURE_LAG_ID, 21), 0u) << "its own again";
+    EXPECT_EQ(lag(UIDB_LAG_DELETE, 21, {}), 0u);
+    EXPECT_EQ(set(kNewBundle, UIDB_FEATURE_LAG_ID, 22), 0u);
+}
+
+TEST_F(BundleTest, IsFormedForAnInterfaceOnly) {
+    EXPECT_EQ(lag(UIDB_LAG_CREATE, 77, {}), CARD_ERROR_NO_BUNDLE_INTERFACE);
+    EXPECT_EQ(lag(UIDB_LAG_CREATE, 21, {}), 0u) << "with no members it is down, not wrong";
+}
+
+TEST_F(BundleTest, APortIsInTheListOnce) {
+    ASSERT_EQ(lag(UIDB_LAG_CONFIG_MEMBER, 21, {1}), 0u);
+    EXPECT_EQ(lag(UIDB_LAG_CREATE, 21, {1, 1}), CARD_ERROR_PORT_TWICE);
+    ASSERT_EQ(lag(UIDB_LAG_CREATE, 21, {1}), 0u);
+    EXPECT_EQ(lag(UIDB_LAG_SET_MEMBERS, 21, {1, 1}), CARD_ERROR_PORT_TWICE);
+    EXPECT_EQ(card.interfaces.bundles.find(21)->members.count(), 1u);
+}
+
+TEST_F(BundleTest, ASubInterfaceBelongsToTheBundleOfItsParent) {
+    form({1});
+    ASSERT_EQ(create_sub(kNewSub, kNewBundle), 0u);
+    EXPECT_EQ(set(kNewSub, UIDB_FEATURE_LAG_ID, 9), CARD_ERROR_WRONG_BUNDLE);
+    EXPECT_EQ(set(kNewSub, UIDB_FEATURE_LAG_ID, 77), CARD_ERROR_UNKNOWN_BUNDLE);
+    EXPECT_EQ(set(kNewSub, UIDB_FEATURE_NP_PORT, 5), CARD_ERROR_FEATURE_NOT_APPLICABLE);
+    EXPECT_EQ(set(kL3Sub, UIDB_FEATURE_LAG_ID, 21), CARD_ERROR_FEATURE_NOT_APPLICABLE)
+        << "its parent is no bundle";
+    EXPECT_EQ(set(kNewSub, UIDB_FEATURE_LAG_ID, 21), 0u);
+}
+
+// Judged by what the message as a whole would leave.
+TEST_F(BundleTest, AMessageMayExchangeTheIdsOfTwoBundlesButNotDoubleOne) {
+    ASSERT_EQ(create(kNewBundle + 0x1000, UIDB_IFTYPE_BUNDLE_MAIN, 0, 0), 0u);
+    ASSERT_EQ(set(kNewBundle + 0x1000, UIDB_FEATURE_LAG_ID, 22), 0u);
+    const auto name_both = [&](u32 first, u32 second) {
+        uidb_feature_batch_of<2> batch = {};
+        batch.head.nr_entries = 2;
+        batch.head.entries_len = sizeof batch.entries;
+        batch.entries[0].if_handle = kNewBundle;
+        batch.entries[0].feature = feature(UIDB_FEATURE_LAG_ID, first);
+        batch.entries[1].if_handle = kNewBundle + 0x1000;
+        batch.entries[1].feature = feature(UIDB_FEATURE_LAG_ID, second);
+        return uidb_set_feature_batch(kCookie, &batch.head);
+    };
+    EXPECT_EQ(name_both(40, 40), CARD_ERROR_BUNDLE_EXISTS);
+    EXPECT_EQ(card.interfaces.bundle_interfaces.at(21), kNewBundle);
+    EXPECT_EQ(card.interfaces.bundle_interfaces.at(22), kNewBundle + 0x1000);
+    EXPECT_FALSE(card.interfaces.bundle_interfaces.contains(40));
+    EXPECT_EQ(name_both(22, 21), 0u);
+    EXPECT_EQ(card.interfaces.bundle_interfaces.at(22), kNewBundle);
+    EXPECT_EQ(card.interfaces.bundle_interfaces.at(21), kNewBundle + 0x1000);
 }
 
 TEST_F(BundleTest, SubInterfacesHoldTheBundle) {
@@ -125,7 +180,12 @@ TEST_F(BundleTest, TheSourceMacIsThatOfTheBundlesInterface) {
     record.enable = 0;
     EXPECT_EQ(uidb_set_port_feature(kCookie, &record), 0u);
     EXPECT_FALSE(at(kNewBundle).has(Feature::MAC));
+    record.mac[0] = 0x13;
+    EXPECT_EQ(uidb_set_port_feature(kCookie, &record), 0u) << "nothing is set";
+    record.enable = 1;
+    EXPECT_EQ(uidb_set_port_feature(kCookie, &record), CARD_ERROR_GROUP_MAC);
     record.port = 22;
+    record.mac[0] = 0x12;
     EXPECT_EQ(uidb_set_port_feature(kCookie, &record), CARD_ERROR_UNKNOWN_BUNDLE);
     record.port = 277;
     EXPECT_EQ(uidb_set_port_feature(kCookie, &record), CARD_ERROR_BAD_VALUE);

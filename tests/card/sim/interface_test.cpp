@@ -1,5 +1,6 @@
 // The interface database: what the inventory provides, creating, deleting, cookies.
 #include "tests/card/sim/interface_test.h"
+#include "tests/card/sim/forwarding_requests.h"
 
 namespace sim {
 namespace {
@@ -63,10 +64,10 @@ TEST_F(InterfaceTest, TheInventoryIsProvidedAsItIsDescribed) {
 
 TEST_F(InterfaceTest, WhatIsCreatedIsKeptAsItWasAskedFor) {
     u16 uidb = 0;
-    ASSERT_EQ(create(kNewSub, UIDB_IFTYPE_SUB_INTERFACE, kMainA, 7, &uidb), 0u);
+    ASSERT_EQ(create(kNewSub, UIDB_IFTYPE_SUB_INTERFACE, kMainA, 5, &uidb), 0u);
     EXPECT_EQ(at(kNewSub).kind, InterfaceKind::SUB);
     EXPECT_EQ(at(kNewSub).parent, kMainA);
-    EXPECT_EQ(at(kNewSub).np_port, 7);
+    EXPECT_EQ(at(kNewSub).np_port, 5);
     EXPECT_EQ(at(kNewSub).uidb, uidb);
     EXPECT_EQ(at(kNewSub).features, 0u);
     ASSERT_EQ(uidb_delete_interface(kCookie, kNewSub), 0u);
@@ -74,8 +75,43 @@ TEST_F(InterfaceTest, WhatIsCreatedIsKeptAsItWasAskedFor) {
     EXPECT_EQ(card.interfaces.find_by_uidb(uidb), nullptr);
     EXPECT_EQ(at(kMainA).sub_interfaces, 2u);
     u16 again = 0;
-    ASSERT_EQ(create(kNewSub + 1, UIDB_IFTYPE_SUB_INTERFACE, kMainA, 7, &again), 0u);
-    EXPECT_EQ(again, uidb) << "its index is free";
+    ASSERT_EQ(create(kNewSub + 1, UIDB_IFTYPE_SUB_INTERFACE, kMainA, 5, &again), 0u);
+    EXPECT_NE(again, uidb) << "its index comes last";
+}
+
+TEST_F(InterfaceTest, AnAdjacencyKeepsTheInterfaceThatItGoesOutBy) {
+    u16 uidb = 0;
+    ASSERT_EQ(create(kNewSub, UIDB_IFTYPE_SUB_INTERFACE, kMainA, 5, &uidb), 0u);
+    ASSERT_EQ(create(kBvi, UIDB_IFTYPE_BVI, 0, 0), 0u);
+    const struct {
+        u32 if_handle;
+        u16 uidb;
+    } rows[] = {{kNewSub, uidb}, {kBvi, UIDB_BVI_INDEX}};
+    for (const auto &row : rows) {
+        prm_tx_adj out = adjacency(7), other = adjacency(7), removal = adjacency_delete(7);
+        out.uidb = row.uidb;
+        ASSERT_EQ(prm_srh_tx_adj_add(client, &out), 0u);
+        EXPECT_EQ(uidb_delete_interface(kCookie, row.if_handle), CARD_ERROR_IN_USE);
+        ASSERT_EQ(prm_srh_tx_adj_mod(client, &other), 0u);
+        ASSERT_EQ(prm_srh_tx_adj_mod(client, &out), 0u);
+        EXPECT_EQ(uidb_delete_interface(kCookie, row.if_handle), CARD_ERROR_IN_USE);
+        ASSERT_EQ(prm_srh_tx_adj_del(client, &removal), 0u);
+        EXPECT_EQ(uidb_delete_interface(kCookie, row.if_handle), 0u);
+    }
+}
+
+// It would go out by an interface that its programmer never meant.
+TEST_F(InterfaceTest, NoInterfaceGetsAnIndexThatAnAdjacencyNames) {
+    prm_tx_adj out = adjacency(7), nowhere = adjacency(8);
+    out.uidb = 2;
+    nowhere.uidb = 0xFFFF;
+    ASSERT_EQ(prm_srh_tx_adj_add(client, &out), 0u);
+    ASSERT_EQ(prm_srh_tx_adj_add(client, &nowhere), 0u);
+    for (u32 i = 0; i < 10; ++i) {
+        u16 uidb = 0;
+        ASSERT_EQ(create(kNewSub + i, UIDB_IFTYPE_SUB_INTERFACE, kMainA, 5, &uidb), 0u);
+        EXPECT_NE(uidb, 2);
+    }
 }
 
 TEST_F(InterfaceTest, WithoutAFreeIndexNothingIsCreated) {
@@ -85,7 +121,7 @@ TEST_F(InterfaceTest, WithoutAFreeIndexNothingIsCreated) {
     u32 status;
     while ((status = create(0x9000000 + created, UIDB_IFTYPE_SUB_INTERFACE, kMainA, 5)) == 0) ++created;
     EXPECT_EQ(status, CARD_ERROR_POOL_EXHAUSTED);
-    EXPECT_EQ(created, 0xFFFFu - small_inventory().interfaces.size() - 1) << "one is the BVI's";
+    EXPECT_EQ(created, 0xFFFEu - small_inventory().interfaces.size() - 1) << "one is the BVI's";
     EXPECT_FALSE(full.interfaces.table.contains(0x9000000 + created));
     EXPECT_EQ(full.interfaces.table.find(kMainA)->sub_interfaces, created + 2);
     EXPECT_EQ(full.accounts[Resource::interface].used, created + small_inventory().interfaces.size());
@@ -116,8 +152,8 @@ TEST_F(InterfaceTest, CreateRefusesWhatItCannotMake) {
 }
 
 TEST_F(InterfaceTest, OnlyTheLowByteOfTheChannelMapIsThePort) {
-    ASSERT_EQ(create(kNewSub, UIDB_IFTYPE_SUB_INTERFACE, kMainA, 0xFF07), 0u);
-    EXPECT_EQ(at(kNewSub).np_port, 7);
+    ASSERT_EQ(create(kNewSub, UIDB_IFTYPE_SUB_INTERFACE, kMainA, 0xFF05), 0u);
+    EXPECT_EQ(at(kNewSub).np_port, 5);
 }
 
 TEST_F(InterfaceTest, BatchCreatesAllOrNothing) {
@@ -125,6 +161,7 @@ TEST_F(InterfaceTest, BatchCreatesAllOrNothing) {
                                   create_message(kNewSub + 1, 2, kMainA, 5),
                                   create_message(kNewSub, 2, kMainA, 5)};
     EXPECT_EQ(uidb_create_interface_batch(kCookie, messages, 3), CARD_ERROR_INTERFACE_EXISTS);
+    EXPECT_EQ(messages[0].uidb_index, 0) << "a refused request is as it was sent";
     EXPECT_FALSE(card.interfaces.table.contains(kNewSub));
     EXPECT_FALSE(card.interfaces.table.contains(kNewSub + 1));
     EXPECT_EQ(uidb_create_interface_batch(kCookie, messages, 2), 0u);
@@ -133,11 +170,18 @@ TEST_F(InterfaceTest, BatchCreatesAllOrNothing) {
     EXPECT_EQ(uidb_create_interface_batch(kCookie, nullptr, 1), CARD_ERROR_NULL_POINTER);
 }
 
-TEST_F(InterfaceTest, ABatchMayCreateAnInterfaceAndItsSubInterface) {
-    uidb_create_msg messages[] = {create_message(kNewBundle, 3, 0, 0),
-                                  create_message(kNewSub, 2, kNewBundle, 5)};
-    EXPECT_EQ(uidb_create_interface_batch(kCookie, messages, 2), 0u);
-    EXPECT_EQ(at(kNewBundle).sub_interfaces, 1u);
+TEST_F(InterfaceTest, ABatchMayCreateAnInterfaceAndItsSubInterfacesInAnyOrder) {
+    uidb_create_msg messages[] = {create_message(kNewSub, 2, kNewBundle, 5),
+                                  create_message(kNewBundle, 3, 0, 0),
+                                  create_message(kNewSub + 1, 2, kNewBundle, 6)};
+    EXPECT_EQ(uidb_create_interface_batch(kCookie, messages, 3), 0u);
+    EXPECT_EQ(at(kNewBundle).sub_interfaces, 2u);
+    uidb_create_msg under_a_sub[] = {create_message(kNewSub + 2, 2, kMainA, 5),
+                                     create_message(kNewSub + 3, 2, kNewSub + 2, 5)};
+    EXPECT_EQ(uidb_create_interface_batch(kCookie, under_a_sub, 2), CARD_ERROR_BAD_PARENT);
+    uidb_create_msg bvis[] = {create_message(kBvi, 6, 0, 0), create_message(kBvi + 1, 6, 0, 0)};
+    EXPECT_EQ(uidb_create_interface_batch(kCookie, bvis, 2), CARD_ERROR_IN_USE);
+    EXPECT_FALSE(card.interfaces.table.contains(kBvi));
 }
 
 TEST_F(InterfaceTest, AFullTableRefusesAndDeletingMakesRoom) {
@@ -215,7 +259,7 @@ TEST_F(InterfaceTest, DeletingGivesEverythingBack) {
     ASSERT_EQ(uidb_delete_interface(kCookie, kNewSub), 0u);
     EXPECT_EQ(used(Resource::interface), interfaces);
     EXPECT_EQ(used(Resource::feature), features);
-    EXPECT_EQ(used(Resource::statistics), pointers);
+    EXPECT_EQ(used(Resource::statistics), pointers + 2) << "statistics pointers are the client's";
 }
 
 // ---- Cookies.

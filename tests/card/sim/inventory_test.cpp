@@ -68,6 +68,59 @@ parent = 0x800a000
     EXPECT_EQ(card.interfaces.bundles.users(10), 1u);
 }
 
+TEST(InventoryTest, OwnersAndThePlacesWherePoolsBeginAreItsOwn) {
+    Inventory inventory;
+    std::string error;
+    ASSERT_TRUE(parse_inventory(R"(
+[card]
+owners = [11, 12]
+[limits]
+next_hop = 5
+[pools]
+next_hop = 4294967291
+tunnel = 4198
+nr_ldi_index = 200100
+label_index = 9
+)",
+                                "card.toml", &inventory, &error))
+        << error;
+    EXPECT_THAT(inventory.owners, ::testing::ElementsAre(11, 12));
+    Card card(inventory);
+    u32 index = 0;
+    EXPECT_EQ(card.adjacency.next_hops.reserve(1, &index), 0u);
+    EXPECT_EQ(index, 4294967291u);
+    EXPECT_EQ(card.adjacency.tunnels.reserve(1, &index), 0u);
+    EXPECT_EQ(index, 4198u);
+    EXPECT_EQ(card.load_distribution.indices.reserve(1, &index), 0u);
+    EXPECT_EQ(index, 200100u);
+    EXPECT_EQ(card.label.indices.reserve(1, &index), 0u);
+    EXPECT_EQ(index, 9u);
+}
+
+// The features that it says an inventory's interfaces need are those that a card of it has.
+TEST(InventoryTest, AnInventoryThatFillsItsLimitsIsGood) {
+    const std::string text = std::string("[limits]\ninterface = 3\nbundle = 1\nfeature = 9\n") + R"(
+[[interface]]
+handle = 1
+kind = "bundle"
+lag_id = 7
+[[interface]]
+handle = 2
+kind = "sub"
+parent = 1
+[[interface]]
+handle = 3
+kind = "main"
+np_port = 1
+)";
+    Inventory inventory;
+    std::string error;
+    ASSERT_TRUE(parse_inventory(text, "card.toml", &inventory, &error)) << error;
+    const Card card(inventory);
+    EXPECT_EQ(card.accounts[Resource::feature].used, 9u);
+    EXPECT_EQ(card.accounts[Resource::bundle].used, 1u);
+}
+
 TEST(InventoryTest, AnEmptyFileIsACardWithoutInterfaces) {
     Inventory inventory;
     std::string error;
@@ -92,8 +145,7 @@ std::vector<std::string> problems(std::string_view text) {
 }
 
 TEST(InventoryTest, EverythingThatIsWrongIsNamed) {
-    EXPECT_THAT(
-        problems(R"([card]
+    EXPECT_THAT(problems(R"([card]
 ports = "many"
 veltora_family = 1
 [limits]
@@ -108,13 +160,13 @@ handle = "2"
 kind = "main"
 [extra]
 )"),
-        ::testing::UnorderedElementsAre(
-            "14: extra: unknown field", "2: card.ports: not a whole number",
-            "3: card.veltora_family: neither true nor false", "5: limits.interfaces: unknown resource",
-            "6: limits.bundle: -1 is not between 0 and 16777216",
-            "9: interface[0].kind: not one of \"main\", \"sub\", \"bundle\"",
-            "10: interface[0].np_prot: unknown field", "12: interface[1].handle: not a whole number",
-            "11: interface[1].np_port: missing"));
+                ::testing::UnorderedElementsAre(
+                    "14: extra: unknown field", "2: card.ports: not a whole number",
+                    "3: card.veltora_family: neither true nor false",
+                    "5: limits.interfaces: unknown resource", "6: limits.bundle: -1 is not between 0 and 256",
+                    "9: interface[0].kind: not one of \"main\", \"sub\", \"bundle\"",
+                    "10: interface[0].np_prot: unknown field", "12: interface[1].handle: not a whole number",
+                    "11: interface[1].np_port: missing"));
 }
 
 TEST(InventoryTest, WhatIsSoundIsReadBesideWhatIsNot) {
@@ -155,6 +207,9 @@ TEST_P(BrokenInventoryTest, NamesFileLineAndField) {
     EXPECT_EQ(inventory.ports, 5u) << "unchanged";
 }
 
+#define BUNDLE "[[interface]]\nhandle = 1\nkind = \"bundle\"\nlag_id = 7\n"
+#define SUB "[[interface]]\nhandle = 2\nkind = \"sub\"\nparent = 1\n"
+#define OTHER_SUB "[[interface]]\nhandle = 3\nkind = \"sub\"\nparent = 1\n"
 #define MAIN "[[interface]]\nhandle = 1\nkind = \"main\"\nnp_port = 1\n"
 
 INSTANTIATE_TEST_SUITE_P(
@@ -177,8 +232,31 @@ INSTANTIATE_TEST_SUITE_P(
                "site/card.toml:2: card.np_local_ports: 300 is not between 0 and 255"},
         Broken{"UnknownLimit", "[limits]\ninterfaces = 3\n",
                "site/card.toml:2: limits.interfaces: unknown resource"},
-        Broken{"LimitTooLarge", "[limits]\ninterface = 99999999\n",
-               "site/card.toml:2: limits.interface: 99999999 is not between 0 and 16777216"},
+        Broken{"LimitTooLarge", "[limits]\nnext_hop = 99999999\n",
+               "site/card.toml:2: limits.next_hop: 99999999 is not between 0 and 16777216"},
+        Broken{"MoreInterfacesThanIndices", "[limits]\ninterface = 65535\n",
+               "site/card.toml:2: limits.interface: 65535 is not between 0 and 65534"},
+        Broken{"MoreMirrorSessionsThanTheCardHas", "[limits]\nmirror_session = 8\n",
+               "site/card.toml:2: limits.mirror_session: 8 is not between 0 and 4"},
+        Broken{"MoreBundlesThanIds", "[limits]\nbundle = 257\n",
+               "site/card.toml:2: limits.bundle: 257 is not between 0 and 256"},
+        Broken{"UnknownPool", "[pools]\nnext_hops = 3\n", "site/card.toml:2: pools.next_hops: unknown pool"},
+        Broken{"PoolBeginsAtNothing", "[pools]\ntunnel = 0\n",
+               "site/card.toml:2: pools.tunnel: 0 is not between 1 and 4294901760"},
+        Broken{"PoolGoesPastTheLastIndex", "[limits]\nnext_hop = 10\n[pools]\nnext_hop = 4294967287\n",
+               "site/card.toml:4: pools.next_hop: 4294967287 is not between 1 and 4294967286"},
+        Broken{"PoolGoesPastTheLastPointer", "[pools]\nnr_ldi_index = 67108000\n",
+               "site/card.toml:2: pools.nr_ldi_index: 67108000 is not between 1 and 66060288"},
+        Broken{"PoolNoNumber", "[pools]\nlabel_index = \"1\"\n",
+               "site/card.toml:2: pools.label_index: not a whole number"},
+        Broken{"NoOwners", "[card]\nowners = []\n",
+               "site/card.toml:2: card.owners: not a list with at least one owner"},
+        Broken{"OwnerNoNumber", "[card]\nowners = [10, \"me\"]\n",
+               "site/card.toml:2: card.owners: not a whole number"},
+        Broken{"MoreLocalPortsThanPorts", "[card]\nports = 64\nnp_local_ports = [48, 48]\n",
+               "site/card.toml:3: card.np_local_ports: 96 ports in all, card.ports is 64"},
+        Broken{"TypeWithAPortThatIsNotThere", "[card]\ntype = 0x1e1001\nports = 64\n",
+               "site/card.toml:2: card.type: 0x1e1001 has a port 81, card.ports is 64"},
         Broken{"InterfaceNoList", "[interface]\nhandle = 1\n",
                "site/card.toml:1: interface: not a list of [[interface]] tables"},
         Broken{"NoKind", "[[interface]]\nhandle = 1\n", "site/card.toml:1: interface[0].kind: missing"},
@@ -200,6 +278,39 @@ INSTANTIATE_TEST_SUITE_P(
         Broken{"IndexTwice",
                MAIN "uidb = 4\n[[interface]]\nhandle = 2\nkind = \"main\"\nnp_port = 2\nuidb = 4\n",
                "site/card.toml:10: interface[1].uidb: 4 is there twice"},
+        Broken{"IndexOfTheBvi", MAIN "uidb = 4064\n",
+               "site/card.toml:5: interface[0].uidb: 4064 is that of the bridged virtual interface"},
+        Broken{"IndexOfAFailedLookup", MAIN "uidb = 65535\n",
+               "site/card.toml:5: interface[0].uidb: 65535 is not between 1 and 65534"},
+        Broken{"PortTwice", MAIN "[[interface]]\nhandle = 2\nkind = \"main\"\nnp_port = 1\n",
+               "site/card.toml:8: interface[1].np_port: 1 is there twice"},
+        Broken{"BundleTwice", BUNDLE "[[interface]]\nhandle = 2\nkind = \"bundle\"\nlag_id = 7\n",
+               "site/card.toml:8: interface[1].lag_id: 7 is there twice"},
+        Broken{"EncapsulationTwice",
+               MAIN SUB "outer_vlan = 7\ninner_vlan = 8\n" OTHER_SUB "outer_vlan = 7\ninner_vlan = 8\n",
+               "site/card.toml:15: interface[2].outer_vlan: 7.8 is the encapsulation of 0x2"},
+        Broken{"InnerWithoutOuter", MAIN SUB "inner_vlan = 8\n",
+               "site/card.toml:9: interface[1].inner_vlan: 8 without an outer VLAN"},
+        Broken{"ReservedVlan", MAIN SUB "outer_vlan = 4095\n",
+               "site/card.toml:9: interface[1].outer_vlan: 4095 is not between 0 and 4094"},
+        Broken{"PortNotTheParents", MAIN SUB "np_port = 2\n",
+               "site/card.toml:9: interface[1].np_port: 2 is not its parent's, 1"},
+        Broken{"PortBelowABundle", BUNDLE SUB "np_port = 2\n",
+               "site/card.toml:9: interface[1].np_port: a sub-interface of a bundle has none"},
+        Broken{"BundleNotTheParents", BUNDLE SUB "lag_id = 8\n",
+               "site/card.toml:9: interface[1].lag_id: 8 is not its parent's, 7"},
+        Broken{"BundleBelowAPort", MAIN SUB "lag_id = 8\n",
+               "site/card.toml:9: interface[1].lag_id: its parent is no bundle"},
+        Broken{"VlanOfAPort", MAIN "outer_vlan = 7\n",
+               "site/card.toml:5: interface[0].outer_vlan: only a sub-interface has one"},
+        Broken{"BundleOfAPort", MAIN "lag_id = 7\n",
+               "site/card.toml:5: interface[0].lag_id: only a bundle has one"},
+        Broken{"PortOfABundle", BUNDLE "np_port = 7\n",
+               "site/card.toml:5: interface[0].np_port: a bundle has none"},
+        Broken{"TooManyBundles", "[limits]\nbundle = 0\n" BUNDLE,
+               "site/card.toml:3: interface: 1 bundles, limits.bundle is 0"},
+        Broken{"TooManyFeatures", "[limits]\nfeature = 6\n" MAIN SUB,
+               "site/card.toml:3: interface: 7 features, limits.feature is 6"},
         Broken{"NoLagId", "[[interface]]\nhandle = 1\nkind = \"bundle\"\n",
                "site/card.toml:1: interface[0].lag_id: missing"},
         Broken{"TooManyInterfaces", "[limits]\ninterface = 0\n" MAIN,

@@ -1,4 +1,7 @@
 // Load-distribution entries: what is accepted, replaced, held and refused, and the pool of their pointers.
+#include <cstring>
+#include <vector>
+
 #include "tests/card/sim/forwarding_requests.h"
 
 namespace sim {
@@ -11,7 +14,7 @@ constexpr u32 kPointer = 200100u << 6;
 TEST_F(LoadDistributionTest, AnAddIsFoundAndADeleteRemovesIt) {
     EXPECT_EQ(add(ldi(kPointer)), 0u);
     ASSERT_NE(card.load_distribution.table.find(kPointer), nullptr);
-    EXPECT_EQ(card.load_distribution.table.find(kPointer)->nh_idx, 100005u);
+    EXPECT_EQ(card.load_distribution.table.find(kPointer)->paths[0].nh_idx, 100005u);
     EXPECT_EQ(used(Resource::nr_ldi), 1u);
     EXPECT_EQ(del(ldi(kPointer)), 0u);
     EXPECT_EQ(used(Resource::nr_ldi), 0u);
@@ -23,10 +26,11 @@ TEST_F(LoadDistributionTest, AnAddReplacesTheEntry) {
     EXPECT_EQ(add(swap_ldi(kPointer, 7, 8)), 0u);
     EXPECT_EQ(used(Resource::nr_ldi), 1u);
     const LoadDistribution &entry = *card.load_distribution.table.find(kPointer);
-    EXPECT_EQ(entry.nh_idx, 7u);
-    EXPECT_EQ(entry.mpls_nh_idx, 8u);
-    EXPECT_EQ(entry.label0, 55002u);
-    EXPECT_EQ(entry.label1, 55003u);
+    ASSERT_EQ(entry.paths.size(), 1u);
+    EXPECT_EQ(entry.paths[0].nh_idx, 7u);
+    EXPECT_EQ(entry.paths[0].mpls_nh_idx, 8u);
+    EXPECT_EQ(entry.paths[0].label0, 55002u);
+    EXPECT_EQ(entry.paths[0].label1, 55003u);
 }
 
 TEST_F(LoadDistributionTest, ADeleteOfAnyFormRemovesTheEntry) {
@@ -62,6 +66,68 @@ TEST_F(LoadDistributionTest, SpoiledFieldsAreRefused) {
     refused(CARD_ERROR_RESERVED_BYTES, [](prm_nr_ldi &r) { r.block.reserved65[64] = 1; });
 }
 
+// As many blocks one behind the other as path_len says.
+prm_nr_ldi blocks(u32 pointer, const std::vector<u32> &next_hops) {
+    prm_nr_ldi record = swap_ldi(pointer, 0, 0);
+    record.path_len = static_cast<u32>(next_hops.size() * sizeof(prm_nr_ldi_path_block));
+    for (size_t i = 0; i < next_hops.size(); ++i) {
+        prm_nr_ldi_path_block block = record.block;
+        block.flags = 0;
+        block.label0 = block.label1 = block.mpls_nh_idx = 0;
+        block.nh_idx = next_hops[i];
+        std::memcpy(record.path_data + i * sizeof block, &block, sizeof block);
+        record.block = i == 0 ? block : record.block;
+    }
+    return record;
+}
+
+std::vector<u32> next_hops_of(const LoadDistribution &entry) {
+    std::vector<u32> next_hops;
+    for (const LoadDistribution::Path &path : entry.paths) next_hops.push_back(path.nh_idx);
+    return next_hops;
+}
+
+TEST_F(LoadDistributionTest, EveryPathBlockOfARecordIsKept) {
+    for (const size_t count : {1, 2, 3, 15}) {
+        std::vector<u32> wanted;
+        for (size_t i = 0; i < count; ++i) wanted.push_back(static_cast<u32>(320 + i));
+        ASSERT_EQ(add(blocks(kPointer, wanted)), 0u) << count;
+        const LoadDistribution &entry = *card.load_distribution.table.find(kPointer);
+        EXPECT_EQ(next_hops_of(entry), wanted);
+        EXPECT_FALSE(entry.words);
+        for (const u32 nh : wanted) {
+            ASSERT_EQ(add(adjacency(nh)), 0u);
+            EXPECT_EQ(del(adjacency_delete(nh)), CARD_ERROR_IN_USE) << nh;
+        }
+        EXPECT_EQ(del(blocks(kPointer, wanted)), 0u);
+        for (const u32 nh : wanted) EXPECT_EQ(del(adjacency_delete(nh)), 0u) << nh;
+    }
+}
+
+TEST_F(LoadDistributionTest, EveryPathBlockNeedsANextHop) {
+    EXPECT_EQ(add(blocks(kPointer, {320, 0})), CARD_ERROR_BAD_VALUE);
+    EXPECT_EQ(add(blocks(kPointer, {320, 0, 322})), CARD_ERROR_BAD_VALUE);
+    prm_nr_ldi record = blocks(kPointer, {320});
+    for (const u32 length : {0u, 1u, 129u, 131u, 2048u, 2080u}) {
+        record.path_len = length;
+        EXPECT_EQ(add(record), CARD_ERROR_BAD_LENGTH) << length;
+    }
+}
+
+TEST_F(LoadDistributionTest, EveryNextHopInWordsIsKept) {
+    prm_nr_ldi record = ldi(kPointer, 320);
+    const u32 second = 321, last = 322, other_list = 323;
+    std::memcpy(record.path_data + 8, &second, sizeof second);
+    std::memcpy(record.path_data + 128, &last, sizeof last);
+    std::memcpy(record.path_data + 136, &other_list, sizeof other_list);
+    ASSERT_EQ(add(record), 0u);
+    const LoadDistribution &entry = *card.load_distribution.table.find(kPointer);
+    EXPECT_EQ(next_hops_of(entry), (std::vector<u32>{320, 321, 322, 323}));
+    EXPECT_TRUE(entry.words);
+    EXPECT_TRUE(entry.valid);
+    EXPECT_EQ(add(ldi(kPointer, 0)), CARD_ERROR_BAD_VALUE) << "the first is always there";
+}
+
 TEST_F(LoadDistributionTest, AnEntryThatALeafPointsAtIsNotDeleted) {
     EXPECT_EQ(add(ldi(kPointer)), 0u);
     EXPECT_EQ(add4(pointing_at(ipv4_leaf(0x01010102), kPointer)), 0u);
@@ -81,7 +147,6 @@ TEST_F(LoadDistributionTest, AnEntryHoldsTheAdjacencyThatItsNextHopHasButNeedsNo
     const u32 nh = next_hop();
     EXPECT_EQ(add(ldi(kPointer, nh)), 0u);  // no adjacency yet: a name
     EXPECT_EQ(add(adjacency(nh)), 0u);
-    EXPECT_EQ(add(ldi(kPointer, nh)), 0u);
     EXPECT_EQ(del(adjacency_delete(nh)), CARD_ERROR_IN_USE);
     EXPECT_EQ(add(ldi(kPointer, 5)), 0u);
     EXPECT_EQ(del(adjacency_delete(nh)), 0u);
@@ -121,7 +186,7 @@ TEST_F(LoadDistributionTest, ReservationsAreValidated) {
 }
 
 TEST_F(LoadDistributionTest, APoolNeverHandsOutANamedPointer) {
-    const u32 first = LoadDistributionState::kFirstIndex << 6;
+    const u32 first = card.inventory.pools.nr_ldi_index << 6;
     EXPECT_EQ(add(ldi(first)), 0u);
     EXPECT_EQ(ldi_pointer(), first + 64);
     EXPECT_EQ(del(ldi(first)), 0u);

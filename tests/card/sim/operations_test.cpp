@@ -38,6 +38,9 @@ class Prepared : public L3Test {
         TcamRequest create(PRM_TCAM_FEATURE_ACL, PRM_TCAM_CREATE);
         EXPECT_EQ(zor_vop_prm_tcam_vmr_create(client, &create.info), 0u);
         tcam = create.info.vmr_id;
+        uidb_create_msg bundle = create_message(kBundle, UIDB_IFTYPE_BUNDLE_MAIN, 0, 0);
+        EXPECT_EQ(uidb_create_interface(0, &bundle), 0u);
+        EXPECT_EQ(set_features(kBundle, {feature(UIDB_FEATURE_LAG_ID, kBundleId)}), 0u);
     }
 
     template <typename Record>
@@ -47,7 +50,8 @@ class Prepared : public L3Test {
 
     Account &own_account(OperationId id) { return *card.accounts.find(card::row(id).resources[0]); }
 
-    static constexpr u32 kBd = 100;
+    static constexpr u32 kBd = 100, kBundle = 0x8009000;
+    static constexpr u8 kBundleId = 21;
     u64 tcam = 0;
 
     using CardTest::card;
@@ -158,7 +162,7 @@ const Adding kAdding[] = {
     {OperationId::uidb_update_lag,
      [](Prepared &) {
          uidb_lag_update update = {};
-         update.lag_id = 21;
+         update.lag_id = Prepared::kBundleId;
          update.lag_op = UIDB_LAG_CREATE;
          const u32 status = uidb_update_lag(0, &update);
          return status != 0 ? status : update.lag_status;

@@ -1,4 +1,6 @@
 // Route leaves: keys by address family and VRF, references, refusals.
+#include <cstring>
+
 #include "tests/card/sim/forwarding_requests.h"
 
 namespace sim {
@@ -82,7 +84,7 @@ TEST_F(RouteTest, ARecursivePairNamesNextHopsWithoutAnEntry) {
 }
 
 TEST_F(RouteTest, TheNextHopsOfARecursivePairAreInUse) {
-    const u32 first = AdjacencyState::kFirstNextHop;
+    const u32 first = card.inventory.pools.next_hop;
     EXPECT_EQ(add4(recursive(ipv4_leaf(kHost), first, first + 1)), 0u);
     EXPECT_EQ(add6(recursive(ipv6_leaf(0x20, 1), first + 2, first + 3)), 0u);
     EXPECT_EQ(used(Resource::next_hop), 4u);
@@ -90,7 +92,7 @@ TEST_F(RouteTest, TheNextHopsOfARecursivePairAreInUse) {
     EXPECT_EQ(mod6(ipv6_leaf(0x20, 1)), 0u);
     EXPECT_EQ(used(Resource::next_hop), 2u);
     EXPECT_EQ(add6(recursive(ipv6_leaf(0x20, 1), first, first)), 0u);
-    EXPECT_EQ(next_hop(), first + 2);
+    EXPECT_EQ(next_hop(), first + 2) << "the first that nobody names";
     EXPECT_EQ(del6(ipv6_leaf(0x20, 1)), 0u);
     EXPECT_EQ(del4(ipv4_leaf(kHost)), 0u);
     EXPECT_EQ(used(Resource::next_hop), 1u) << "the one reserved";
@@ -101,7 +103,7 @@ TEST_F(RouteTest, ARecursiveLeafThatPointsAtAnEntryNamesOneNextHop) {
     const u32 pointer = 200128;
     ASSERT_EQ(pointer % 64, 0u);
     EXPECT_EQ(add(ldi(pointer)), 0u);
-    zor_leaf_request request = recursive(ipv4_leaf(kHost), pointer, AdjacencyState::kFirstNextHop);
+    zor_leaf_request request = recursive(ipv4_leaf(kHost), pointer, card.inventory.pools.next_hop);
     request.payload.flags0 = ZOR_LEAF_LDI;
     EXPECT_EQ(add4(request), 0u);
     EXPECT_EQ(used(Resource::next_hop), 1u);
@@ -133,13 +135,62 @@ TEST_F(RouteTest, SpoiledRequestsAreRefused) {
     refused(CARD_ERROR_BAD_PREFIX, [](R &r) { r.prefix_len = 24; });
     refused(CARD_ERROR_BAD_PREFIX, [](R &r) { r.prefix_len = 0; });
     refused(CARD_ERROR_BAD_KIND, [](R &r) { r.payload.flags0 = 0; });
-    refused(CARD_ERROR_BAD_KIND, [](R &r) { r.payload.flags0 |= 0x80; });
-    refused(CARD_ERROR_BAD_KIND, [](R &r) { r.payload.flags1 = 0x10; });
-    refused(CARD_ERROR_BAD_VALUE, [](R &r) { r.payload.ldi_ptr = 5; });
-    refused(CARD_ERROR_BAD_VALUE, [](R &r) { r.payload.ldi_ptr2 = 5; });
-    refused(CARD_ERROR_BAD_VALUE, [](R &r) { r.payload.tag_bits = 1; });
-    refused(CARD_ERROR_RESERVED_BYTES, [](R &r) { r.payload.v6_prefix_len = 32; });
-    refused(CARD_ERROR_RESERVED_BYTES, [](R &r) { r.payload.reserved16[33] = 1; });
+}
+
+// Callers do not clear an IPv4 payload: only what its flags name has a meaning.
+TEST_F(RouteTest, AnIpv4PayloadMayHoldAnythingBesidesWhatItNames) {
+    zor_leaf_request request = ipv4_leaf(kHost);
+    std::memset(&request.payload, 0xFF, sizeof request.payload);
+    request.ipv4.reserved6[0] = 0xFF;
+    request.payload.flags0 = 0xFB;  // all but the pointer's
+    request.payload.flags1 = 0xF7;
+    EXPECT_EQ(add4(request), 0u);
+    const Leaf &leaf = *card.route.ipv4.find(ipv4_key(kHost, 0, 32));
+    EXPECT_EQ(leaf.flags0, ZOR_LEAF_DIRECT);
+    EXPECT_EQ(leaf.flags1, 0);
+    EXPECT_EQ(leaf.ldi_ptr, 0u);
+    EXPECT_EQ(leaf.ldi_ptr2, 0u);
+    EXPECT_EQ(leaf.tag_bits, ZOR_LEAF_TAG_MASK);
+    EXPECT_EQ(mod4(request), 0u);
+    std::memset(&request.payload, 0xFF, sizeof request.payload);
+    EXPECT_EQ(del4(request), 0u);
+    request.payload.flags0 = 0xFA;
+    request.payload.flags1 = 0xF7;
+    EXPECT_EQ(add4(request), CARD_ERROR_BAD_KIND) << "it names nothing";
+}
+
+TEST_F(RouteTest, OwnersAreThoseOfTheInventory) {
+    Inventory inventory = small_inventory();
+    inventory.owners = {11, 12};
+    Card other(inventory);
+    CurrentCard use_other(other);
+    void *manager = event_manager_create(0, 0, 14, 0);
+    prm_handle_t handle;
+    ASSERT_EQ(prm_mgr_open(manager, 0, "other", ignore_notification, 7, 0, &handle), 0u);
+    ASSERT_EQ(prm_srh_register(&client, 1, manager, ignore_notification), 0u);
+    zor_leaf_request leaf = ipv4_leaf(kHost);
+    prm_nr_ldi entry = ldi(64);
+    zor_label_request label = pop_lookup_label(55, true);
+    prm_lpts_request lpts = lpts_add_request();
+    prm_buddy_reserve leaves = reservation(0, 1), pointers = leaves, tunnels = leaves, labels = leaves,
+                      next_hops = leaves;
+    for (const u32 owner : {10u, 11u, 12u, 13u}) {
+        const u32 answer = owner == 11 || owner == 12 ? 0 : CARD_ERROR_BAD_OWNER;
+        leaf.owner = entry.owner = label.owner = lpts.owner = owner;
+        for (prm_buddy_reserve *const its : {&leaves, &pointers, &tunnels, &labels, &next_hops})
+            its->owner = owner;
+        lpts.data_len = sizeof lpts.entry;
+        lpts.entry = lpts_add_request().entry;
+        EXPECT_EQ(add4(leaf), answer);
+        EXPECT_EQ(add(entry), answer);
+        EXPECT_EQ(add(label), answer);
+        EXPECT_EQ(prm_srh_lpts_add(client, &lpts), answer);
+        EXPECT_EQ(zor_vop_prm_srh_ip_leaf_reserve(client, &leaves), answer);
+        EXPECT_EQ(prm_srh_nr_ldi_buddy_reserve(client, &pointers), answer);
+        EXPECT_EQ(prm_srh_l3_intf_buddy_reserve(client, &tunnels), answer);
+        EXPECT_EQ(prm_srh_mpls_leaf_buddy_reserve(client, &labels), answer);
+        EXPECT_EQ(prm_srh_tx_adj_buddy_reserve(client, &next_hops), answer);
+    }
 }
 
 TEST_F(RouteTest, SpoiledIpv6RequestsAreRefused) {
@@ -157,6 +208,11 @@ TEST_F(RouteTest, SpoiledIpv6RequestsAreRefused) {
     refused(CARD_ERROR_BAD_PREFIX, [](R &r) { r.prefix_len = r.payload.v6_prefix_len = 127; });
     refused(CARD_ERROR_BAD_PREFIX, [](R &r) { r.prefix_len = r.payload.v6_prefix_len = 0; });
     refused(CARD_ERROR_BAD_PREFIX, [](R &r) { r.prefix_len = 0xFFFFFF80; });
+    refused(CARD_ERROR_BAD_KIND, [](R &r) { r.payload.flags0 |= 0x80; });
+    refused(CARD_ERROR_BAD_KIND, [](R &r) { r.payload.flags1 = 0x10; });
+    refused(CARD_ERROR_BAD_VALUE, [](R &r) { r.payload.ldi_ptr = 5; });
+    refused(CARD_ERROR_BAD_VALUE, [](R &r) { r.payload.ldi_ptr2 = 5; });
+    refused(CARD_ERROR_RESERVED_BYTES, [](R &r) { r.payload.reserved16[33] = 1; });
 }
 
 TEST_F(RouteTest, ReservationsCountAndAreBounded) {

@@ -43,5 +43,37 @@ TEST_F(StatisticsTest, BadRequestsAreRefused) {
     EXPECT_EQ(used(Resource::statistics), 0u);
 }
 
+TEST_F(StatisticsTest, APointerBelongsToTheClientThatAllocatedIt) {
+    const auto allocate = [](prm_handle_t handle, u32 count) {
+        u32 pointer = 0;
+        EXPECT_EQ(
+            prm_stats_cl_alloc(handle, PRM_STATS_INGRESS, PRM_STATS_CLASS_INTERFACE, 2, &count, &pointer),
+            0u);
+        return pointer;
+    };
+    prm_handle_t other = nullptr;
+    ASSERT_EQ(prm_srh_register(&other, 1, evm, ignore_notification), 0u);
+    const u32 first = allocate(client, 1), more = allocate(client, 2), others = allocate(other, 1),
+              last = allocate(client, 1);
+    ASSERT_EQ(prm_srh_unregister("client", 0), 0u);
+    const auto owner = [&](u32 pointer) { return card.statistics.owner(pointer); };
+    for (const u32 pointer : {first, more, more + 1, last})
+        EXPECT_EQ(owner(pointer), reinterpret_cast<uintptr_t>(client)) << "also when it is gone";
+    EXPECT_EQ(owner(others), reinterpret_cast<uintptr_t>(other));
+    EXPECT_EQ(owner(first - 1), 0u);
+    EXPECT_EQ(owner(last + 1), 0u);
+    EXPECT_EQ(used(Resource::statistics), 5u);
+}
+
+TEST_F(StatisticsTest, APointerBeginsAtZero) {
+    u32 count = 2, pointer = 0;
+    const u32 next = 5u << 24;
+    card.statistics.counters.count(next + 1, 64);
+    ASSERT_EQ(prm_stats_cl_alloc(client, PRM_STATS_INGRESS, PRM_STATS_CLASS_INTERFACE, 2, &count, &pointer),
+              0u);
+    ASSERT_EQ(pointer, next);
+    EXPECT_EQ(card.statistics.counters.of(pointer + 1), Count{});
+}
+
 }  // namespace
 }  // namespace sim

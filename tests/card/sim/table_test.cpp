@@ -82,6 +82,34 @@ TEST(TableTest, ForEachVisitsEveryEntryWithItsUsers) {
     EXPECT_THAT(seen, ::testing::ElementsAre(std::pair(1u, 0u), std::pair(2u, 1u)));
 }
 
+TEST(TableTest, WhoeverNamedAnEntryBeforeItWasAddedHoldsIt) {
+    Account account{10};
+    Numbers table(account);
+    int *entry;
+    table.hold_by_name(1);
+    table.hold_by_name(1);
+    table.hold_by_name(2);
+    EXPECT_EQ(table.size(), 0u) << "a name is no entry";
+    EXPECT_EQ(account.used, 0u);
+    ASSERT_EQ(table.add(1, &entry), 0u);
+    EXPECT_EQ(table.users(1), 2u);
+    table.hold_by_name(1);
+    EXPECT_EQ(table.users(1), 3u);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(table.remove(1), CARD_ERROR_IN_USE);
+        table.release_by_name(1);
+    }
+    ASSERT_EQ(table.remove(1), 0u);
+    ASSERT_EQ(table.add(1, &entry), 0u);
+    EXPECT_EQ(table.users(1), 0u) << "no name outlives what was let go";
+    table.release_by_name(2);
+    ASSERT_EQ(table.add(2, &entry), 0u);
+    EXPECT_EQ(table.users(2), 0u);
+    table.release_by_name(3);  // that nobody named
+    ASSERT_EQ(table.add(3, &entry), 0u);
+    EXPECT_EQ(table.users(3), 0u);
+}
+
 TEST(AccountsTest, ResourcesOfTheOperationsHaveAnAccount) {
     Accounts accounts;
     EXPECT_NE(accounts.find("interface"), nullptr);
@@ -89,22 +117,33 @@ TEST(AccountsTest, ResourcesOfTheOperationsHaveAnAccount) {
     EXPECT_EQ(accounts.find("client"), &accounts[Resource::client]);
 }
 
-TEST(IndexPoolTest, HandsOutTheLowestFreeIndex) {
-    Account account{100};
-    IndexPool pool(account, 10, 100);
+TEST(IndexPoolTest, GoesRoundSoThatWhatWasGivenBackComesLast) {
+    Account account{8};
+    IndexPool pool(account, 10, 8);
     u32 index;
     for (u32 i = 0; i < 5; ++i) {
         ASSERT_EQ(pool.reserve(1, &index), 0u);
         EXPECT_EQ(index, 10 + i);
     }
     ASSERT_EQ(pool.release(11), 0u);
-    ASSERT_EQ(pool.release(13), 0u);
+    ASSERT_EQ(pool.release(14), 0u);
+    for (const u32 expected : {15u, 16u, 17u, 11u, 14u}) {
+        ASSERT_EQ(pool.reserve(1, &index), 0u);
+        EXPECT_EQ(index, expected);
+    }
+    EXPECT_EQ(pool.reserve(1, &index), CARD_ERROR_POOL_EXHAUSTED);
+}
+
+TEST(IndexPoolTest, BlocksAndSingleIndicesGoRoundTogether) {
+    Account account{100};
+    IndexPool pool(account, 0, 100);
+    u32 index;
+    ASSERT_EQ(pool.reserve(3, &index), 0u);
+    ASSERT_EQ(pool.release(1), 0u);
     ASSERT_EQ(pool.reserve(1, &index), 0u);
-    EXPECT_EQ(index, 11u);
-    ASSERT_EQ(pool.reserve(1, &index), 0u);
-    EXPECT_EQ(index, 13u);
-    ASSERT_EQ(pool.reserve(1, &index), 0u);
-    EXPECT_EQ(index, 15u);
+    EXPECT_EQ(index, 3u);
+    ASSERT_EQ(pool.reserve(2, &index), 0u);
+    EXPECT_EQ(index, 4u);
 }
 
 TEST(IndexPoolTest, BlocksAreConsecutiveAndFree) {

@@ -8,9 +8,11 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
+#include "prm_mgr.h"
 #include "prm_srh_l2.h"
 #include "tests/card/sim/forwarding_requests.h"
 #include "tests/card/sim/hal_requests.h"
+#include "tests/card/sim/interface_requests.h"
 #include "tests/card/sim/tcam_request.h"
 
 namespace sim {
@@ -125,6 +127,66 @@ TEST_F(StateTest, FollowsARouteToTheInterfaceItLeavesBy) {
     const Json distribution = entry("load_distributions");
     EXPECT_EQ(distribution["users"], 1);
     EXPECT_EQ(distribution["paths"][0]["next_hop"]["to"], "next_hop 777");
+}
+
+TEST_F(StateTest, TellsEveryPathOfALoadDistributionEntry) {
+    add_chain(0x0A000001, 0x4000, 777);
+    prm_nr_ldi entry = ldi(0x4000, 777);
+    for (u32 i = 0; i < 5; ++i) {
+        const u32 nh = 780 + i;
+        std::memcpy(entry.path_data + 8 + 4 * i, &nh, sizeof nh);
+    }
+    ASSERT_EQ(prm_srh_nr_ldi_add(client, &entry), 0u);
+    const Json distribution = this->entry("load_distributions");
+    ASSERT_EQ(distribution["paths"].size(), 6u);
+    EXPECT_EQ(distribution["paths"][5]["next_hop"]["to"], "next_hop 784");
+    EXPECT_EQ(distribution["ldi_valid"], true);
+    const Json pointer = this->entry("ipv4_leaves")["ldi_ptr"];
+    EXPECT_EQ(pointer["ends"],
+              "next_hop 777, 00:00:b0:00:00:00 on interface 0x8000088; next_hop 780, no adjacency; "
+              "next_hop 781, no adjacency; next_hop 782, no adjacency; and 2 more");
+    EXPECT_EQ(pointer["ends_dangling"], true);
+}
+
+TEST_F(StateTest, ARecursiveLeafAtAnEntryNamesTheEntryAndOneNextHop) {
+    add_chain(0x0A000001, 0x4000, 777);
+    zor_leaf_request leaf = recursive(ipv4_leaf(0x0A000001), 0x4000, 778);
+    leaf.payload.flags0 = ZOR_LEAF_LDI;
+    ASSERT_EQ(zor_vop_prm_srh_ipv4_leaf_mod(client, &leaf), 0u);
+    EXPECT_EQ(entry("ipv4_leaves")["ldi_ptr"]["to"], "ldi 0x4000");
+    EXPECT_EQ(entry("ipv4_leaves")["ldi_ptr2"]["to"], "next_hop 778");
+}
+
+TEST_F(StateTest, TellsWhoseAStatisticsPointerIsAndWhatItCounted) {
+    u32 count = 1, pointer = 0;
+    ASSERT_EQ(prm_stats_cl_alloc(client, PRM_STATS_EGRESS, PRM_STATS_CLASS_MPLS, 2, &count, &pointer), 0u);
+    Json told = entry("statistics");
+    EXPECT_EQ(told["client"], entry("clients")["handle"]);
+    EXPECT_FALSE(told.contains("packets"));
+    card.statistics.counters.count(pointer, 1500);
+    told = entry("statistics");
+    EXPECT_EQ(told["packets"], 1);
+    EXPECT_EQ(told["bytes"], 1500);
+}
+
+TEST_F(StateTest, MarksAPortOfABundlesSubInterfaceThatIsNoMember) {
+    uidb_create_msg message = create_message(0x8009010, UIDB_IFTYPE_SUB_INTERFACE, kBundleIfh, 5);
+    ASSERT_EQ(uidb_create_interface(0, &message), 0u);
+    std::vector<uidb_feature> ports;
+    for (const u8 port : {3, 4}) {
+        ports.push_back(feature(UIDB_FEATURE_BUNDLE_SUBIF_PORT, port));
+        ports.back().member_add = 1;
+    }
+    ASSERT_EQ(set_features(0x8009010, ports), 0u);
+    card.interfaces.bundles.find(9)->members.set(4);
+    for (const Json &interface : entries("interfaces")) {
+        if (interface["handle"] != "0x8009010") continue;
+        EXPECT_EQ(interface["bundle_members"],
+                  Json::parse(R"([{"port": {"to": "member 3 of bundle 9", "dangling": true}},
+                                  {"port": {"to": "member 4 of bundle 9"}}])"));
+        return;
+    }
+    FAIL() << "the interface is not told";
 }
 
 TEST_F(StateTest, MarksAReferenceThatNamesNothingAndWhatEndsAtOne) {

@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <string>
+
 namespace {
 
 using kiv::Outcome;
@@ -52,6 +54,18 @@ TEST(Outcome, FailuresThatWereToldStayTold) {
     EXPECT_EQ(scanner.told_failures(), 2u);
     scanner.print("SUCCESS: Tx Adj add . ");
     EXPECT_EQ(scanner.told_failures(), 2u);
+}
+
+// The codes are those of the simulated card: no such entry, in use, any other.
+TEST(Outcome, RemovingAnAdjacencyThatIsGoneOrInUseIsNoFailure) {
+    const std::string all = " kiv_util_tx_adj_del call 1 failed with rc=",
+                      pseudowire = " prm_srh_xid_del call 1 failed with rc=";
+    EXPECT_EQ(kiv::outcome_of(all + "0x5ca01000"), Outcome::none);
+    EXPECT_EQ(kiv::outcome_of(all + "0x5ca01200"), Outcome::failure);
+    EXPECT_EQ(kiv::outcome_of(pseudowire + "0x5ca01000"), Outcome::none);
+    EXPECT_EQ(kiv::outcome_of(pseudowire + "0x5ca01200"), Outcome::none);
+    EXPECT_EQ(kiv::outcome_of(pseudowire + "0x5ca01400"), Outcome::failure);
+    EXPECT_EQ(kiv::outcome_of(pseudowire + "0x16"), Outcome::none) << "on a card";
 }
 
 TEST(Outcome, NameOfANextHopTakesNoFailureBack) {
