@@ -383,6 +383,7 @@ TEST_F(InterfaceTest, AMirrorSourceThatIsRefusedTakesItsMessageWithIt) {
     prm_span_request session = {};
     ASSERT_EQ(prm_srh_span_fwd_add(client, &session), 0u);
     session.session_id = 1;
+    session.dest_port = 41;
     ASSERT_EQ(prm_srh_span_fwd_add(client, &session), 0u);
     const u32 features = used(Resource::feature);
     EXPECT_EQ(set(kMainA, {feature(UIDB_FEATURE_VRF, 1), feature(UIDB_FEATURE_SPAN_SOURCE, 0),

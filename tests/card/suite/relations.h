@@ -18,6 +18,7 @@ struct Relation {
 
 std::span<const Relation> of_interfaces();
 std::span<const Relation> of_forwarding();
+std::span<const Relation> of_layer2();
 
 }  // namespace relations
 

@@ -29,7 +29,8 @@ namespace {
 
 using relations::Relation;
 
-constexpr std::span<const Relation> (*kTables[])() = {relations::of_interfaces, relations::of_forwarding};
+constexpr std::span<const Relation> (*kTables[])() = {relations::of_interfaces, relations::of_forwarding,
+                                                      relations::of_layer2};
 
 // What the run leaves for the process that started it.
 struct Outcome {
@@ -185,6 +186,15 @@ Entry &entry(sim::Table<Key, Entry> &table, Key key) {
     return *its;
 }
 
+// An entry that no operation would let in.
+template <typename Result>
+void put_in_tcam(sim::Card &card, u32 feature, const Result &result) {
+    u8 value[sim::kTcamKeyBytes] = {}, mask[sim::kTcamKeyBytes] = {}, bytes[sim::kTcamResultBytes] = {};
+    std::memcpy(bytes, &result, sizeof result);
+    auto &tcams = const_cast<sim::Table<u64, sim::Tcam> &>(card.tcam.tcams());
+    entry(tcams, u64{feature} << PRM_TCAM_VMR_FEATURE_SHIFT | 1).entries.set(0, value, mask, bytes);
+}
+
 // Of the default site's inventory: a main interface, sub-interfaces of it, a bundle and its sub-interface.
 constexpr u32 kMain = 0x8000088, kRouted = 0x800f110, kSwitched = 0x800f210, kBundleSub = 0x800a110;
 constexpr u8 kBundle = 10;
@@ -246,6 +256,60 @@ const Break kBreaks[] = {
     {"leaves have room reserved",
      [](sim::Card &card) {
          for (const u32 address : {1u, 2u}) entry(card.route.ipv4, sim::ipv4_key(address, 0, 32));
+     }},
+    {"a VNI is of one bridge domain",
+     [](sim::Card &card) {
+         for (const u32 bd_id : {1u, 2u}) entry(card.l2.bridge_domains, bd_id).vni = 5000;
+     }},
+    {"overlay adjacencies and EVPN MACs are in domains with a VNI",
+     [](sim::Card &card) {
+         entry(card.l2.bridge_domains, 1u);
+         entry(card.evpn.overlays, sim::overlay_key(1, 7));
+     }},
+    {"no overlay leads to its domain's own VTEP",
+     [](sim::Card &card) {
+         entry(card.l2.bridge_domains, 1u).source_vtep = 7;
+         entry(card.evpn.overlays, sim::overlay_key(1, 7));
+     }},
+    {"an EVPN MAC is unicast",
+     [](sim::Card &card) {
+         entry(card.evpn.macs, sim::EvpnMacKey{1, {1, 0, 0, 0, 0, 1}});
+     }},
+    {"the circuits on an interface are in one service, several in one bridge domain",
+     [](sim::Card &card) {
+         for (const u32 xid : {1u, 2u}) {
+             sim::Circuit &circuit = entry(card.l2.circuits, sim::vsp_circuit(xid));
+             circuit.uidb = at(card, kSwitched).uidb;
+             circuit.service_id = xid;
+         }
+     }},
+    {"circuits are on switched interfaces, or on a BVI in a domain that was made for one",
+     [](sim::Card &card) {
+         const u16 uidb = at(card, kRouted).uidb;
+         entry(card.l2.circuits, sim::circuit_on(uidb)).uidb = uidb;
+     }},
+    {"a pseudowire goes out over an adjacency with label and tunnel",
+     [](sim::Card &card) {
+         entry(card.adjacency.table, 7u);
+         entry(card.l2.pseudowires, 1u).next_hop = 7;
+     }},
+    {"a port is the destination of one mirror session, and has no interface",
+     [](sim::Card &card) { entry(card.span.sessions, 0u).dest_port = at(card, kMain).np_port; }},
+    {"a mirror session has at most 400 sources",
+     [](sim::Card &card) {
+         for (u64 source = 0; source < 401; ++source) entry(card.span.sources, source);
+     }},
+    {"the statistics that ACL entries name are allocated",
+     [](sim::Card &card) {
+         prm_tcam_acl_result result = {};
+         result.stats_id = 5;
+         put_in_tcam(card, PRM_TCAM_FEATURE_ACL, result);
+     }},
+    {"the statistics and policers that QoS entries name are allocated",
+     [](sim::Card &card) {
+         prm_tcam_qos_result result = {};
+         result.token_bucket_id = 5;
+         put_in_tcam(card, PRM_TCAM_FEATURE_QOS, result);
      }},
 };
 
