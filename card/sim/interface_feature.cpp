@@ -199,14 +199,13 @@ prm_status_t check_record(Card &card, const Interface &interface, const FeatureR
                           const uidb_feature &record) {
     if ((row.kinds & kind_bit(interface.kind)) == 0) return CARD_ERROR_FEATURE_NOT_APPLICABLE;
     if (record.value < row.low || record.value > row.high) return CARD_ERROR_BAD_VALUE;
-    const bool sub_of_bundle = in_bundle(card, interface);
     switch (row.feature) {
         case Feature::NP_PORT:
             if (!has_port(card, record.value)) return CARD_ERROR_UNKNOWN_PORT;
-            if (sub_of_bundle) return CARD_ERROR_FEATURE_NOT_APPLICABLE;
+            if (in_bundle(card, interface)) return CARD_ERROR_FEATURE_NOT_APPLICABLE;
             return success_if(record.value == interface.np_port, CARD_ERROR_WRONG_PORT);
         case Feature::LAG_ID:
-            return success_if(interface.kind != InterfaceKind::SUB || sub_of_bundle,
+            return success_if(interface.kind != InterfaceKind::SUB || in_bundle(card, interface),
                               CARD_ERROR_FEATURE_NOT_APPLICABLE);
         case Feature::REWRITE_OP:
             return success_if(tags_taken(record.value) != kUnknownRewrite, CARD_ERROR_BAD_VALUE);
