@@ -106,15 +106,15 @@ std::string paths(const StateEntry &entry) {
     }
 }
 
-// "all 10 packets 1045 bytes, dropped 1 packets 109 bytes": the counters that have counted.
+// "all 10/1045, dropped 1/109": packets and bytes of the counters that have counted.
 std::string counted(const StateEntry &entry) {
     std::string text;
     for (const std::string_view name : {"all", "committed", "dropped", "conform", "exceed", "violate"}) {
         const std::string_view packets = value_of(entry, fmt::format("{}.packets", name));
         if (is_set(packets))
-            append_item(&text, ", ",
-                        fmt::format("{} {} packets {} bytes", name, packets,
-                                    value_of(entry, fmt::format("{}.bytes", name))));
+            append_item(
+                &text, ", ",
+                fmt::format("{} {}/{}", name, packets, value_of(entry, fmt::format("{}.bytes", name))));
     }
     return text.empty() ? "nothing" : text;
 }
@@ -233,22 +233,22 @@ std::vector<StateColumns> all_columns() {
         {"default_queues",
          "Default queues",
          {plain("PORT", "port"), plain("QUEUE", "fid0"), plain("RATE", "rate"),
-          made("COUNTED", counted, {"all.*", "committed.*", "dropped.*"}), plain("DEPTH", "depth")}},
+          made("PACKETS/BYTES", counted, {"all.*", "committed.*", "dropped.*"}), plain("DEPTH", "depth")}},
         {"queues",
          "Queues",
          {plain("PORT", "port"), plain("QOS GROUP", "qos_group"), plain("QUEUE", "fid0"),
           plain("PRIORITY", "priority"), plain("RATE", "rate"),
-          made("COUNTED", counted, {"all.*", "committed.*", "dropped.*"}), plain("DEPTH", "depth")}},
+          made("PACKETS/BYTES", counted, {"all.*", "committed.*", "dropped.*"}), plain("DEPTH", "depth")}},
         {"port_shapers", "Port shapers", {plain("SHAPER", "shaper")}},
         {"policies",
          "Policies",
          {plain("STATISTICS", "stats_id"), plain("KIND", "kind"), plain("POLICER", "policer_id"),
           plain("COMMITTED", "committed_rate"), plain("BURST", "burst"),
-          made("COUNTED", counted, {"conform.*", "exceed.*", "violate.*"})}},
+          made("PACKETS/BYTES", counted, {"conform.*", "exceed.*", "violate.*"})}},
         {"platform_policers",
          "Policers of the platform's own",
          {plain("POLICER", "policer_id"), plain("STATISTICS", "stats_id"),
-          made("COUNTED", counted, {"conform.*", "exceed.*", "violate.*"})}},
+          made("PACKETS/BYTES", counted, {"conform.*", "exceed.*", "violate.*"})}},
         {"event_managers", "Event managers", {plain("HANDLE", "handle")}},
         {"connections",
          "Connections",

@@ -80,9 +80,9 @@ TEST_F(CardCommands, ShowTellsWhatCountersCounted) {
 "novelties":{)") + " queues");
     EXPECT_EQ(ran.status, 0);
     EXPECT_THAT(ran.out, HasSubstr(R"(Queues
-  PORT  QOS GROUP  QUEUE  PRIORITY  RATE  COUNTED                                                   DEPTH
-  1     7          0x2    0         100   all 10 packets 1045 bytes, committed 4 packets 406 bytes  6
-  1     6          0x3    1         100   nothing                                                   0
+  PORT  QOS GROUP  QUEUE  PRIORITY  RATE  PACKETS/BYTES                 DEPTH
+  1     7          0x2    0         100   all 10/1045, committed 4/406  6
+  1     6          0x3    1         100   nothing                       0
 )"));
 }
 
