@@ -127,7 +127,10 @@ static int forks_from_a_thread() {
     pid_t helper = 0;
     std::thread([&] {
         helper = fork();
-        if (helper != 0) return;
+        if (helper != 0) {
+            usleep(50'000);
+            return;
+        }
         usleep(200'000);
         if (write(ends[1], "helped\n", 7) < 0) _exit(1);
         _exit(0);
