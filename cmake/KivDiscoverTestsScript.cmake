@@ -7,6 +7,8 @@ if(NOT status EQUAL 0 OR NOT problem STREQUAL "")
 endif()
 string(REPLACE "\n" ";" folders "${folders}")
 
+# What the summary carries and no case can know.
+string(RANDOM LENGTH 24 mark)
 set(text "")
 foreach(folder IN LISTS folders)
   if(folder STREQUAL "")
@@ -28,7 +30,8 @@ foreach(folder IN LISTS folders)
   string(APPEND text "add_test([==[${PREFIX}${folder}]==] [==[${PROGRAM}]==] [==[${folder}]==]${excludes}"
     " \"--out\" [==[${WORKING_DIRECTORY}/kiv-out/${place}]==]${arguments})\n")
   string(APPEND text "set_tests_properties([==[${PREFIX}${folder}]==] PROPERTIES"
-    " PASS_REGULAR_EXPRESSION [==[(^|\n)PASSED: ]==] WORKING_DIRECTORY [==[${WORKING_DIRECTORY}]==]")
+    " ENVIRONMENT [==[KIV_SUMMARY_MARK=${mark}]==]"
+    " PASS_REGULAR_EXPRESSION [==[(^|\n)PASSED \\[${mark}\\]: ]==] WORKING_DIRECTORY [==[${WORKING_DIRECTORY}]==]")
   if(RESOURCE_LOCK)
     string(APPEND text " RESOURCE_LOCK [==[${RESOURCE_LOCK}]==]")
   endif()

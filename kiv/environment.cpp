@@ -79,6 +79,12 @@ std::string output_directory(const Options &options) {
     return directory;
 }
 
+std::string take_summary_mark() {
+    const std::string mark = variable("KIV_SUMMARY_MARK");
+    unsetenv("KIV_SUMMARY_MARK");
+    return mark;
+}
+
 bool use_color(const std::string &when, int fd) {
     if (when == "always") return true;
     if (when == "never" || !variable("NO_COLOR").empty()) return false;

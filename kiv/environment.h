@@ -26,6 +26,10 @@ class PrematureExitMark {
 // Where the run leaves files.
 std::string output_directory(const Options &options);
 
+// What the summary is to carry (KIV_SUMMARY_MARK), so that whoever waits for it finds the run's own; taken
+// out of the environment, so that no case meets it.
+std::string take_summary_mark();
+
 bool use_color(const std::string &when, int fd);
 std::string host_name();
 std::string utc_now();  // ISO 8601 with milliseconds

@@ -11,27 +11,42 @@
 
 namespace kiv {
 
-bool read_file(const std::string &path, std::string *text, std::string *error) {
+bool read_file(const std::string &path, std::string *text, std::string *error, size_t largest) {
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    const bool good = fd >= 0 && read_all(fd, text);
+    const bool good = fd >= 0 && read_all(fd, text, largest);
     if (!good) *error = path + ": " + strerror(errno);
     if (fd >= 0) close(fd);
     return good;
 }
 
-bool read_all(int fd, std::string *text) {
+bool read_all(int fd, std::string *text, size_t largest) {
     text->clear();
     char buffer[16384];
     while (true) {
         const ssize_t got = read(fd, buffer, sizeof buffer);
         if (got < 0 && errno == EINTR) continue;
         if (got <= 0) return got == 0;
+        if (static_cast<size_t>(got) > largest - text->size()) {
+            errno = EFBIG;
+            return false;
+        }
         text->append(buffer, static_cast<size_t>(got));
     }
 }
 
 bool write_file(const std::string &path, std::string_view text, std::string *error) {
     const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    const bool good = fd >= 0 && write_all(fd, text);
+    if (!good) *error = path + ": " + strerror(errno);
+    if (fd >= 0) close(fd);
+    return good;
+}
+
+bool put_file(const std::string &path, std::string_view text, std::string *error) {
+    struct stat info;
+    if (lstat(path.c_str(), &info) == 0 && !S_ISREG(info.st_mode) && !S_ISDIR(info.st_mode))
+        unlink(path.c_str());
+    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0666);
     const bool good = fd >= 0 && write_all(fd, text);
     if (!good) *error = path + ": " + strerror(errno);
     if (fd >= 0) close(fd);
@@ -74,8 +89,10 @@ bool make_directories(const std::string &path, std::string *error) {
     for (size_t at = 1; at <= path.size(); ++at) {
         if (at < path.size() && path[at] != '/') continue;
         const std::string part = path.substr(0, at);
-        if (mkdir(part.c_str(), 0777) == 0 || is_directory(part)) continue;
-        *error = part + ": " + strerror(errno == EEXIST ? ENOTDIR : errno);
+        if (mkdir(part.c_str(), 0777) == 0) continue;
+        const int why = errno;  // what is there may not be looked at
+        if (is_directory(part)) continue;
+        *error = part + ": " + strerror(why == EEXIST ? ENOTDIR : why);
         return false;
     }
     return true;

@@ -7,11 +7,14 @@
 
 namespace kiv {
 
-// Reads a whole file of reasonable size. False, with *error naming the file and the reason.
-bool read_file(const std::string &path, std::string *text, std::string *error);
+// What a file of no known kind may have in bytes: beyond it, it is not what it was taken for.
+inline constexpr size_t kLargestFile = 256u << 20;
 
-// Reads a descriptor to its end. False, with errno set.
-bool read_all(int fd, std::string *text);
+// Reads a whole file of at most `largest` bytes. False, with *error naming the file and the reason.
+bool read_file(const std::string &path, std::string *text, std::string *error, size_t largest = kLargestFile);
+
+// Reads a descriptor to its end. False, with errno set, EFBIG where there is more.
+bool read_all(int fd, std::string *text, size_t largest = kLargestFile);
 
 // Replaces a file's contents. False, with *error set.
 bool write_file(const std::string &path, std::string_view text, std::string *error);
@@ -37,6 +40,9 @@ class Descriptor {
   private:
     int number_;
 };
+
+// Puts a file in the place of whatever is there: nothing is written through a link. False, with *error set.
+bool put_file(const std::string &path, std::string_view text, std::string *error);
 
 // Creates a directory and its parents. False, with *error set.
 bool make_directories(const std::string &path, std::string *error);

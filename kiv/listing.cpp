@@ -1,8 +1,6 @@
 // What --list prints.
 #include "kiv/listing.h"
 
-#include <algorithm>
-
 #include "kiv/reports/escape.h"
 
 namespace kiv {
@@ -11,10 +9,13 @@ namespace {
 
 constexpr size_t kCommentColumn = 44;
 
-void append_text(std::string &to, std::string_view text) {
-    to += '"';
+// A field, and its exact bytes beside it when they are not UTF-8.
+void append_text(std::string &to, const std::string &name, std::string_view text) {
+    to.append(to.back() == '{' ? "\"" : ",\"").append(name).append("\":\"");
     reports::append_json(to, text);
     to += '"';
+    if (!reports::is_utf8(text))
+        to.append(",\"").append(name).append("Base64\":\"").append(reports::base64(text)).append("\"");
 }
 
 }  // namespace
@@ -22,17 +23,19 @@ void append_text(std::string &to, std::string_view text) {
 std::string list_cases(const kiv_context &context, const std::vector<uint32_t> &cases, ListKind kind) {
     std::string text;
     if (kind == ListKind::folders) {
-        std::vector<const kiv_folder *> seen;
+        std::vector<bool> seen(context.folders.size());
         for (const uint32_t index : cases) {
             const kiv_folder *folder = context.cases[index].folder;
-            if (std::find(seen.begin(), seen.end(), folder) != seen.end()) continue;
-            seen.push_back(folder);
-            text += folder->path + "\n";
+            if (seen[folder->id]) continue;
+            seen[folder->id] = true;
+            reports::append_plan(text, folder->path);
+            text += '\n';
         }
         return text;
     }
     text.reserve(cases.size() * 96);
     if (kind == ListKind::json) text += "[";
+    std::string selector;
     const char *separator = "\n";
     for (const uint32_t index : cases) {
         const Case &test = context.cases[index];
@@ -40,25 +43,22 @@ std::string list_cases(const kiv_context &context, const std::vector<uint32_t> &
         if (kind == ListKind::json) {
             text += separator;
             separator = ",\n";
-            text += "{\"folder\":";
-            append_text(text, test.folder->path);
-            text += ",\"name\":";
-            append_text(text, test.name());
-            text += ",\"selector\":";
-            append_text(text, test.selector());
-            text += ",\"description\":";
-            append_text(text, test.description());
+            text += '{';
+            append_text(text, "folder", test.folder->path);
+            append_text(text, "name", test.name());
+            append_text(text, "selector", test.selector());
+            append_text(text, "description", test.description());
             text += ",\"mode\":" + std::to_string(test.mode) + ",\"manual\":" + (manual ? "true}" : "false}");
             continue;
         }
         const size_t begin = text.size();
-        text += test.folder->path;
-        text += '/';
-        test.append_name(text);
+        selector.assign(test.folder->path).append("/");
+        test.append_name(selector);
+        reports::append_plan(text, selector);
         const size_t width = text.size() - begin;
         text.append(width < kCommentColumn ? kCommentColumn - width : 1, ' ');
         text += manual ? "# manual: " : "# ";
-        text += test.description();
+        reports::append_visible(text, test.description());
         text += '\n';
     }
     if (kind == ListKind::json) text += "\n]\n";

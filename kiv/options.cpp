@@ -3,7 +3,9 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <iterator>
 
 #include "kiv/ci.h"
@@ -101,6 +103,14 @@ void declare_selection(CLI::App &app, Options *options, Written *written) {
     app.add_flag("--list-folders", written->list_folders, "The folders alone")->group(group);
 }
 
+// Any comparison with what is none holds.
+const CLI::Validator is_number(
+    [](const std::string &text) {
+        return std::isfinite(strtod(text.c_str(), nullptr)) ? std::string()
+                                                            : text + " is not a number of seconds";
+    },
+    "");
+
 void declare_manner(CLI::App &app, Options *options, Written *written) {
     const char *const group = "How they run";
     app.add_option("--repeat", options->repeat, "Everything N times over")
@@ -118,10 +128,12 @@ void declare_manner(CLI::App &app, Options *options, Written *written) {
         app.add_option("--timeout", options->timeout, "End a case that takes longer; 0 never does [300]")
             ->type_name("SECONDS")
             ->check(CLI::Range(0.0, 1e8).description(""))
+            ->check(is_number)
             ->group(group);
     app.add_option("--grace", options->grace, "Between the polite end and the forced one [5]")
         ->type_name("SECONDS")
         ->check(CLI::Range(0.0, 1e8).description(""))
+        ->check(is_number)
         ->group(group);
     app.add_option(
            "--on-crash", written->on_crash,

@@ -78,19 +78,24 @@ class LatestByName {
 kiv_folder *kiv_context::add_folder(kiv_folder *parent, const char *name, const char *title) {
     const std::string base = (parent ? parent->path + "/" : "") + (name && *name ? name : "unnamed");
     std::string path = base;
-    for (int n = 2;; ++n) {
-        bool taken = false;
-        for (const kiv_folder &folder : folders) taken = taken || folder.path == path;
-        if (!taken) break;
-        path = base + "#" + std::to_string(n);
+    if (by_path_.contains(path)) {
+        uint32_t &next = next_number_.try_emplace(base, 2).first->second;
+        do path = base + "#" + std::to_string(next++);
+        while (by_path_.contains(path));
     }
     kiv_folder &folder = folders.emplace_back();
     folder.context = this;
     folder.parent = parent;
     folder.id = static_cast<uint32_t>(folders.size() - 1);
     folder.path = std::move(path);
+    by_path_.emplace(folder.path, &folder);
     folder.title = title ? title : "";
     return &folder;
+}
+
+const kiv_folder *kiv_context::find_folder(std::string_view path) const {
+    const auto found = by_path_.find(path);
+    return found == by_path_.end() ? nullptr : found->second;
 }
 
 void kiv_context::add_case(kiv_folder *folder, const char *name, const char *description,

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "kiv.h"
@@ -73,12 +74,16 @@ struct kiv_context {
     kiv::TextPool texts;
 
     kiv_folder *add_folder(kiv_folder *parent, const char *name, const char *title);
+    const kiv_folder *find_folder(std::string_view path) const;  // null when there is none
     void add_case(kiv_folder *folder, const char *name, const char *description, kiv_function_t function,
                   int mode);
     // Numbers the cases of one name in one folder. Done once before a run: registering stays cheap.
     void number_duplicates();
 
   private:
+    // By path, which stays where it is; and, of a name that was used again, the number to try next.
+    std::unordered_map<std::string_view, kiv_folder *> by_path_;
+    std::unordered_map<std::string, uint32_t> next_number_;
     kiv_folder *loose_cases_ = nullptr;  // takes cases that were registered without a folder
 };
 

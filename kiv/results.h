@@ -105,11 +105,13 @@ struct CaseResult {
     std::string selector() const { return folder + "/" + name; }
 };
 
-// A set-up or tear-down that ended.
+// A set-up or tear-down that ended; or a worker that ended badly outside of cases and fixtures, which is told
+// of like a fixture of no folder.
 struct FixtureResult {
     std::string folder;
-    bool set_up = false;  // else tear-down
-    bool ran = false;     // false: reported as not run, because its worker died
+    bool set_up = false;     // else tear-down
+    bool of_worker = false;  // neither: the worker itself; `folder` is empty
+    bool ran = false;        // false: reported as not run, because its worker died
     Verdict verdict = Verdict::passed;
     int signal = 0;
     std::string reason;
@@ -119,8 +121,8 @@ struct FixtureResult {
     CallFailures calls;
 
     bool failed() const { return ran && !verdict_is_good(verdict); }
-    const char *kind() const { return set_up ? "set-up" : "tear-down"; }
-    std::string name() const { return std::string(kind()) + " of " + folder; }
+    const char *kind() const { return of_worker ? "worker" : set_up ? "set-up" : "tear-down"; }
+    std::string name() const { return of_worker ? kind() : std::string(kind()) + " of " + folder; }
 };
 
 struct FolderInfo {
@@ -159,6 +161,7 @@ struct Summary {
     std::string stopped_because;     // fail-fast, interrupted, --on-crash stop; else empty
     std::vector<std::string> notes;  // lines of observers and of the supervision, in order
     size_t failed_fixtures = 0;
+    std::vector<std::string> unwritten;  // reports that are not complete, each with the reason
     uint64_t failed_calls = 0;
     uint64_t unnoticed_calls = 0;
     size_t with_unnoticed_calls = 0;  // cases and fixtures
@@ -183,6 +186,9 @@ class Reporter {
     virtual void folder_ended(const FolderInfo &) {}
     // The last call; cases that were never reached have been reported by case_ended with not_run.
     virtual void run_ended(const Summary &) {}
+    // After that: why what was told could not be written completely, with the name of the file; empty when it
+    // was.
+    virtual std::string problem() const { return ""; }
 };
 
 }  // namespace kiv

@@ -43,6 +43,7 @@ ConsoleStyle console_style_of(const Options &options) {
     style.progress = isatty(STDOUT_FILENO);
     style.verbose = options.verbose;
     style.quiet = options.quiet;
+    style.mark = take_summary_mark();
     return style;
 }
 
@@ -71,11 +72,13 @@ int Run::execute() {
     std::vector<std::unique_ptr<Reporter>> reports = open_reports(options_.reports, &error);
     if (!error.empty()) return fail(error);
 
-    const Descriptor out = Descriptor::copy_of(STDOUT_FILENO);  // a case may close the original
-    Console console(out.number(), console_style_of(options_));
+    std::optional<WritesFail> writes_fail;
+    if (!options_.no_fork) writes_fail.emplace();  // else the cases would find it
+    Console console(STDOUT_FILENO, console_style_of(options_));
     Recorder recorder(*schedule_, &console, std::move(reports), recorder_settings_of(options_, out_));
     begin(info, recorder);
     run_cases(recorder);
+    if (!writes_fail) writes_fail.emplace();
     const bool good = finish(recorder).good();
     mark.ended(good);
     return good ? 0 : 1;

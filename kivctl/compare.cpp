@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 
+#include "kiv/reports/escape.h"
 #include "kiv/reports/wording.h"
 #include "kivctl/commands.h"
 #include "kivctl/results.h"
@@ -58,7 +59,7 @@ class Listing {
     void print(const char *heading) const {
         if (lines_.empty()) return;
         fmt::print("{} ({}):\n", heading, lines_.size());
-        for (const std::string &line : lines_) fmt::print("  {}\n", line);
+        for (const std::string &line : lines_) fmt::print("  {}\n", kiv::reports::visible(line));
     }
     void add(std::string line) { lines_.push_back(std::move(line)); }
     bool empty() const { return lines_.empty(); }

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "kiv/ci.h"
+#include "kiv/reports/escape.h"
 #include "kiv/reports/wording.h"
 #include "kivctl/commands.h"
 #include "kivctl/results.h"
@@ -56,13 +57,15 @@ int gate(const Options &options) {
     size_t bad = 0, cases = 0;
     const auto say = [&](const std::string &line) {
         ++bad;
-        if (!options.quiet) fmt::print("{}\n", line);
+        if (!options.quiet) fmt::print("{}\n", kiv::reports::visible(line));
     };
     for (const std::string &file : options.files) {
         Results results;
         if (!load(file, &results)) return kUnusable;
         if (!results.complete && options.incomplete)
             say(fmt::format("{}: the run did not come to its end", file));
+        if (const std::string why = results.complete ? results.contradiction() : ""; !why.empty())
+            say(fmt::format("{}: {}", file, why));
         results.finish(kNotReached);
         size_t ran = 0;
         for (const kiv::FixtureResult *const fixture : results.fixtures())

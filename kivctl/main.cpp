@@ -1,4 +1,5 @@
 // The companion command: results of runs, sites, and states of cards.
+#include <csignal>
 #include <cstdio>
 #include <exception>
 
@@ -20,12 +21,15 @@ int run(int argc, char **argv) {
     kivctl::add_report(app, &status);
     kivctl::add_site(app, &status);
     kivctl::add_card(app, &status);
+    signal(SIGXFSZ, SIG_IGN);  // writing fails instead, which is said
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
         // Help and version end well; anything else on the command line is as unusable as a broken file.
         return app.exit(error) == 0 ? kivctl::kGood : kivctl::kUnusable;
     }
+    if (fflush(stdout) != 0 || ferror(stdout) != 0)
+        return kivctl::unusable("standard output could not be written");
     return status;
 }
 

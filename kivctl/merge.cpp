@@ -128,7 +128,8 @@ int merge(const Options &options) {
     const auto report = kiv::open_report(kiv::make_json_reporter, options.output, &error);
     if (report == nullptr) return unusable(error);
     merged(std::move(parts)).replay(*report);
-    return kGood;
+    const std::string problem = report->problem();
+    return problem.empty() ? kGood : unusable(problem);
 }
 
 }  // namespace

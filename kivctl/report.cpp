@@ -20,8 +20,12 @@ int report(const Options &options) {
     std::string error;
     const auto reports = kiv::open_reports(options.reports, &error);
     if (!error.empty()) return unusable(error);
-    for (const auto &report : reports) results.replay(*report);
-    return kGood;
+    int status = kGood;
+    for (const auto &report : reports) {
+        results.replay(*report);
+        if (const std::string problem = report->problem(); !problem.empty()) status = unusable(problem);
+    }
+    return status;
 }
 
 }  // namespace

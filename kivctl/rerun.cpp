@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 
+#include "kiv/reports/escape.h"
 #include "kiv/reports/rerun_list.h"
 #include "kivctl/commands.h"
 #include "kivctl/results.h"
@@ -31,10 +32,12 @@ int rerun(const Options &options) {
         if (list[i].again) last[folder_of(list[i].selector)] = i;
     for (size_t i = 0; i < list.size(); ++i) {
         const auto found = last.find(folder_of(list[i].selector));
+        std::string selector;
+        kiv::reports::append_plan(selector, list[i].selector);
         if (list[i].again)
-            fmt::print("{}\n", list[i].selector);
+            fmt::print("{}\n", selector);
         else if (!options.only && found != last.end() && i < found->second)
-            fmt::print("{}  # needed before\n", list[i].selector);
+            fmt::print("{}  # needed before\n", selector);
     }
     return kGood;
 }

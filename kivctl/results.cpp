@@ -2,12 +2,8 @@
 #include "kivctl/results.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
-
-#include "kiv/files.h"
+#include "kiv/reports/results_reader.h"
 #include "kivctl/commands.h"
 
 namespace kivctl {
@@ -19,10 +15,7 @@ void add_results(CLI::App &command, std::string *path) {
 
 bool load(const std::string &path, Results *results) {
     std::string text, error;
-    if (path == "-" && !kiv::read_all(STDIN_FILENO, &text))
-        error = fmt::format("-: {}", std::strerror(errno));
-    else if (path == "-" || kiv::read_file(path, &text, &error))
-        kiv::reports::read_run(text, path, results, &error);
+    if (kiv::reports::load_results(path, &text, &error)) kiv::reports::read_run(text, path, results, &error);
     if (!error.empty()) {
         unusable(error);
         return false;

@@ -58,7 +58,7 @@ void Ring::reset() {
     control_->reader_waits = control_->writer_waits = 0;
     control_->worker.counters = {};
     control_->answered = 0;
-    written_ = known_tail_ = read_ = 0;
+    written_ = known_tail_ = read_ = answers_ = 0;
 }
 
 void Ring::become_writer() {
@@ -99,6 +99,16 @@ void Ring::consume(size_t size) {
         control_->writer_waits.store(0);
         futex_wake(control_->writer_waits);
     }
+}
+
+bool Ring::is_intact() const {
+    return control_->tail.load(std::memory_order_relaxed) == read_ &&
+           control_->head.load(std::memory_order_acquire) - read_ <= kSize;
+}
+
+void Ring::answer(bool yes) {
+    control_->answer.store(yes);
+    control_->answered.store(++answers_);
 }
 
 void Ring::wait_readable(int64_t nanoseconds) {

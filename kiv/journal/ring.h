@@ -45,6 +45,10 @@ class Ring {
     // Reader: the bytes that can be read now; consume() gives room back.
     const char *readable(size_t *size);
     void consume(size_t size);
+    // What only the reader changes is as it left it, and no more was written than there is room for.
+    bool is_intact() const;
+    // Answers the writer's next question.
+    void answer(bool yes);
     // Waits until there is something to read, until interrupt() or for the given time.
     void wait_readable(int64_t nanoseconds);
     // From a signal handler: the next or present wait ends.
@@ -55,6 +59,7 @@ class Ring {
     char *data_ = nullptr;  // kSize bytes, mapped twice in a row: records are never cut
     uint64_t written_ = 0, known_tail_ = 0;
     uint64_t read_ = 0;
+    uint64_t answers_ = 0;
 };
 
 }  // namespace kiv

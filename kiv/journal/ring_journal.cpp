@@ -3,11 +3,13 @@
 
 #include <sched.h>
 #include <time.h>
+#include <unwind.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <iterator>
+#include <string>
 #include <type_traits>
 
 namespace kiv {
@@ -158,15 +160,53 @@ thread_local char this_thread;
 
 }  // namespace
 
+// Finds out whether this thread is in the middle of a record: a signal handler may have jumped out of it.
+class Writers {
+  public:
+    // Looks for one of the functions that write a record further up the stack.
+    static bool at_it() {
+        Search search;
+        const _Unwind_Reason_Code end = _Unwind_Backtrace(look, &search);
+        return search.found || (end != _URC_END_OF_STACK && end != _URC_NO_REASON);
+    }
+
+  private:
+    struct Search {
+        bool first_passed = false;  // the writer that asks
+        bool found = false;
+    };
+
+    template <typename... Fixed>
+    struct Of {
+        static constexpr size_t kCount = sizeof...(Fixed);
+        static bool has(uintptr_t begin) {
+            return ((begin == reinterpret_cast<uintptr_t>(&RingJournal::write<Fixed>)) || ...);
+        }
+    };
+    using All = Of<GroupBegins, GroupEnded, FixtureBegins, FixtureEnded, CaseBegins, CaseEnded, FailedCheck,
+                   Text, ReadsInput, Note, Done, Question, CallFailed, StatusChecked>;
+    static_assert(All::kCount == std::size(kRecords));
+
+    static _Unwind_Reason_Code look(_Unwind_Context *context, void *argument) {
+        Search &search = *static_cast<Search *>(argument);
+        if (!All::has(_Unwind_GetRegionStart(context))) return _URC_NO_REASON;
+        if (search.first_passed) search.found = true;
+        search.first_passed = true;
+        return _URC_NO_REASON;
+    }
+};
+
 // Several threads of a case may print. A signal handler that prints while its thread is at it loses its print
-// rather than spoil the ring.
+// rather than spoil the ring; one that jumps out of a print leaves a record that was never told, whose place
+// the next one takes.
 class RingJournal::Guard {
   public:
     explicit Guard(RingJournal &journal) : journal_(journal) {
         const void *nobody = nullptr;
         while (!journal_.writing_.compare_exchange_weak(nobody, &this_thread, std::memory_order_acquire)) {
             if (nobody == &this_thread) {
-                mine_ = false;
+                mine_ = !Writers::at_it();
+                if (!mine_) journal_.lost_.fetch_add(1, std::memory_order_relaxed);
                 return;
             }
             if (nobody != nullptr) sched_yield();
@@ -183,9 +223,17 @@ class RingJournal::Guard {
     bool mine_ = true;
 };
 
+#ifdef __clang__
+#define KIV_ITS_OWN_FUNCTION __attribute__((noinline))
+#else
+#define KIV_ITS_OWN_FUNCTION __attribute__((noinline, noclone))
+#endif
+
 template <typename Fixed>
-void RingJournal::put(Fixed fixed, std::span<const std::string_view> texts) {
-    const Guard guard(*this);
+KIV_ITS_OWN_FUNCTION void RingJournal::write(RingJournal &journal, Fixed fixed,
+                                             std::span<const std::string_view> texts) {
+    Ring &ring = journal.ring_;
+    const Guard guard(journal);
     if (!guard.mine()) return;
     size_t size = sizeof(RecordHeader) + fixed_size<Fixed>();
     if constexpr (Fixed::kTexts > 0) {
@@ -196,51 +244,87 @@ void RingJournal::put(Fixed fixed, std::span<const std::string_view> texts) {
         }
     }
     size = padded(size);
-    char *at = ring_.reserve(size);
+    char *at = ring.reserve(size);
     const RecordHeader header{static_cast<uint32_t>(size), Fixed::kType};
     memcpy(at, &header, sizeof header);
     at += sizeof header;
     memcpy(at, &fixed, fixed_size<Fixed>());
     at += fixed_size<Fixed>();
     for (const std::string_view text : texts) at = std::copy(text.begin(), text.end(), at);
-    ring_.publish(size);
+    ring.publish(size);
+}
+
+void RingJournal::between_items() {
+    if (writing_.load(std::memory_order_relaxed) == &this_thread)
+        writing_.store(nullptr, std::memory_order_release);
+}
+
+void RingJournal::tell_lost_prints() {
+    const uint32_t lost = lost_.exchange(0, std::memory_order_relaxed);
+    if (lost == 0) return;
+    text(Printed::direct, "\n[" + std::to_string(lost) + (lost == 1 ? " print" : " prints") +
+                              " of signal handlers are missing: each came in the middle of another]\n");
 }
 
 void RingJournal::group_begins(uint64_t position, uint32_t count) {
+    between_items();
     put(GroupBegins{position, count});
 }
 
 void RingJournal::group_ended() {
+    between_items();
     put(GroupEnded{});
 }
 
 void RingJournal::fixture_begins(uint32_t folder, bool set_up, int64_t time) {
+    between_items();
     put(FixtureBegins{time, folder, set_up});
 }
 
 void RingJournal::fixture_ended(int64_t time, const Counters &counters) {
+    between_items();
+    if (lost_.load(std::memory_order_relaxed) != 0) tell_lost_prints();
     put(FixtureEnded{time, counters});
 }
 
 void RingJournal::case_begins(uint64_t position, int64_t time) {
+    between_items();
     put(CaseBegins{position, time});
 }
 
 void RingJournal::case_ended(int64_t time, const Counters &counters) {
+    between_items();
+    if (lost_.load(std::memory_order_relaxed) != 0) tell_lost_prints();
     put(CaseEnded{time, counters});
 }
 
+namespace {
+
+// A text that may be too long: then its begin, marked, in `cut`.
+std::string_view at_most(size_t longest, std::string_view text, std::string *cut) {
+    if (text.size() <= longest) return text;
+    const std::string mark = "... [cut: " + std::to_string(text.size()) + " bytes]";
+    size_t kept = longest - std::min(longest, mark.size());
+    while (kept > 0 && (static_cast<uint8_t>(text[kept]) & 0xC0) == 0x80) --kept;  // no half characters
+    cut->assign(text, 0, kept).append(mark);
+    return *cut;
+}
+
+}  // namespace
+
 void RingJournal::failed_check(const CheckView &check) {
     std::string_view texts[FailedCheck::kTexts];
+    std::string cut[FailedCheck::kTexts];
     for (size_t i = 0; i < std::size(texts); ++i)
-        texts[i] = (check.*CheckView::kTexts[i]).substr(0, kLongestCheckText);
+        texts[i] = at_most(kLongestCheckText, check.*CheckView::kTexts[i], &cut[i]);
     put(FailedCheck{check.is_condition, check.status, check.expected, check.line, {}}, texts);
 }
 
 void RingJournal::failed_call(const FailedCall &call) {
     std::string_view texts[CallFailed::kTexts];
+    std::string cut[CallFailed::kTexts];
     for (size_t i = 0; i < std::size(texts); ++i)
-        texts[i] = (call.*FailedCall::kTexts[i]).substr(0, kLongestCallText);
+        texts[i] = at_most(kLongestCallText, call.*FailedCall::kTexts[i], &cut[i]);
     put(CallFailed{call.code, {}}, texts);
 }
 
@@ -260,14 +344,17 @@ void RingJournal::reads_input(std::string_view source, uint32_t lines) {
 }
 
 void RingJournal::note(std::string_view text) {
-    put_text(Note{}, text.substr(0, kLongestText));
+    std::string cut;
+    put_text(Note{}, at_most(kLongestText, text, &cut));
 }
 
 void RingJournal::done() {
+    between_items();
     put(Done{});
 }
 
 bool RingJournal::go_on() {
+    between_items();
     put(Question{});
     ++questions_;
     while (ring_.control().answered.load() < questions_) {
@@ -403,8 +490,7 @@ void replay_record(const RecordHeader &header, const char *payload, Ring &ring, 
             journal.done();
             break;
         case Question::kType:
-            ring.control().answer.store(journal.go_on());
-            ring.control().answered.fetch_add(1);
+            ring.answer(journal.go_on());
             break;
         default:
             break;

@@ -5,13 +5,14 @@
 #include <cinttypes>
 #include <cstdio>
 
-#include "kiv/files.h"
 #include "kiv/reports/calls.h"
+#include "kiv/reports/escape.h"
 #include "kiv/reports/time.h"
 
 namespace kiv {
 
 using reports::duration_text;
+using reports::visible;
 
 namespace {
 
@@ -61,6 +62,14 @@ void add_name(std::vector<std::string> &names, const std::string &name) {
 }
 
 std::string shell_word(const std::string &word) {
+    if (reports::visible(word) != word) {
+        std::string quoted = "$'";
+        for (const char c : word) {
+            if (c == '\'' || c == '\\') quoted += '\\';
+            reports::append_visible(quoted, {&c, 1});
+        }
+        return quoted + "'";
+    }
     if (word.find_first_of(" \t\"'\\$&;|<>*?[](){}#~`!") == std::string::npos) return word;
     std::string quoted = "'";
     for (const char c : word) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
@@ -70,7 +79,7 @@ std::string shell_word(const std::string &word) {
 }  // namespace
 
 void Console::flush() {
-    if (!broken_ && !out_.empty()) broken_ = !write_all(fd_, out_);
+    if (!out_.empty()) outlet_.write(out_);  // nobody may be reading any more
     out_.clear();
 }
 
@@ -93,11 +102,11 @@ void Console::run_begins(const RunInfo &info) {
     if (info.shard_count > 1)
         line += ", shard " + std::to_string(info.shard_index + 1) + " of " + std::to_string(info.shard_count);
     if (info.seed != 0) line += ", shuffled with --seed " + std::to_string(info.seed);
-    if (!info.card.empty()) line += ", card " + info.card;
+    if (!info.card.empty()) line += ", card " + visible(info.card);
     paint(kBold, "Running " + line);
     out_ += '\n';
-    if (!info.site.empty()) out_ += "Site " + info.site + "\n";
-    if (!info.disk0.empty()) out_ += "Flash " + info.disk0 + "\n";
+    if (!info.site.empty()) out_ += "Site " + visible(info.site) + "\n";
+    if (!info.disk0.empty()) out_ += "Flash " + visible(info.disk0) + "\n";
 }
 
 void Console::folder_begins(const FolderInfo &folder) {
@@ -111,8 +120,8 @@ void Console::folder_heading() {
     heading_pending_ = false;
     clear_progress();
     out_ += '\n';
-    paint(kBold, heading_.path);
-    if (!heading_.title.empty() && heading_.title != heading_.path) out_ += "  " + heading_.title;
+    paint(kBold, visible(heading_.path));
+    if (!heading_.title.empty() && heading_.title != heading_.path) out_ += "  " + visible(heading_.title);
     out_ += '\n';
 }
 
@@ -134,7 +143,7 @@ void Console::tick(int64_t now) {
     std::string line = "[";
     line += std::to_string(done_ + 1) + "/" + std::to_string(total_) + "] ";
     if (bad_ > 0) line += std::to_string(bad_) + " not good, ";
-    line += running_;
+    line += visible(running_);
     const int64_t seconds = (now - running_since_) / 1'000'000'000;
     if (seconds > 0) line += "  " + std::to_string(seconds) + " s";
     if (line.size() > kColumns - 1) line.resize(kColumns - 1);
@@ -148,28 +157,36 @@ void Console::announce(std::string_view line) {
     clear_progress();
     end_live_line();
     out_ += "  ";
-    paint(kYellow, line);
+    paint(kYellow, visible(line));
     out_ += '\n';
     flush();
 }
 
 void Console::quoted(std::string_view text) {
-    for (const char c : text) {
+    for (size_t i = 0; i < text.size();) {
         if (!live_line_open_) {
             paint(kDim, "    | ");
             live_line_open_ = true;
         }
-        const unsigned char byte = static_cast<unsigned char>(c);
-        if (c == '\n') {
+        const unsigned char byte = static_cast<unsigned char>(text[i]);
+        const std::string_view rest = text.substr(i);
+        size_t length = std::max<size_t>(reports::utf8_length(rest), 1);
+        if (byte == '\n') {
             live_line_open_ = false;
             out_ += '\n';
-        } else if ((byte < 0x20 && c != '\t') || byte == 0x7f) {
-            char escaped[8];
-            snprintf(escaped, sizeof escaped, "\\x%02x", byte);
-            out_ += escaped;
+        } else if (byte == '\t' || (continues_ > 0 && (byte & 0xC0) == 0x80)) {
+            out_ += text[i];
+        } else if (const size_t whole = reports::utf8_size(byte); whole > rest.size()) {
+            // A character that the next piece ends.
+            length = rest.size();
+            out_ += rest;
+            continues_ = whole - length;
+            return;
         } else {
-            out_ += c;
+            reports::append_visible(out_, rest.substr(0, length));
         }
+        if (continues_ > 0) --continues_;
+        i += length;
         if (out_.size() > 65536) flush();
     }
 }
@@ -206,17 +223,18 @@ void Console::quote(std::string_view output) {
 
 void Console::checks(const std::vector<Check> &failures, uint64_t failed) {
     for (const Check &check : failures) {
-        out_ += "      " + check.file + ", " + check.function + ", line " + std::to_string(check.line) + "\n";
+        out_ += "      " + visible(check.file) + ", " + visible(check.function) + ", line " +
+                std::to_string(check.line) + "\n";
         if (check.is_condition) {
-            out_ += "        not true: " + check.expected_name + "\n";
+            out_ += "        not true: " + visible(check.expected_name) + "\n";
             std::string message = check.message;
             while (!message.empty() && message.back() == '\n') message.pop_back();
-            if (!message.empty()) out_ += "        " + message + "\n";
+            if (!message.empty()) out_ += "        " + visible(message) + "\n";
             continue;
         }
-        out_ += "        expected " + hex(check.expected) + " " + check.expected_name + "\n";
+        out_ += "        expected " + hex(check.expected) + " " + visible(check.expected_name) + "\n";
         out_ += "        got      " + hex(check.status);
-        if (!check.status_text.empty()) out_ += " " + check.status_text;
+        if (!check.status_text.empty()) out_ += " " + visible(check.status_text);
         out_ += '\n';
     }
     if (failed > failures.size())
@@ -231,7 +249,9 @@ void Console::verdict_line(Verdict verdict, std::chrono::nanoseconds duration, s
     const std::string time = verdict == Verdict::not_run ? "" : duration_text(duration);
     out_.append(18 - std::min<size_t>(word.size(), 17), ' ');
     out_.append(9 - std::min<size_t>(time.size(), 9), ' ');
-    out_.append(time).append("  ").append(name).append("\n");
+    out_.append(time).append("  ");
+    reports::append_visible(out_, name);
+    out_ += '\n';
 }
 
 void Console::case_ended(const CaseResult &result) {
@@ -258,12 +278,12 @@ void Console::case_ended(const CaseResult &result) {
     folder_heading();
     verdict_line(result.verdict, result.duration, result.name);
     unnoticed(result.calls);
-    if (!result.reason.empty() && !good) out_ += "      " + result.reason + "\n";
+    if (!result.reason.empty() && !good) out_ += "      " + visible(result.reason) + "\n";
     if (!good) checks(result.failures, result.failed_checks);
     if (!good && !live_ && !result.output.empty()) quote(result.output);
     if (!result.output_file.empty())
         out_ += "      output: " + counted(result.output_size, "byte", "bytes") + ", whole in " +
-                result.output_file + "\n";
+                visible(result.output_file) + "\n";
     live_ = false;
     if (out_.size() > 32768) flush();
 }
@@ -272,7 +292,7 @@ void Console::unnoticed(const CallFailures &calls) {
     const std::string text = reports::unnoticed_text(calls);
     if (text.empty()) return;
     out_ += "      ";
-    paint(kYellow, text);
+    paint(kYellow, visible(text));
     out_ += '\n';
 }
 
@@ -287,7 +307,7 @@ void Console::fixture_ended(const FixtureResult &fixture) {
     if (fixture.failed()) bad_fixtures_.push_back(fixture.name());
     if (good) add_name(unnoticed_, fixture.name());
     unnoticed(fixture.calls);
-    if (!fixture.reason.empty()) out_ += "      " + fixture.reason + "\n";
+    if (!fixture.reason.empty()) out_ += "      " + visible(fixture.reason) + "\n";
     checks(fixture.failures, fixture.failures.size());
     if (!good && !fixture.output.empty() && !style_.verbose) quote(fixture.output);
 }
@@ -297,13 +317,15 @@ void Console::list_names(std::string_view title, const std::vector<std::string> 
     out_ += '\n';
     paint(kBold, title);
     out_ += '\n';
-    for (size_t i = 0; i < names.size() && i < kListed; ++i) out_ += "  " + names[i] + "\n";
+    for (size_t i = 0; i < names.size() && i < kListed; ++i) out_ += "  " + visible(names[i]) + "\n";
     if (names.size() > kListed) out_ += "  and more\n";
 }
 
 void Console::run_ended(const Summary &summary) {
     clear_progress();
     end_live_line();
+    flush();
+    outlet_.drain(true);  // nothing of the summary is left out
     if (slowest_.size() > 1 && slowest_.front().duration >= std::chrono::milliseconds(1)) {
         out_ += '\n';
         paint(kBold, "Slowest");
@@ -311,7 +333,7 @@ void Console::run_ended(const Summary &summary) {
         for (const Slow &slow : slowest_) {
             const std::string time = duration_text(slow.duration);
             out_.append(11 - std::min<size_t>(time.size(), 11), ' ');
-            out_ += time + "  " + slow.selector + "\n";
+            out_ += time + "  " + visible(slow.selector) + "\n";
         }
     }
     list_names("Not good", bad_selectors_);
@@ -336,9 +358,10 @@ void Console::run_ended(const Summary &summary) {
         out_ += line + "\n";
     }
     out_ += '\n';
-    if (!summary.stopped_because.empty()) out_ += "Stopped: " + summary.stopped_because + "\n";
+    if (!summary.stopped_because.empty()) out_ += "Stopped: " + visible(summary.stopped_because) + "\n";
     const bool good = summary.good();
     paint(good ? kGreen : kRed, good ? "PASSED" : "FAILED");
+    if (!style_.mark.empty()) out_ += " [" + visible(style_.mark) + "]";
     out_ += ": " + counted(summary.selected, "case", "cases");
     for (const Verdict verdict :
          {Verdict::passed, Verdict::failed, Verdict::aborted, Verdict::crashed, Verdict::timed_out,
@@ -352,7 +375,9 @@ void Console::run_ended(const Summary &summary) {
             std::to_string(summary.failed_checks) + " failed, in " + duration_text(summary.duration) + "\n";
     const std::string calls = reports::unnoticed_text(summary);
     if (!calls.empty()) out_ += "        " + calls + "\n";
+    for (const std::string &report : summary.unwritten) out_ += "NOT WRITTEN: " + visible(report) + "\n";
     flush();
+    outlet_.drain(true);
 }
 
 }  // namespace kiv

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "kiv/reports/outlet.h"
 #include "kiv/results.h"
 
 namespace kiv {
@@ -16,11 +17,13 @@ struct ConsoleStyle {
     bool progress = false;  // a line that is rewritten while a case runs: terminals only
     bool verbose = false;   // every case's output, as it comes
     bool quiet = false;     // only what did not pass, and the summary
+    std::string mark = {};  // of the summary: tells it from whatever a case may print
 };
 
 class Console : public Reporter {
   public:
-    Console(int fd, ConsoleStyle style) : fd_(fd), style_(style) {}
+    // Writes to what `fd` leads to, by a descriptor of its own.
+    Console(int fd, ConsoleStyle style) : outlet_(fd, reports::Outlet::Kind::screen), style_(style) {}
     ~Console() override { flush(); }
 
     void run_begins(const RunInfo &info) override;
@@ -57,10 +60,9 @@ class Console : public Reporter {
         std::string selector;
     };
 
-    int fd_;
+    reports::Outlet outlet_;
     ConsoleStyle style_;
     std::string out_;
-    bool broken_ = false;  // nobody reads any more
     std::string program_;
     uint64_t total_ = 0, done_ = 0, bad_ = 0;
     FolderInfo heading_;
@@ -70,6 +72,7 @@ class Console : public Reporter {
     bool progress_shown_ = false;
     bool live_ = false;            // output of the running case is being shown
     bool live_line_open_ = false;  // and its last line has no end yet
+    size_t continues_ = 0;         // bytes of a character that the last piece began
     std::vector<Slow> slowest_;
     std::vector<std::string> bad_selectors_;
     std::vector<std::string> bad_fixtures_;

@@ -8,31 +8,46 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
+#include <optional>
+
+#include "kiv/reports/outlet.h"
 
 namespace kiv::reports {
 namespace {
 
+std::string directory_of(const std::string &path) {
+    const size_t slash = path.find_last_of('/');
+    return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+}
+
 class FileSink : public Sink {
   public:
-    FileSink(std::string path, std::string temporary, int fd, bool seekable)
-        : path_(std::move(path)),
-          temporary_(std::move(temporary)),
-          fd_(fd),
-          seekable_(seekable),
-          owner_(getpid()) {}
+    // What becomes the file at its beginning.
+    enum class Place {
+        stream,    // it is none
+        nameless,  // gets its name
+        beside,    // is renamed
+        itself,
+    };
+
+    FileSink(std::string path, Place place, std::string temporary, int fd)
+        : path_(std::move(path)), place_(place), temporary_(std::move(temporary)), fd_(fd), owner_(getpid()) {
+        if (place_ == Place::stream) outlet_.emplace(fd_, Outlet::Kind::whole);
+    }
 
     ~FileSink() override {
-        close(fd_);
+        release_descriptor(fd_);
         // A forked child that unwinds leaves its parent's file alone.
         if (!temporary_.empty() && getpid() == owner_) unlink(temporary_.c_str());
     }
 
-    bool seekable() const override { return seekable_; }
+    bool seekable() const override { return place_ != Place::stream; }
 
     bool begin(std::string_view text) override {
+        if (place_ == Place::itself && !truncate(0)) return false;
         if (!write(0, text)) return false;
+        if (place_ == Place::nameless && !give_name()) return false;
         if (temporary_.empty()) return true;
         if (rename(temporary_.c_str(), path_.c_str()) != 0) return complain();
         temporary_.clear();
@@ -40,9 +55,9 @@ class FileSink : public Sink {
     }
 
     bool write(uint64_t offset, std::string_view text) override {
+        if (outlet_) return outlet_->write(text) || complain(outlet_->problem());
         while (!text.empty()) {
-            const ssize_t n = seekable_ ? pwrite(fd_, text.data(), text.size(), static_cast<off_t>(offset))
-                                        : ::write(fd_, text.data(), text.size());
+            const ssize_t n = pwrite(fd_, text.data(), text.size(), static_cast<off_t>(offset));
             if (n < 0) {
                 if (errno == EINTR) continue;
                 return complain();
@@ -57,20 +72,43 @@ class FileSink : public Sink {
         return ftruncate(fd_, static_cast<off_t>(size)) == 0 || complain();
     }
 
+    void finish() override {
+        if (outlet_ && !outlet_->drain(false)) complain(outlet_->problem());
+    }
+
+    std::string problem() const override { return problem_; }
+
   private:
-    // A report that cannot be written must not end the run: said once, then the report stays as it is.
-    bool complain() {
-        if (!complained_) std::fprintf(stderr, "kiv: %s: %s\n", path_.c_str(), std::strerror(errno));
-        complained_ = true;
+    // As the file's own when there is none, else as one that is then renamed.
+    bool give_name() {
+        const std::string self = "/proc/self/fd/" + std::to_string(fd_);
+        if (linkat(AT_FDCWD, self.c_str(), AT_FDCWD, path_.c_str(), AT_SYMLINK_FOLLOW) == 0) return true;
+        if (errno != EEXIST) return complain();
+        for (int n = 0; n < 1000; ++n) {
+            const std::string name =
+                directory_of(path_) + "/.kiv-" + std::to_string(owner_) + "-" + std::to_string(n);
+            if (linkat(AT_FDCWD, self.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+                temporary_ = name;
+                return true;
+            }
+            if (errno != EEXIST) break;
+        }
+        return complain();
+    }
+
+    // A report that cannot be written must not end the run: it stays as it is.
+    bool complain(const std::string &why = std::strerror(errno)) {
+        if (problem_.empty()) problem_ = path_ + ": " + why;
         return false;
     }
 
     const std::string path_;
+    const Place place_;
     std::string temporary_;  // until begin
     const int fd_;
-    const bool seekable_;
     const pid_t owner_;
-    bool complained_ = false;
+    std::string problem_;
+    std::optional<Outlet> outlet_;  // when it is no regular file
 };
 
 // The file that a path leads to through symbolic links, so that renaming replaces the file and not the link.
@@ -96,21 +134,37 @@ std::unique_ptr<Sink> open_file_sink(const std::string &path, std::string *error
         return fail();
     }
     if (exists && !S_ISREG(status.st_mode)) {
-        const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+        const int fd = keep_descriptor(open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
         if (fd < 0) return fail();
-        return std::make_unique<FileSink>(path, "", fd, false);
+        return std::make_unique<FileSink>(path, FileSink::Place::stream, "", fd);
     }
     if (exists && access(path.c_str(), W_OK) != 0) return fail();
 
     std::string target = resolved(path);
-    const size_t slash = target.find_last_of('/') + 1;  // 0 when there is none
-    std::string temporary = target.substr(0, slash) + "." + target.substr(slash) + ".XXXXXX";
-    const int fd = mkostemp(temporary.data(), O_CLOEXEC);
-    if (fd < 0) return fail();
     const mode_t mask = umask(0);
     umask(mask);
-    fchmod(fd, exists ? status.st_mode & 07777 : 0666 & ~mask);
-    return std::make_unique<FileSink>(std::move(target), std::move(temporary), fd, true);
+    const mode_t mode = exists ? status.st_mode & 07777 : 0666 & ~mask;
+    const std::string directory = directory_of(target);
+    // A file without a name, so that a start that is killed leaves none; where there is no such thing, one
+    // with a short name, since the other may be as long as names are.
+    std::string temporary;
+    int fd = open(directory.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
+    if (fd < 0) {
+        temporary = directory + "/.kiv-XXXXXX";
+        fd = mkostemp(temporary.data(), O_CLOEXEC);
+    }
+    if (fd < 0 && exists) {
+        // Nothing can be put beside it: it is written itself.
+        temporary.clear();
+        fd = open(target.c_str(), O_WRONLY | O_CLOEXEC);
+        if (fd < 0) return fail();
+        return std::make_unique<FileSink>(std::move(target), FileSink::Place::itself, "",
+                                          keep_descriptor(fd));
+    }
+    if (fd < 0) return fail();
+    fchmod(fd, mode);
+    const auto place = temporary.empty() ? FileSink::Place::nameless : FileSink::Place::beside;
+    return std::make_unique<FileSink>(std::move(target), place, std::move(temporary), keep_descriptor(fd));
 }
 
 void LineFile::begin(std::string_view text) {
@@ -139,6 +193,11 @@ void LineFile::flush() {
         size_ += pending_.size();
     }
     pending_.clear();
+}
+
+void LineFile::finish() {
+    flush();
+    sink_->finish();
 }
 
 void ClosedDocument::begin(std::string_view head, std::string_view tail) {
@@ -235,6 +294,7 @@ void ClosedDocument::finish() {
         size_ = end_ + tail_.size();
         broken_ = true;  // nothing follows
     }
+    sink_->finish();
 }
 
 }  // namespace kiv::reports

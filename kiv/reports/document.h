@@ -26,6 +26,10 @@ class Sink {
     virtual bool begin(std::string_view text) = 0;
     virtual bool write(uint64_t offset, std::string_view text) = 0;
     virtual bool truncate(uint64_t size) = 0;
+    // Nothing follows: what a reader has yet to take is taken.
+    virtual void finish() {}
+    // The file and why it is not complete; empty while it is.
+    virtual std::string problem() const { return ""; }
 };
 
 // Opens `path` for a report; null and *error when that fails.
@@ -46,6 +50,8 @@ class LineFile {
     void begin(std::string_view text);
     void add(std::string_view line);  // with its newline
     void flush();
+    void finish();  // nothing follows
+    std::string problem() const { return sink_->problem(); }
 
   private:
     std::unique_ptr<Sink> sink_;
@@ -82,6 +88,7 @@ class ClosedDocument {
     void patch(uint64_t offset, std::string_view text);
     // Cuts off the room; on a stream, writes the closing text. Nothing can be added then.
     void finish();
+    std::string problem() const { return sink_->problem(); }
 
   private:
     bool fits_in_page(uint64_t offset, uint64_t length) const;

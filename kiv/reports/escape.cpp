@@ -3,6 +3,7 @@
 
 #include <string.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdio>
@@ -131,6 +132,13 @@ size_t utf8_length(std::string_view text) {
     return 0;
 }
 
+size_t utf8_size(uint8_t first) {
+    return first >= 0xC2 && first <= 0xDF   ? 2
+           : first >= 0xE0 && first <= 0xEF ? 3
+           : first >= 0xF0 && first <= 0xF4 ? 4
+                                            : 1;
+}
+
 bool is_utf8(std::string_view text) {
     for (size_t i = 0; i < text.size();) {
         if (static_cast<uint8_t>(text[i]) < 0x80) {
@@ -185,6 +193,51 @@ void append_json(std::string &to, std::string_view text, bool in_page) {
         }
     };
     append_escaped(to, text, in_page ? kJsonInPage : kJson, escape, [](std::string_view) { return true; });
+}
+
+void append_visible(std::string &to, std::string_view text) {
+    for (size_t i = 0; i < text.size();) {
+        const uint8_t byte = static_cast<uint8_t>(text[i]);
+        const size_t length = utf8_length(text.substr(i));
+        const bool control = byte < 0x20 || byte == 0x7f ||
+                             (length == 2 && byte == 0xC2 && static_cast<uint8_t>(text[i + 1]) < 0xA0);
+        if (length != 0 && !control) {
+            to.append(text, i, length);
+            i += length;
+            continue;
+        }
+        for (const size_t end = i + std::max<size_t>(length, 1); i < end; ++i) {
+            char escaped[8];
+            std::snprintf(escaped, sizeof escaped, "\\x%02x", static_cast<uint8_t>(text[i]));
+            to += escaped;
+        }
+    }
+}
+
+std::string visible(std::string_view text) {
+    std::string shown;
+    append_visible(shown, text);
+    return shown;
+}
+
+void append_plan(std::string &to, std::string_view selector) {
+    const auto cannot_stand = [](char c) {
+        const uint8_t byte = static_cast<uint8_t>(c);
+        return byte <= 0x20 || byte == 0x7f;
+    };
+    const bool marked = selector.starts_with('-') || selector.starts_with('#');
+    if (!marked && std::none_of(selector.begin(), selector.end(), cannot_stand)) {
+        to += selector;
+        return;
+    }
+    if (marked) {
+        to.append("[").append(selector.substr(0, 1)).append("]");
+        selector.remove_prefix(1);
+    }
+    for (const char c : selector) {
+        if (c == '*' || c == '?' || c == '[' || c == '\\') to += '\\';
+        to += cannot_stand(c) ? '?' : c;
+    }
 }
 
 void append_number(std::string &to, uint64_t number) {

@@ -10,6 +10,8 @@ namespace kiv::reports {
 
 // Length of the well-formed UTF-8 sequence that `text` starts with, 0 when there is none.
 size_t utf8_length(std::string_view text);
+// Length of the sequence that a byte begins, 1 when it begins none.
+size_t utf8_size(uint8_t first);
 bool is_utf8(std::string_view text);
 
 // For element content and for attribute values in double quotes. What XML cannot carry, and bytes that are
@@ -22,6 +24,15 @@ void append_json(std::string &to, std::string_view text, bool in_page = false);
 
 // Whether a text stands in JSON as it is: printable ASCII without anything to escape.
 bool is_plain_json(std::string_view text);
+
+// For a terminal, on one line: control characters, also those of two bytes, and bytes that are not UTF-8
+// become
+// "\x0a".
+void append_visible(std::string &to, std::string_view text);
+std::string visible(std::string_view text);
+
+// As a plan holds a selector: what cannot stand in one becomes a pattern that fits it.
+void append_plan(std::string &to, std::string_view selector);
 
 void append_number(std::string &to, uint64_t number);
 void append_number(std::string &to, int number);

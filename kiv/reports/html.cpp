@@ -32,6 +32,9 @@ class HtmlReporter : public EventReporter {
     }
     void last() override { document_.finish(); }
 
+  public:
+    std::string problem() const override { return document_.problem(); }
+
   private:
     ClosedDocument document_;
     std::string body_;

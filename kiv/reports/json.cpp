@@ -38,7 +38,10 @@ class JsonReporter : public EventReporter {
     }
 
     void events_end() override { file_.flush(); }
-    void last() override {}
+    void last() override { file_.finish(); }
+
+  public:
+    std::string problem() const override { return file_.problem(); }
 
   private:
     LineFile file_;

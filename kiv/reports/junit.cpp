@@ -76,7 +76,7 @@ class JunitReporter : public Reporter {
         enter(fixture.folder, false);
         text_.clear();
         const bool skipped = !fixture.ran;
-        open_case(fixture.kind(), fixture.folder, fixture.duration,
+        open_case(fixture.kind(), fixture.of_worker ? fixture.kind() : fixture.folder, fixture.duration,
                   skipped ? "not run" : verdict_text(fixture.verdict), fixture.failures.size());
         text_ += ">\n";
         if (skipped)
@@ -135,6 +135,8 @@ class JunitReporter : public Reporter {
         in_suite_ = false;
         document_.finish();
     }
+
+    std::string problem() const override { return document_.problem(); }
 
   private:
     static constexpr std::string_view kRunEnd = "</testsuites>\n";
@@ -246,7 +248,7 @@ class JunitReporter : public Reporter {
         const size_t counts_at = head_.size();
         if (!streaming_) append_counts(head_, shown());
         head_ += streaming_ ? "tests=\"" + std::to_string(shown().tests) + "\" name=\"" : " name=\"";
-        append_xml_attribute(head_, folder_);
+        append_xml_attribute(head_, folder_.empty() ? "worker" : folder_);
         head_ += "\" timestamp=\"";
         clock_.append_to_second(head_, started_);
         if (!host_.empty()) {

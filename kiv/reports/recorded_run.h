@@ -33,6 +33,9 @@ struct RecordedRun {
     // How often each case is told of, by selector: as often as the run has passes, unless it was killed.
     std::map<std::string, int> told() const;
 
+    // What the run's own counts say that its events do not, "FIELD: what differs"; empty when they agree.
+    std::string contradiction() const;
+
     // Makes a run that ended early whole: a not-run result for each case that it did not reach, and a
     // summary.
     void finish(const std::string &reason);

@@ -1,6 +1,8 @@
 // The table of the report formats, and the opening of reports.
 #include "kiv/reports/report_list.h"
 
+#include <sys/stat.h>
+
 namespace kiv {
 namespace {
 
@@ -28,8 +30,37 @@ bool ReportRequest::list_cases() const {
     return false;
 }
 
+namespace {
+
+// What tells a regular file, whatever it is called by; empty for what is none.
+std::string identity(const std::string &path) {
+    struct stat info;
+    if (stat(path.c_str(), &info) == 0)
+        return S_ISREG(info.st_mode) ? std::to_string(info.st_dev) + ":" + std::to_string(info.st_ino) : "";
+    const size_t name = path.rfind('/') + 1;
+    if (stat(name == 0 ? "." : path.substr(0, name).c_str(), &info) != 0) return "";
+    return std::to_string(info.st_dev) + ":" + std::to_string(info.st_ino) + "/" + path.substr(name);
+}
+
+// Two reports in one file would spoil each other. False, with *error set.
+bool are_apart(const ReportRequest &request, std::string *error) {
+    for (size_t i = 0; i < request.files.size(); ++i) {
+        const std::string one = request.files[i].empty() ? "" : identity(request.files[i]);
+        for (size_t k = 0; k < i && !one.empty(); ++k) {
+            if (request.files[k].empty() || identity(request.files[k]) != one) continue;
+            *error = std::string("--") + kFormats[k].name + " and --" + kFormats[i].name + " both write " +
+                     request.files[i];
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
 std::vector<std::unique_ptr<Reporter>> open_reports(const ReportRequest &request, std::string *error) {
     std::vector<std::unique_ptr<Reporter>> reports;
+    if (!are_apart(request, error)) return reports;
     for (size_t i = 0; i < request.files.size(); ++i) {
         if (request.files[i].empty()) continue;
         std::unique_ptr<Reporter> report = open_report(*kFormats[i].make, request.files[i], error);

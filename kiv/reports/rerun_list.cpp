@@ -32,9 +32,9 @@ std::vector<RerunCase> rerun_list(const RecordedRun &run, const RerunRule &rule)
             if (told[selector] < run.info.repeat && counts(Verdict::not_run, rule))
                 place(selector).again = true;
     }
-    std::set<std::string> broken;  // folders, each with a slash behind it
+    std::set<std::string> broken;  // folders, each with a slash behind it; empty: all, when it was the worker
     for (const FixtureResult *const fixture : run.fixtures())
-        if (fixture->failed()) broken.insert(fixture->folder + "/");
+        if (fixture->failed()) broken.insert(fixture->of_worker ? "" : fixture->folder + "/");
     for (RerunCase &test : list)
         for (const std::string &folder : broken) test.again = test.again || test.selector.starts_with(folder);
     return list;

@@ -21,7 +21,8 @@ struct RerunCase {
 
 // Every case of the run, in run order, each once. A case is to be run again when any of its passes did not
 // come out well, when the run was killed before it reached it, and, since a fixture only runs with its cases,
-// when a fixture of its folder or of one above failed.
+// when a fixture of its folder or of one above failed; all of them when a worker ended badly outside of
+// cases.
 std::vector<RerunCase> rerun_list(const RecordedRun &run, const RerunRule &rule);
 
 }  // namespace kiv::reports

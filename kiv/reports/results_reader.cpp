@@ -1,7 +1,13 @@
 // Reads an event stream back.
 #include "kiv/reports/results_reader.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -245,7 +251,9 @@ class Reader {
 
     // Makes the event's case or fixture the one under way.
     void enter(const Event &event) {
-        const std::string folder = event.text("Package"), test = event.optional_text("Test");
+        const std::string test = event.optional_text("Test");
+        const bool of_worker = test.empty() && event.optional_text("Fixture") == "worker";
+        const std::string folder = of_worker ? "" : event.text("Package");
         const std::string kind = test.empty() ? "Fixture" : "Test";
         const std::string name = test.empty() ? event.text("Fixture") : test;
         if (pending_.folder == folder && pending_.kind == kind && pending_.name == name) return;
@@ -293,9 +301,10 @@ class Reader {
         enter(event);
         FixtureResult result;
         result.folder = pending_.folder;
-        if (pending_.name != "set-up" && pending_.name != "tear-down")
-            throw Broken{"Fixture", "neither \"set-up\" nor \"tear-down\""};
+        if (pending_.name != "set-up" && pending_.name != "tear-down" && pending_.name != "worker")
+            throw Broken{"Fixture", "neither \"set-up\" nor \"tear-down\" nor \"worker\""};
         result.set_up = pending_.name == "set-up";
+        result.of_worker = pending_.name == "worker";
         result.ran = event.flag("Ran");
         result.verdict = event.verdict();
         result.signal = event.number_or<int>("Signal", 0);
@@ -371,6 +380,32 @@ class Reader {
 };
 
 }  // namespace
+
+bool load_results(const std::string &path, std::string *text, std::string *error) {
+    constexpr size_t kLongestLine = 256u << 20;  // the first one has every case of a run
+    text->clear();
+    const bool standard = path == "-";
+    const int fd = standard ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    size_t line = 0, lines = 1;  // where the last line begins, and its number
+    char buffer[65536];
+    ssize_t got = -1;
+    while (fd >= 0 && ((got = read(fd, buffer, sizeof buffer)) > 0 || (got < 0 && errno == EINTR))) {
+        if (got < 0) continue;
+        const std::string_view more(buffer, static_cast<size_t>(got));
+        lines += static_cast<size_t>(std::count(more.begin(), more.end(), '\n'));
+        const size_t newline = more.rfind('\n');
+        if (newline != std::string_view::npos) line = text->size() + newline + 1;
+        text->append(more);
+        if (text->size() - line <= kLongestLine) continue;
+        *error = path + ":" + std::to_string(lines) +
+                 ": a line of more than 256 MiB: these are not results of a run";
+        got = 0;
+        break;
+    }
+    if (got < 0) *error = path + ": " + strerror(errno);
+    if (fd >= 0 && !standard) close(fd);
+    return error->empty();
+}
 
 bool read_results(std::string_view text, const std::string &name, Reporter &reporter, ReadStatus *status) {
     *status = {};

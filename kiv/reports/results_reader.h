@@ -16,6 +16,10 @@ struct ReadStatus {
     std::string error;  // "NAME:LINE: FIELD: what is wrong"; empty when all of it could be read
 };
 
+// Reads the text of a stream from a file; "-" is standard input. False, with *error set, when it cannot be
+// read or has a line that no run writes.
+bool load_results(const std::string &path, std::string *text, std::string *error);
+
 // Tells `reporter` what `text` holds; `name` is the file's name in messages. False when something other than
 // a torn last line is broken: what came before it has been told then. A case that has begun and not ended is
 // not told of; run_ended is told only when the stream holds the summary.

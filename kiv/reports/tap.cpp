@@ -48,9 +48,9 @@ class TapReporter : public Reporter {
     void fixture_ended(const FixtureResult &fixture) override {
         const bool bad = fixture.failed();
         if (fixture.ran && !bad && fixture.calls.unnoticed.empty()) return;
-        Level *level = &levels_.back();
+        Level *level = &levels_.back();  // a worker's folder is the one that it was in last
         for (Level &candidate : levels_)
-            if (candidate.path == fixture.folder) level = &candidate;
+            if (candidate.path == fixture.folder && !fixture.of_worker) level = &candidate;
         if (bad) level->bad = true;
         const std::string indent(4 * (levels_.size() - 1), ' ');
         diagnostics(indent,
@@ -101,8 +101,10 @@ class TapReporter : public Reporter {
                 totals += " " + std::string(verdict_text(static_cast<Verdict>(i))) + ":" +
                           std::to_string(summary.counts[i]);
         file_.add(totals + "\n");
-        file_.flush();
+        file_.finish();
     }
+
+    std::string problem() const override { return file_.problem(); }
 
   private:
     // A test that is under way: the run itself, or a folder.

@@ -7,6 +7,8 @@ namespace kiv {
 
 namespace {
 
+constexpr size_t kLargestPlan = 32u << 20;
+
 std::string_view without_comment(std::string_view line) {
     for (size_t at = 0; at < line.size(); ++at)
         if (line[at] == '#' && (at == 0 || line[at - 1] == ' ' || line[at - 1] == '\t'))
@@ -32,7 +34,7 @@ Selector make_selector(std::string_view word) {
 
 bool read_plan(const std::string &path, std::vector<Selector> *selectors, std::string *error) {
     std::string text;
-    if (!read_file(path, &text, error)) return false;
+    if (!read_file(path, &text, error, kLargestPlan)) return false;
     int number = 0;
     for (size_t at = 0; at < text.size();) {
         const size_t end = std::min(text.find('\n', at), text.size());

@@ -52,7 +52,8 @@ class Matcher {
 
     template <typename Take>
     bool match(const Selector &selector, Take take) {
-        return is_glob(selector.text) ? match_glob(selector.text, take) : match_name(selector.text, take);
+        // A name may look like a pattern.
+        return match_name(selector.text, take) || (is_glob(selector.text) && match_glob(selector.text, take));
     }
 
   private:
@@ -60,23 +61,18 @@ class Matcher {
     template <typename Take>
     bool match_name(const std::string &text, Take take) {
         bool found = false;
-        const size_t slash = text.rfind('/');
-        for (const kiv_folder &folder : context_.folders) {
-            if (folder.path == text) {
-                found = true;
-                take_folder(&folder, take);
-            }
+        if (const kiv_folder *folder = context_.find_folder(text)) {
+            found = true;
+            take_folder(folder, take);
         }
-        for (size_t at = slash; at != std::string::npos && at > 0; at = text.rfind('/', at - 1)) {
-            for (const kiv_folder &folder : context_.folders) {
-                if (std::string_view(text).substr(0, at) != folder.path) continue;
-                for (uint32_t index : folder.cases) {
-                    const Case &test = context_.cases[index];
-                    if (!text.compare(at + 1, test.name_size, test.text) &&
-                        test.name() == text.substr(at + 1)) {
-                        found = true;
-                        take(index);
-                    }
+        for (size_t at = text.rfind('/'); at != std::string::npos && at > 0; at = text.rfind('/', at - 1)) {
+            const kiv_folder *folder = context_.find_folder(std::string_view(text).substr(0, at));
+            if (folder == nullptr) continue;
+            for (uint32_t index : folder->cases) {
+                const Case &test = context_.cases[index];
+                if (!text.compare(at + 1, test.name_size, test.text) && test.name() == text.substr(at + 1)) {
+                    found = true;
+                    take(index);
                 }
             }
         }
@@ -190,7 +186,8 @@ void shard_cases(const kiv_context &context, int index, int count, std::vector<u
     order.reserve(sizes.size());
     for (const auto &[folder, size] : sizes) order.push_back({size, folder});
     std::stable_sort(order.begin(), order.end(), [](auto &a, auto &b) { return a.first > b.first; });
-    std::vector<size_t> load(static_cast<size_t>(count));
+    // The first parts take what there is when there are more parts than folders.
+    std::vector<size_t> load(std::min(static_cast<size_t>(count), order.size()));
     std::vector<bool> mine(context.folders.size());
     for (const auto &[size, folder] : order) {
         const auto least = std::min_element(load.begin(), load.end());

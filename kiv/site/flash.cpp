@@ -1,6 +1,8 @@
 // The card's flash off the card: sits under fopen at link time, so that the suite's paths stay as they are.
 #include "kiv/site/flash.h"
 
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -40,6 +42,20 @@ std::string flash_path(std::string_view path, bool *good) {
     return directory + "/" + std::string(rest);
 }
 
+namespace {
+
+// Whether the file, or a directory between it and the flash, is a symbolic link.
+bool leads_through_a_link(const std::string &mapped) {
+    struct stat info;
+    for (size_t end = flash_directory().size() + 1; end != std::string::npos;) {
+        end = mapped.find('/', end + 1);
+        if (lstat(mapped.substr(0, end).c_str(), &info) == 0 && S_ISLNK(info.st_mode)) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
 }  // namespace kiv
 
 extern "C" {
@@ -52,8 +68,14 @@ FILE *__wrap_fopen(const char *path, const char *mode) {
     if (path == nullptr || path[0] != '/' || path[1] != 'd') return __real_fopen(path, mode);
     bool good;
     const std::string mapped = kiv::flash_path(path, &good);
+    if (mapped == path) return __real_fopen(path, mode);
     if (!good) {
         errno = EACCES;
+        return nullptr;
+    }
+    // What someone planted in the flash leads no writer out of it.
+    if (mode != nullptr && strpbrk(mode, "wa+") != nullptr && kiv::leads_through_a_link(mapped)) {
+        errno = ELOOP;
         return nullptr;
     }
     return __real_fopen(mapped.c_str(), mode);

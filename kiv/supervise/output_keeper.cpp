@@ -61,16 +61,23 @@ bool OutputKeeper::open_file() {
         problem_ = error;
         return false;
     }
-    path_ = directory_ + "/" + name + ".txt";
-    for (int n = 2; (fd_ = open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666)) < 0; ++n) {
-        if (errno != EEXIST || n > 1000) {
-            problem_ = path_ + ": " + strerror(errno);
-            path_.clear();
-            return false;
-        }
-        path_ = directory_ + "/" + name + "." + std::to_string(n) + ".txt";
+    const auto numbered = [&](uint64_t n) {
+        return directory_ + "/" + name + (n == 1 ? "" : "." + std::to_string(n)) + ".txt";
+    };
+    const auto taken = [&](uint64_t n) { return access(numbered(n).c_str(), F_OK) == 0; };
+    // Numbers have been given in order: the first free one lies where those end.
+    uint64_t last_taken = 0, free = 1;
+    for (; taken(free) && free < UINT32_MAX; free *= 2) last_taken = free;
+    while (free - last_taken > 1) {
+        const uint64_t middle = last_taken + (free - last_taken) / 2;
+        (taken(middle) ? last_taken : free) = middle;
     }
-    return true;
+    do path_ = numbered(free++);
+    while ((fd_ = open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666)) < 0 && errno == EEXIST);
+    if (fd_ >= 0) return true;
+    problem_ = path_ + ": " + strerror(errno);
+    path_.clear();
+    return false;
 }
 
 void OutputKeeper::spill(std::string_view text) {
@@ -87,14 +94,14 @@ void OutputKeeper::finish(std::string *text, uint64_t *size, std::string *file) 
         const uint64_t left_out = size_ - head_.size() - tail_.size();
         if (left_out > 0)
             head_ += "\n[" + std::to_string(left_out) + " bytes are left out here; " +
-                     (path_.empty() ? "the whole output could not be kept: " + problem_
-                                    : "the whole output is in " + path_) +
-                     (!path_.empty() && !problem_.empty() ? "; " + problem_ : "") + "]\n";
+                     (problem_.empty() ? "the whole output is in " + path_
+                                       : "the whole output could not be kept: " + problem_) +
+                     "]\n";
         head_ += tail_;
         tail_.clear();
     }
     *text = head_;
-    *file = path_;
+    *file = problem_.empty() ? path_ : "";
     if (fd_ >= 0) close(fd_);
     fd_ = -1;
     if (head_.capacity() > size_t{64} * 1024) std::string().swap(head_);

@@ -47,7 +47,7 @@ RunSignals::RunSignals(Ring &ring) {
     continued = 0;
     for (size_t i = 0; i < std::size(kSignals); ++i) {
         struct sigaction action {};
-        action.sa_handler = kSignals[i] == SIGPIPE ? SIG_IGN : notice;
+        action.sa_handler = notice;
         sigfillset(&action.sa_mask);
         sigaction(kSignals[i], &action, &saved_[i]);
         // Started in the background by a shell, or under nohup: what was ignored stays so.
@@ -93,6 +93,33 @@ void RunSignals::unblock() {
 
 void RunSignals::restore() {
     for (size_t i = 0; i < std::size(kSignals); ++i) sigaction(kSignals[i], &saved_[i], nullptr);
+}
+
+namespace {
+
+constexpr int kOfWrites[] = {SIGPIPE, SIGXFSZ};
+struct sigaction before_writes_fail[std::size(kOfWrites)];
+bool writes_fail;
+
+}  // namespace
+
+WritesFail::WritesFail() {
+    struct sigaction ignored {};
+    ignored.sa_handler = SIG_IGN;
+    for (size_t i = 0; i < std::size(kOfWrites); ++i)
+        sigaction(kOfWrites[i], &ignored, &before_writes_fail[i]);
+    writes_fail = true;
+}
+
+WritesFail::~WritesFail() {
+    resign();
+}
+
+void WritesFail::resign() {
+    if (!writes_fail) return;
+    for (size_t i = 0; i < std::size(kOfWrites); ++i)
+        sigaction(kOfWrites[i], &before_writes_fail[i], nullptr);
+    writes_fail = false;
 }
 
 Subreaper::Subreaper() {

@@ -34,10 +34,23 @@ class RunSignals {
     void restore();
 
   private:
-    static constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGCHLD, SIGCONT, SIGPIPE};
+    static constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGCHLD, SIGCONT};
 
     struct sigaction saved_[std::size(kSignals)];
     sigset_t old_mask_;
+};
+
+// While it lives, writing what nobody reads, or more than a file may hold, fails instead of ending the
+// process. One at a time.
+class WritesFail {
+  public:
+    WritesFail();
+    ~WritesFail();
+    WritesFail(const WritesFail &) = delete;
+    WritesFail &operator=(const WritesFail &) = delete;
+
+    // In a worker: everything as a program finds it when it starts.
+    static void resign();
 };
 
 // While it lives, processes that lose their parent become children of this one.

@@ -288,9 +288,16 @@ void Recorder::worker_died(const WorkerEnd &end, int64_t time, const Counters &c
         }
         report_fixture(fixture);
     } else if (!end.interrupted) {
-        worker_failed_at_exit("the worker " + reason + " between cases");
+        worker_failed(end, reason + " between cases");
     }
     report_owed_tear_downs(what.empty() ? "its worker ended" : "its worker ended in " + what);
+}
+
+bool Recorder::blame_next_case(int64_t time) {
+    if (next_ >= schedule_.size()) return false;
+    if (!group_open_ || next_ >= group_end_) group_begins(next_, schedule_.group_at(next_).count);
+    case_begins(next_, time);
+    return true;
 }
 
 void Recorder::report_owed_tear_downs(const std::string &reason) {
@@ -341,9 +348,14 @@ void Recorder::stop_if_unfinished() {
     if (next_ < schedule_.size()) stop("after the first case that is not good (--fail-fast)");
 }
 
-void Recorder::worker_failed_at_exit(const std::string &what) {
-    ++summary_.failed_fixtures;
-    note(what);
+void Recorder::worker_failed(const WorkerEnd &end, const std::string &what) {
+    FixtureResult worker;
+    worker.of_worker = worker.ran = true;
+    worker.verdict = verdict_of(end);
+    worker.signal = end.signal;
+    worker.reason = what;
+    worker.output.swap(stray_);
+    report_fixture(worker);
 }
 
 const Summary &Recorder::finish(int64_t time) {
@@ -355,6 +367,9 @@ const Summary &Recorder::finish(int64_t time) {
     summary_.duration = elapsed(run_started_, time);
     // The console last: when nobody reads it any more, the reports are complete all the same.
     for (const auto &report : reports_) report->run_ended(summary_);
+    for (const auto &report : reports_)
+        if (std::string problem = report->problem(); !problem.empty())
+            summary_.unwritten.push_back(std::move(problem));
     console_->run_ended(summary_);
     return summary_;
 }

@@ -66,6 +66,9 @@ class Recorder : public Journal {
     // The worker is gone: ends what it was at, and reports what it leaves behind. Returns whether that was a
     // set-up, whose folder's cases cannot run.
     void worker_died(const WorkerEnd &end, int64_t time, const Counters &counters);
+    // A case damaged the memory of the run, and what was told of it is lost: it was the next one, or one
+    // after it. It begins. False when there is none left.
+    bool blame_next_case(int64_t time);
     // The folder whose set-up brought the last worker down, or null.
     const kiv_folder *dead_set_up() const { return dead_set_up_; }
     // First position after the group that the last worker was in.
@@ -80,8 +83,8 @@ class Recorder : public Journal {
     void stop(const std::string &reason, const std::string &of_the_rest = "the run stopped before it");
     // The worker is done: with --fail-fast that may be before the last case.
     void stop_if_unfinished();
-    // Something went wrong outside of cases and fixtures.
-    void worker_failed_at_exit(const std::string &what);
+    // The worker ended badly outside of cases and fixtures: told as a fixture that failed.
+    void worker_failed(const WorkerEnd &end, const std::string &what);
 
     const Summary &summary() const { return summary_; }
     const Summary &finish(int64_t time);

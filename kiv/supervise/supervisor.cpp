@@ -15,6 +15,7 @@
 
 #include "kiv/files.h"
 #include "kiv/journal/ring_journal.h"
+#include "kiv/reports/outlet.h"
 #include "kiv/reports/time.h"
 #include "kiv/signal_text.h"
 
@@ -25,6 +26,7 @@ namespace {
 constexpr int64_t kShortPause = 50'000;
 constexpr int kShortPauses = 4;                // before the supervision really sleeps
 constexpr int64_t kLongestSleep = 20'000'000;  // what goes past the streams has to be fetched
+constexpr const char *kDamage = "the case damaged the run's memory";
 constexpr int kPipeSize = 256 * 1024;
 // Out of the way of the suite's own descriptors, and past what a card's shell passes on.
 constexpr int kLowestDescriptor = 64;
@@ -33,15 +35,31 @@ std::string seconds_text(int64_t nanoseconds) {
     return reports::duration_text(std::chrono::nanoseconds(nanoseconds));
 }
 
+// Moves a descriptor. -1, with errno set, when there is no place for it.
+int out_of_the_way(int fd) {
+    int moved = fcntl(fd, F_DUPFD_CLOEXEC, kLowestDescriptor);
+    // With fewer descriptors than that, anything that is not a standard one.
+    if (moved < 0) moved = fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    const int error = errno;
+    close(fd);
+    errno = error;
+    return moved;
+}
+
 // False when there is no pipe.
 bool open_direct_pipe(DirectPipe *pipe) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) return false;
-    pipe->read_end = fcntl(ends[0], F_DUPFD_CLOEXEC, kLowestDescriptor);
-    pipe->write_end = fcntl(ends[1], F_DUPFD_CLOEXEC, kLowestDescriptor);
+    pipe->read_end = out_of_the_way(ends[0]);
+    pipe->write_end = out_of_the_way(ends[1]);
     pipe->supervisor = getpid();
-    close(ends[0]);
-    close(ends[1]);
+    if (pipe->read_end < 0 || pipe->write_end < 0) {
+        const int error = errno;
+        close(pipe->read_end);
+        close(pipe->write_end);
+        errno = error;
+        return false;
+    }
     fcntl(pipe->read_end, F_SETFL, O_NONBLOCK);
     fcntl(pipe->write_end, F_SETPIPE_SZ, kPipeSize);
     return true;
@@ -58,6 +76,7 @@ void Supervisor::run() {
     signals_.emplace(ring_);
     present_before_ = children();
     const Subreaper subreaper;
+    reports::set_stall_watch([this](int64_t waited) { return may_wait(waited); });
     uint64_t from = 0;
     while (from < schedule_.size()) {
         if (!start_worker(from)) break;
@@ -66,7 +85,18 @@ void Supervisor::run() {
         if (!decide_what_next(from)) break;
         from = recorder_.next_position();
     }
+    const bool at_once = signals_->interruptions() > 1;
+    reports::set_stall_watch([at_once, longest = policy_.timeout](int64_t waited) {
+        return !at_once && (longest <= 0 || waited < longest);
+    });
     signals_.reset();
+}
+
+bool Supervisor::may_wait(int64_t waited) {
+    resumed_at_ = now_ns();  // the worker may be waiting for us
+    const int interruptions = signals_->interruptions();
+    if (interruptions > 1 || (interruptions == 1 && waited >= policy_.interrupted_grace)) return false;
+    return policy_.timeout <= 0 || waited < policy_.timeout;
 }
 
 bool Supervisor::start_worker(uint64_t from) {
@@ -76,6 +106,7 @@ bool Supervisor::start_worker(uint64_t from) {
         return false;
     }
     ring_.reset();
+    told_.restart(from);
     ++worker_number_;
     gone_ = forced_ = timed_out_ = damaged_ = false;
     polite_since_ = 0;
@@ -86,26 +117,27 @@ bool Supervisor::start_worker(uint64_t from) {
     recorder_.console()->flush();
     fflush(nullptr);  // a worker that leaves through exit() must not write our buffers a second time
     signals_->block();
-    const pid_t self = getpid();
-    worker_ = fork();
-    if (worker_ == 0) work(self, from, pipe);
+    const bool started = keeper_.start([&](pid_t parent) { work(parent, from, pipe); });
     const int error = errno;
+    worker_ = keeper_.worker();
     signals_->unblock();
     close(pipe.write_end);
     direct_ = pipe.read_end;
-    if (worker_ > 0) return true;
+    if (started) return true;
     close(direct_);
     recorder_.stop(std::string("no worker could be started: ") + strerror(error),
                    "no worker could be started");
     return false;
 }
 
-void Supervisor::work(pid_t supervisor, uint64_t from, const DirectPipe &pipe) {
+void Supervisor::work(pid_t parent, uint64_t from, const DirectPipe &pipe) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (getppid() != supervisor) _exit(1);  // it died in between
+    if (getppid() != parent) _exit(1);  // it died in between
     Subreaper::resign();
     signals_->restore();
+    WritesFail::resign();
     signals_->unblock();
+    reports::close_kept_descriptors();
     ring_.become_writer();
     RingJournal journal(ring_);
     Worker{.work = work_,
@@ -119,7 +151,6 @@ void Supervisor::work(pid_t supervisor, uint64_t from, const DirectPipe &pipe) {
 }
 
 void Supervisor::watch() {
-    const RecordBounds bounds{schedule_.size(), static_cast<uint32_t>(schedule_.context().folders.size())};
     int idle = 0;
     while (true) {
         // What was in the ring at this moment is read before the clock is acted on: a case that has ended is
@@ -128,10 +159,10 @@ void Supervisor::watch() {
         if (signals_->take_child_event()) look_after_worker();
         size_t waiting;
         ring_.readable(&waiting);
-        const size_t got =
-            damaged_ ? 0 : replay_ring(ring_, recorder_, bounds, std::max<size_t>(waiting, 1), &damaged_);
+        told_.set_now(now);
+        const size_t got = hear(std::max<size_t>(waiting, 1));
         if (damaged_ && polite_since_ == 0 && !gone_) {
-            why_ = "wrote over the memory of the run";
+            why_ = kDamage;
             polite_since_ = now;
             kill_worker();
         }
@@ -156,10 +187,12 @@ void Supervisor::watch() {
             continue;
         }
         recorder_.console()->flush();
+        reports::Outlet::write_pending();
         ring_.wait_readable(kLongestSleep);
     }
-    while (!damaged_ && replay_ring(ring_, recorder_, bounds, Ring::kSize, &damaged_) > 0) {
+    while (hear(Ring::kSize) > 0) {
     }
+    if (damaged_) why_ = kDamage;
     while (drain_direct() > 0) {
     }
     // A terminal's Ctrl-C reaches the worker as well, and may end it before we hear of it ourselves.
@@ -172,6 +205,16 @@ void Supervisor::watch() {
     direct_ = -1;
 }
 
+// Takes in what the worker has told, up to `limit` bytes or a little more. Returns how many bytes.
+size_t Supervisor::hear(size_t limit) {
+    if (damaged_) return 0;
+    const RecordBounds bounds{schedule_.size(), static_cast<uint32_t>(schedule_.context().folders.size())};
+    damaged_ = !ring_.is_intact();
+    const size_t got = damaged_ ? 0 : replay_ring(ring_, told_, bounds, limit, &damaged_);
+    damaged_ = damaged_ || !told_.is_sound();
+    return got;
+}
+
 size_t Supervisor::drain_direct() {
     char buffer[32 * 1024];
     const ssize_t got = read(direct_, buffer, sizeof buffer);
@@ -182,7 +225,7 @@ size_t Supervisor::drain_direct() {
 
 void Supervisor::look_after_worker() {
     int status;
-    while (waitpid(worker_, &status, WNOHANG | WUNTRACED | WCONTINUED) == worker_) {
+    while (keeper_.take_change(&status)) {
         if (WIFSTOPPED(status)) {
             stop_signal_ = WSTOPSIG(status);
             stop_to_say_ = stop_signal_ != SIGTSTP;  // Ctrl-Z stops the whole run; that needs no saying
@@ -262,8 +305,9 @@ void Supervisor::keep_time_of_an_ending_worker(int64_t now) {
 
 void Supervisor::keep_time_between_items(int64_t now) {
     if (!recorder_.is_done()) {
-        if (policy_.timeout > 0 && now - std::max(heard_at_, resumed_at_) >= policy_.timeout)
-            end_worker(now, "did nothing for " + seconds_text(policy_.timeout));
+        if (policy_.timeout <= 0 || now - std::max(heard_at_, resumed_at_) < policy_.timeout) return;
+        timed_out_ = true;
+        end_worker(now, "did nothing for " + seconds_text(policy_.timeout));
         return;
     }
     // The last case is over; only the program's own exit handlers run.
@@ -271,13 +315,14 @@ void Supervisor::keep_time_between_items(int64_t now) {
         announced_for_ = -1;
         next_announcement_ = now + policy_.leaving_grace;
     } else if (now >= next_announcement_) {
+        timed_out_ = true;
         end_worker(now,
                    "did not leave within " + seconds_text(policy_.leaving_grace) + " after its last case");
     }
 }
 
 void Supervisor::end_leftovers() {
-    const int count = end_children_except(present_before_);
+    const int count = keeper_.end_the_rest() + end_children_except(present_before_);
     if (count == 0) return;
     recorder_.note(std::to_string(count) + (count == 1 ? " process that a case left behind was ended"
                                                        : " processes that cases left behind were ended"));
@@ -302,11 +347,13 @@ bool Supervisor::decide_what_next(uint64_t from) {
         recorder_.stop_if_unfinished();
         return false;
     }
-    const bool in_item = recorder_.item_runs();
-    const std::string ended_in = recorder_.item_name();
+    bool in_item = recorder_.item_runs();
+    const int64_t now = now_ns();
     // What lies beside records that were written over is not believed either.
     if (damaged_) ring_.control().worker = {};
-    recorder_.worker_died(end, now_ns(), ring_.control().worker.counters);
+    if (damaged_ && !in_item && !interrupted_) in_item = recorder_.blame_next_case(now);
+    const std::string ended_in = recorder_.item_name();
+    recorder_.worker_died(end, now, told_.believable(ring_.control().worker.counters, now));
     if (interrupted_) {
         recorder_.skip_to(schedule_.size(), "the run was interrupted");
         return false;
@@ -324,13 +371,14 @@ bool Supervisor::decide_what_next(uint64_t from) {
 }
 
 void Supervisor::report_leaving(const WorkerEnd &end) {
-    if (end.signal != 0)
-        recorder_.worker_failed_at_exit("the worker was ended by " + signal_text(end.signal) +
-                                        " while it left, after its last case" +
-                                        (why_.empty() ? "" : ": it " + why_));
+    constexpr const char *kWhen = " after its last case";
+    if (end.interrupted) return;
+    if (!end.how.empty())  // also when it took the end for an order to leave well
+        recorder_.worker_failed(end, end.how);
+    else if (end.signal != 0)
+        recorder_.worker_failed(end, "ended by " + signal_text(end.signal) + " while it left," + kWhen);
     else if (end.exit_code != 0)
-        recorder_.worker_failed_at_exit("the worker left with exit code " + std::to_string(end.exit_code) +
-                                        " after its last case");
+        recorder_.worker_failed(end, "left with exit code " + std::to_string(end.exit_code) + kWhen);
 }
 
 void Supervisor::skip_what_cannot_run(const std::string &ended_in) {

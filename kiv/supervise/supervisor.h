@@ -9,9 +9,11 @@
 #include <string>
 
 #include "kiv/journal/ring.h"
+#include "kiv/supervise/keeper.h"
 #include "kiv/supervise/policy.h"
 #include "kiv/supervise/processes.h"
 #include "kiv/supervise/recorder.h"
+#include "kiv/supervise/sound_journal.h"
 #include "kiv/worker/worker.h"
 
 namespace kiv {
@@ -19,7 +21,11 @@ namespace kiv {
 class Supervisor {
   public:
     Supervisor(const Work &work, Recorder &recorder, const Policy &policy)
-        : work_(work), schedule_(work.schedule), recorder_(recorder), policy_(policy) {}
+        : work_(work),
+          schedule_(work.schedule),
+          recorder_(recorder),
+          policy_(policy),
+          told_(work.schedule, recorder) {}
 
     // Every case has been reported when it returns, and no process is left.
     void run();
@@ -27,8 +33,9 @@ class Supervisor {
   private:
     // A worker from its start to its end.
     bool start_worker(uint64_t from);
-    [[noreturn]] void work(pid_t supervisor, uint64_t from, const DirectPipe &pipe);
+    [[noreturn]] void work(pid_t parent, uint64_t from, const DirectPipe &pipe);
     void watch();
+    size_t hear(size_t limit);
     void look_after_worker();
     size_t drain_direct();
     void end_leftovers();
@@ -42,6 +49,8 @@ class Supervisor {
     void heed_interrupts(int64_t now);
     void end_worker(int64_t now, const std::string &why);
     void kill_worker();
+    // Whether something may go on waiting for its reader, who for `waited` nanoseconds has taken nothing.
+    bool may_wait(int64_t waited);
 
     // What its end means. False: the run is over.
     bool decide_what_next(uint64_t from);
@@ -53,10 +62,12 @@ class Supervisor {
     const Schedule &schedule_;
     Recorder &recorder_;
     const Policy policy_;
+    SoundJournal told_;  // by the worker, and passed on
     Ring ring_;
     std::optional<RunSignals> signals_;  // while it runs
     std::set<pid_t> present_before_;     // children that are not the run's
 
+    Keeper keeper_;  // of the worker
     pid_t worker_ = 0;
     int worker_number_ = 0;
     int direct_ = -1;  // reading end of what the worker writes past the streams

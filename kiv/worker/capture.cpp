@@ -47,6 +47,13 @@ PrintBuffer *print_buffer() {
 
 std::streambuf *saved_cout, *saved_cerr, *saved_clog;
 
+// Between cases nobody is at a stream, unless a signal handler jumped out of a print and left its lock
+// behind, or a thread was left behind: the next case's threads would wait for ever. The lock's first number
+// is 0 when it is free.
+bool is_locked(const FILE *stream) {
+    return stream->_lock != nullptr && *static_cast<const volatile int *>(stream->_lock) != 0;
+}
+
 void replace_descriptor(int fd, int target) {
     if (fd >= 0 && fd != target) dup2(fd, target);
 }
@@ -107,15 +114,10 @@ void Capture::open_streams() {
     cookie_io_functions_t input{};
     input.read = read_stream;
     input.close = close_input;
-    if (own_stdout_ == nullptr || own_stderr_ == nullptr) {
-        if (own_stdout_ == nullptr) {
-            own_stdout_ = fopencookie(this, "w", output);
-            setvbuf(own_stdout_, nullptr, _IONBF, 0);
-        }
-        if (own_stderr_ == nullptr) {
-            own_stderr_ = fopencookie(this, "w", output);
-            setvbuf(own_stderr_, nullptr, _IONBF, 0);
-        }
+    for (FILE **stream : {&own_stdout_, &own_stderr_}) {
+        if (*stream != nullptr) continue;
+        *stream = fopencookie(this, "w", output);
+        setvbuf(*stream, nullptr, _IONBF, 0);
     }
     if (own_stdin_ == nullptr) own_stdin_ = fopencookie(this, "r", input);
     stdin = own_stdin_;
@@ -234,7 +236,10 @@ void Capture::restore_descriptors() {
 }
 
 void Capture::settle(int64_t duration) {
+    if (!streams_lost_ && (is_locked(own_stdout_) || is_locked(own_stderr_))) streams_lost_ = true;
     if (streams_lost_ || stdout != own_stdout_ || stderr != own_stderr_ || stdin != own_stdin_) {
+        for (FILE *const stream : {stdout, stderr})  // what a case made of them is its own
+            if (stream != own_stdout_ && stream != own_stderr_ && stream != nullptr) fflush(stream);
         // Which one a case closed is not known; none of them is used again, which costs a few hundred bytes.
         own_stdout_ = own_stderr_ = own_stdin_ = nullptr;
         open_streams();
@@ -244,3 +249,25 @@ void Capture::settle(int64_t duration) {
 }
 
 }  // namespace kiv
+
+extern "C" {
+
+// Weak: a program may be linked without the option, and then nobody calls either.
+[[gnu::weak]] FILE *__real_freopen(const char *path, const char *mode, FILE *stream);
+FILE *__wrap_freopen(const char *path, const char *mode, FILE *stream);
+
+// The streams of a run are none that could lead elsewhere: another one takes the name.
+FILE *__wrap_freopen(const char *path, const char *mode, FILE *stream) {
+    FILE **const name = stream == stdout   ? &stdout
+                        : stream == stderr ? &stderr
+                        : stream == stdin  ? &stdin
+                                           : nullptr;
+    if (kiv::live.journal == nullptr || name == nullptr || path == nullptr || fileno(stream) >= 0)
+        return __real_freopen(path, mode, stream);
+    if (stream != stdin) fflush(stream);
+    FILE *const file = fopen(path, mode);
+    if (file == nullptr) return nullptr;
+    if (name == &stderr) setvbuf(file, nullptr, _IONBF, 0);
+    return *name = file;
+}
+}

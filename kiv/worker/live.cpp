@@ -2,10 +2,7 @@
 #include "kiv/worker/live.h"
 
 #include <pthread.h>
-#include <sys/prctl.h>
 #include <unistd.h>
-
-#include <csignal>
 
 #include "kiv/files.h"
 #include "kiv/observers.h"
@@ -18,13 +15,12 @@ Journal *note_taker = nullptr;
 Counters nobody;  // counts what no run counts
 
 // A child that a case forks shares no journal with its parent: two processes would write one. It prints to
-// the descriptors, which the run collects, and dies with the worker.
+// the descriptors, which the run collects.
 void forked_child() {
     if (live.journal == nullptr) return;
     live.journal = nullptr;
     live.counters = &nobody;
     live.in_child = true;
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
 }
 
 }  // namespace

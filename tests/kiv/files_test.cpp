@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <filesystem>
 
 #include "tests/kiv/process.h"
 
@@ -54,6 +55,24 @@ TEST_F(FilesTest, FileInTheWayOfADirectoryIsNamed) {
     EXPECT_EQ(error_, file + ": Not a directory");
     EXPECT_FALSE(kiv::make_directories("/proc/none/below", &error_));
     EXPECT_EQ(error_, "/proc/none: No such file or directory");
+}
+
+TEST_F(FilesTest, DirectoryThatMayNotBeMadeIsToldWithThatReason) {
+    if (geteuid() != 0) GTEST_SKIP() << "only root can become somebody else for a while";
+    std::filesystem::permissions(directory_.path(), std::filesystem::perms::owner_all);
+    ASSERT_EQ(seteuid(65534), 0);
+    const bool made = kiv::make_directories(directory_.file("below"), &error_);
+    ASSERT_EQ(seteuid(0), 0);
+    EXPECT_FALSE(made);
+    EXPECT_EQ(error_, directory_.file("below") + ": Permission denied");
+}
+
+TEST_F(FilesTest, WhatHasNoEndIsReadUpToABound) {
+    EXPECT_FALSE(kiv::read_file("/dev/zero", &text_, &error_, 100'000));
+    EXPECT_EQ(error_, "/dev/zero: File too large");
+    const std::string path = directory_.write("file", std::string(100'000, 'x'));
+    EXPECT_TRUE(kiv::read_file(path, &text_, &error_, 100'000));
+    EXPECT_FALSE(kiv::read_file(path, &text_, &error_, 99'999));
 }
 
 TEST_F(FilesTest, AbsolutePathStartsAtTheWorkingDirectory) {

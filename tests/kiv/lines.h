@@ -64,8 +64,8 @@ class ReportLines : public kiv::Reporter {
         add("folder " + folder.path + " " + std::to_string(folder.selected_cases));
     }
     void fixture_ended(const kiv::FixtureResult &fixture) override {
-        add(std::string(fixture.set_up ? "set-up" : "tear-down") + " of " + fixture.folder + " " +
-            (fixture.ran ? kiv::verdict_text(fixture.verdict) : "did not run") + ": " + fixture.reason);
+        add(fixture.name() + " " + (fixture.ran ? kiv::verdict_text(fixture.verdict) : "did not run") + ": " +
+            fixture.reason);
         fixtures_.push_back(fixture);
     }
     void case_begins(const std::string &folder, const std::string &name) override {

@@ -6,7 +6,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include "kiv/select/plan.h"
+#include "kiv/select/selection.h"
 #include "tests/kiv/suite.h"
+#include "tests/kiv/temporary.h"
 
 namespace {
 
@@ -24,6 +27,7 @@ class ListingTest : public testing::Test {
         kiv_create_test_case(folder->context, folder, name, description, kiv_test::does_nothing, mode);
     }
     kiv_test::Suite suite_;
+    kiv_test::TemporaryDirectory directory_;
 };
 
 TEST_F(ListingTest, DescriptionsStandInAColumnAndNeverTouchTheName) {
@@ -64,8 +68,32 @@ TEST_F(ListingTest, JsonIsTextWhateverBytesTheNamesHold) {
     add(suite_.folder("f"), "a\"b\\c\n\x01\xFF", "");
     EXPECT_EQ(
         list(ListKind::json),
-        "[\n{\"folder\":\"f\",\"name\":\"a\\\"b\\\\c\\n\\u0001\xEF\xBF\xBD\",\"selector\":"
-        "\"f/a\\\"b\\\\c\\n\\u0001\xEF\xBF\xBD\",\"description\":\"\",\"mode\":1,\"manual\":false}\n]\n");
+        "[\n{\"folder\":\"f\",\"name\":\"a\\\"b\\\\c\\n\\u0001\xEF\xBF\xBD\",\"nameBase64\":\"YSJiXGMKAf8=\","
+        "\"selector\":\"f/a\\\"b\\\\c\\n\\u0001\xEF\xBF\xBD\",\"selectorBase64\":\"Zi9hImJcYwoB/w==\","
+        "\"description\":\"\",\"mode\":1,\"manual\":false}\n]\n");
+}
+
+// What a plan cannot hold is listed as a pattern that selects it.
+TEST_F(ListingTest, EveryLineIsASelectorOfItsCase) {
+    for (const char *name :
+         {"plain", "two words", "line\nbreak", "-dash", "#hash", "array[x]", "a*b", "tab\t[1]"})
+        add(suite_.folder(name), name, "says\nmuch");
+    std::vector<uint32_t> all(suite_.context().cases.size());
+    for (uint32_t i = 0; i < all.size(); ++i) all[i] = i;
+    const std::string plan =
+        directory_.write("plan", kiv::list_cases(suite_.context(), all, ListKind::plain));
+    kiv::SelectionRequest request;
+    std::string error;
+    ASSERT_TRUE(kiv::read_plan(plan, &request.selectors, &error)) << error;
+    std::vector<uint32_t> selected;
+    ASSERT_TRUE(kiv::select_cases(suite_.context(), request, &selected, &error)) << error;
+    EXPECT_EQ(selected, all);
+    const std::string folders =
+        directory_.write("folders", kiv::list_cases(suite_.context(), all, ListKind::folders));
+    request.selectors.clear();
+    ASSERT_TRUE(kiv::read_plan(folders, &request.selectors, &error)) << error;
+    ASSERT_TRUE(kiv::select_cases(suite_.context(), request, &selected, &error)) << error;
+    EXPECT_EQ(selected, all);
 }
 
 }  // namespace

@@ -112,4 +112,15 @@ TEST_F(OutputKeeperTest, UnwritableDirectoryIsSaid) {
     EXPECT_THAT(text_, HasSubstr("the whole output could not be kept: "));
 }
 
+TEST_F(OutputKeeperTest, NumbersOfFilesHaveNoEnd) {
+    const std::string text(1100, 'a');
+    for (int i = 0; i < 2100; ++i) {
+        keeper_.restart("f", "c");
+        keeper_.add(text);
+        finish();
+        const std::string number = i == 0 ? "" : "." + std::to_string(i + 1);
+        ASSERT_EQ(file_, directory_.file("output/f.c" + number + ".txt"));
+    }
+}
+
 }  // namespace

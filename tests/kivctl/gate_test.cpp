@@ -97,10 +97,16 @@ TEST_F(Gate, CountsTheCasesOfAllResults) {
 // The results of a run with that fixture.
 std::string results_with(const kiv::FixtureResult &fixture) {
     return kiv::test::report_of(kiv::make_json_reporter, [&](kiv::Reporter &reporter) {
-        reporter.run_begins({});
+        kiv::RunInfo info;
+        kiv::Summary summary;
+        info.selected_cases = summary.selected = 1;
+        reporter.run_begins(info);
         reporter.fixture_ended(fixture);
-        reporter.case_ended(kiv::test::passing_case("a", "x"));
-        reporter.run_ended({});
+        summary.add(fixture);
+        const kiv::CaseResult result = kiv::test::passing_case("a", "x");
+        reporter.case_ended(result);
+        summary.add(result);
+        reporter.run_ended(summary);
     });
 }
 
@@ -118,6 +124,49 @@ TEST_F(Gate, AFixtureCountsWhenItFailedAndNotWhenItDidNotRun) {
     fixture.ran = false;
     fixture.verdict = kiv::Verdict::not_run;
     EXPECT_EQ(kivctl("gate " + file(results_with(fixture))).out, "good: 1 cases, 0 to answer for\n");
+}
+
+TEST_F(Gate, AWorkerThatEndedBadlyOutsideOfCasesCounts) {
+    kiv::FixtureResult worker;
+    worker.of_worker = worker.ran = true;
+    worker.verdict = kiv::Verdict::crashed;
+    worker.reason = "left with exit code 23 after its last case";
+    const std::string results = file(results_with(worker));
+    const Ran ran = kivctl("gate " + results);
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_EQ(ran.out,
+              "crashed            worker: left with exit code 23 after its last case\n"
+              "not good: 1 cases, 1 to answer for\n");
+    const std::string merged = directory_.file("merged"), again = directory_.file("again");
+    EXPECT_EQ(kivctl("merge " + results + " -o " + merged).status, 0);
+    EXPECT_EQ(kivctl("report " + merged + " --json " + again).status, 0);
+    EXPECT_EQ(kivctl("gate " + again).out, ran.out);
+    EXPECT_EQ(kivctl("rerun " + again).out, "a/x\n");
+}
+
+TEST_F(Gate, ASummaryThatSaysOtherThanTheEventsIsNamed) {
+    const std::string good = results_of({{"a/x"}, {"a/y"}});
+    const auto changed = [&](const std::string &from, const std::string &to) {
+        std::string text = good;
+        const size_t at = text.rfind(from);
+        if (at == std::string::npos) ADD_FAILURE() << from;
+        const Ran ran = kivctl("gate -- " + file(text.replace(at, from.size(), to)));
+        EXPECT_EQ(ran.status, 1) << ran.out;
+        return ran.out;
+    };
+    EXPECT_THAT(changed("\"FailedFixtures\":0", "\"FailedFixtures\":1"),
+                HasSubstr("FailedFixtures: the summary says 1, the events tell of 0\n"));
+    EXPECT_THAT(changed("\"Selected\":2", "\"Selected\":3"),
+                HasSubstr("Selected: the summary says 3, the events tell of 2\n"));
+    EXPECT_THAT(changed("\"SelectedCases\":2", "\"SelectedCases\":9"),
+                HasSubstr("SelectedCases: the start says 9, the events tell of 2\n"));
+    EXPECT_THAT(changed("\"passed\":2", "\"passed\":1"),
+                HasSubstr("Counts.passed: the summary says 1, the events tell of 2\n"));
+}
+
+TEST_F(Gate, EveryPassOfACaseIsCounted) {
+    const std::string results = file(results_of(std::vector<Play>(600, {"a/x"})));
+    EXPECT_EQ(kivctl("gate " + results).out, "good: 600 cases, 0 to answer for\n");
 }
 
 TEST_F(Gate, ResultsInWhichNoCaseRanAreNamed) {

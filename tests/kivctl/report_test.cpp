@@ -64,5 +64,30 @@ TEST_F(Report, NothingIsWrittenUnlessAllCanBe) {
     EXPECT_EQ(kivctl("report " + directory_.path("none") + " --tap " + good).status, 2);
 }
 
+TEST_F(Report, WhatCouldNotBeWrittenIsSaidAndUnusable) {
+    const std::string results = file(sample_results());
+    for (const char *format : {"json", "junit", "tap", "html"}) {
+        const Ran ran = kivctl("report " + results + " --" + format + " /dev/full");
+        EXPECT_EQ(ran.status, 2) << format;
+        EXPECT_EQ(ran.err, "kivctl: /dev/full: No space left on device\n");
+    }
+    EXPECT_EQ(kivctl("merge " + results + " -o /dev/full").status, 2);
+    for (const char *command : {"rerun", "gate"}) {
+        const Ran ran = shell(KIVCTL " " + std::string(command) + " " + results + " >/dev/full");
+        EXPECT_EQ(ran.status, 2) << command;
+        EXPECT_EQ(ran.err, "kivctl: standard output could not be written\n");
+    }
+    const std::string limited = directory_.path("limited");
+    const Ran ran = shell("ulimit -f 1; " KIVCTL " report " + results + " --json " + limited);
+    EXPECT_EQ(ran.status, 2);
+    EXPECT_EQ(ran.err, "kivctl: " + limited + ": File too large\n");
+}
+
+TEST_F(Report, ALineOfAGigabyteIsRefusedInBoundedMemory) {
+    const Ran ran = shell("ulimit -v 2000000; head -c 1000000000 /dev/zero | " KIVCTL " gate -");
+    EXPECT_EQ(ran.status, 2);
+    EXPECT_EQ(ran.err, "kivctl: -:1: a line of more than 256 MiB: these are not results of a run\n");
+}
+
 }  // namespace
 }  // namespace kivctl::test

@@ -47,7 +47,7 @@ TEST(CallRecords, ArriveAsTheyWereTold) {
     EXPECT_FALSE(damaged);
     EXPECT_THAT(there.told_,
                 testing::ElementsAre("2830668288|prm_srh_bd_add|E_BUSY|resource busy", "checked 2830668288",
-                                     "7|||", "8|" + std::string(256, 'x') + "||y"));
+                                     "7|||", "8|" + std::string(234, 'x') + "... [cut: 10000 bytes]||y"));
 }
 
 }  // namespace

@@ -207,9 +207,15 @@ TEST_F(RingTest, LongTextsOfChecksAndNotesAreCut) {
     class Sizes : public Lines {
       public:
         void failed_check(const CheckView &check) override {
-            for (const auto field : CheckView::kTexts) sizes_.push_back((check.*field).size());
+            for (const auto field : CheckView::kTexts) {
+                sizes_.push_back((check.*field).size());
+                EXPECT_THAT(std::string(check.*field), testing::EndsWith("xxx... [cut: 200000 bytes]"));
+            }
         }
-        void note(std::string_view text) override { sizes_.push_back(text.size()); }
+        void note(std::string_view text) override {
+            sizes_.push_back(text.size());
+            EXPECT_THAT(std::string(text), testing::EndsWith("xxx... [cut: 200000 bytes]"));
+        }
         void reads_input(std::string_view source, uint32_t) override { sizes_.push_back(source.size()); }
         std::vector<size_t> sizes_;
     } there;

@@ -2,6 +2,7 @@
 // looked at.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -13,6 +14,8 @@ namespace {
 using reports::ClosedDocument;
 using reports::kPage;
 using reports::LineFile;
+using reports::open_file_sink;
+using reports::Sink;
 
 TEST(ClosedDocument, KeepsItsEndThroughEveryWrite) {
     for (const size_t largest : {0u, 100u, 3000u, 5000u, 40000u}) {
@@ -157,6 +160,85 @@ TEST(FileSink, ReplacesAnOlderReportWhenTheRunBegins) {
     EXPECT_THAT(error, testing::HasSubstr("none/report.xml: No such file"));
     EXPECT_EQ(open_report(make_json_reporter, directory.path(), &error), nullptr);
     EXPECT_THAT(error, testing::HasSubstr("Is a directory"));
+}
+
+class FileSinkTest : public testing::Test {
+  protected:
+    std::unique_ptr<Sink> open(const std::string &name) {
+        return open_file_sink(directory_.path(name), &error_);
+    }
+    size_t entries() const {
+        return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(directory_.path()), {}));
+    }
+    std::string text(const std::string &name) const { return read_text(directory_.path(name)); }
+
+    TemporaryDirectory directory_;
+    std::string error_;
+};
+
+TEST_F(FileSinkTest, AStartThatIsKilledLeavesNothing) {
+    const auto sink = open("report");
+    ASSERT_NE(sink, nullptr) << error_;
+    EXPECT_EQ(entries(), 0u);
+    EXPECT_TRUE(sink->begin("begun"));
+    EXPECT_EQ(entries(), 1u);
+    EXPECT_EQ(text("report"), "begun");
+}
+
+TEST_F(FileSinkTest, AnOlderFileIsReplacedWhenTheRunBegins) {
+    directory_.write("report", "older and longer");
+    const auto sink = open("report");
+    ASSERT_NE(sink, nullptr) << error_;
+    EXPECT_EQ(text("report"), "older and longer");
+    EXPECT_TRUE(sink->begin("begun"));
+    EXPECT_EQ(text("report"), "begun");
+    EXPECT_EQ(entries(), 1u);
+}
+
+TEST_F(FileSinkTest, NamesMayBeAsLongAsNamesAre) {
+    for (const size_t length : {250u, 255u}) {
+        const std::string name(length, 'n');
+        for (int i = 0; i < 2; ++i) {
+            const auto sink = open(name);
+            ASSERT_NE(sink, nullptr) << error_;
+            EXPECT_TRUE(sink->begin("begun"));
+            EXPECT_EQ(text(name), "begun");
+        }
+    }
+}
+
+TEST_F(FileSinkTest, AFileIsWrittenWhereNothingCanBePutBesideIt) {
+    if (geteuid() != 0) GTEST_SKIP() << "only root can become somebody else for a while";
+    const std::string path = directory_.write("report", "older and longer");
+    std::filesystem::permissions(path, static_cast<std::filesystem::perms>(0666));
+    std::filesystem::permissions(directory_.path(), static_cast<std::filesystem::perms>(0755));
+    ASSERT_EQ(seteuid(65534), 0);
+    auto sink = open("report");
+    const bool begun = sink != nullptr && sink->begin("begun");
+    const auto other = open("other");
+    ASSERT_EQ(seteuid(0), 0);
+    EXPECT_TRUE(begun) << error_;
+    EXPECT_EQ(text("report"), "begun");
+    EXPECT_EQ(other, nullptr);
+    EXPECT_EQ(error_, directory_.path("other") + ": Permission denied");
+}
+
+TEST_F(FileSinkTest, TwoReportsOfOneFileAreRefused) {
+    const auto refused = [&](const std::string &one, const std::string &two) {
+        ReportRequest request;
+        request.files[0] = one;
+        request.files[1] = two;
+        error_.clear();
+        open_reports(request, &error_);
+        return error_;
+    };
+    const std::string path = directory_.path("report"), other = directory_.path("./report");
+    EXPECT_THAT(refused(path, other), testing::HasSubstr(" both write " + other));
+    directory_.write("report", "");
+    std::filesystem::create_hard_link(path, directory_.path("link"));
+    EXPECT_THAT(refused(path, directory_.path("link")), testing::HasSubstr(" both write "));
+    EXPECT_EQ(refused("/dev/null", "/dev/null"), "");
+    EXPECT_EQ(refused(path, directory_.path("another")), "");
 }
 
 }  // namespace

@@ -115,6 +115,33 @@ TEST(Junit, AFileCutShortTellsHowManyCasesTheFolderHas) {
     EXPECT_EQ(document.child("testsuites").child("testsuite").attribute("tests").as_int(), 27);
 }
 
+TEST(Junit, AWorkerThatEndedBadlyIsAnErrorOfItsOwn) {
+    const std::string content = report_of(make_junit_reporter, [](Reporter &reporter) {
+        reporter.run_begins({});
+        reporter.folder_begins({"acl", "", 1});
+        reporter.case_ended(passing_case("acl", "c"));
+        reporter.folder_ended({"acl", "", 1});
+        FixtureResult worker;
+        worker.of_worker = worker.ran = true;
+        worker.verdict = Verdict::crashed;
+        worker.reason = "left with exit code 23 after its last case";
+        worker.output = "100 bytes leaked\n";
+        reporter.fixture_ended(worker);
+        reporter.run_ended({});
+    });
+    expect_valid(content);
+    pugi::xml_document document;
+    ASSERT_TRUE(document.load_string(content.c_str()));
+    const pugi::xml_node run = document.child("testsuites");
+    EXPECT_EQ(run.attribute("tests").as_int(), 2);
+    EXPECT_EQ(run.attribute("errors").as_int(), 1);
+    const pugi::xml_node worker = find_case(document, "worker");
+    EXPECT_STREQ(worker.attribute("classname").value(), "worker");
+    EXPECT_STREQ(worker.child("error").attribute("message").value(),
+                 "worker: left with exit code 23 after its last case");
+    EXPECT_STREQ(worker.child_value("system-out"), "100 bytes leaked\n");
+}
+
 TEST(Junit, WithoutCasesIsADocumentToo) {
     expect_valid(report_of(make_junit_reporter, [](Reporter &reporter) {
         reporter.run_begins({});

@@ -180,6 +180,28 @@ TEST(Tap, AFixtureThatFailedMakesItsFolderNotOk) {
     EXPECT_THAT(tap, testing::Not(testing::HasSubstr("of no interest")));
 }
 
+TEST(Tap, AWorkerThatEndedBadlyMakesItsLastFolderNotOk) {
+    const std::string tap = tap_of([](Reporter &reporter) {
+        RunInfo info;
+        info.selected = {"acl/c"};
+        reporter.run_begins(info);
+        reporter.folder_begins({"acl", "", 1});
+        reporter.case_ended(passing_case("acl", "c"));
+        reporter.folder_ended({"acl", "", 1});
+        FixtureResult worker;
+        worker.of_worker = worker.ran = true;
+        worker.verdict = Verdict::crashed;
+        worker.reason = "left with exit code 23 after its last case";
+        reporter.fixture_ended(worker);
+        reporter.run_ended({});
+    });
+    EXPECT_EQ(plan_problem(tap), "") << tap;
+    EXPECT_THAT(tap, testing::HasSubstr("    ok 1 c\n"
+                                        "    # worker: crashed\n"
+                                        "    # left with exit code 23 after its last case\n"
+                                        "not ok 1 acl\n"));
+}
+
 // The passes of a shuffled run have orders of their own: each level counts what it had.
 TEST(Tap, AShuffledRepeatedRunPlansAtTheEnd) {
     const std::string tap = tap_of([](Reporter &reporter) {

@@ -134,4 +134,11 @@ TEST(Nearest, ThirdOfTheWordMayBeWrong) {
     }
 }
 
+TEST(PlanFile, WhatHasNoEndIsRefusedInBoundedMemory) {
+    std::vector<kiv::Selector> selectors;
+    std::string error;
+    EXPECT_FALSE(kiv::read_plan("/dev/zero", &selectors, &error));
+    EXPECT_EQ(error, "/dev/zero: File too large");
+}
+
 }  // namespace

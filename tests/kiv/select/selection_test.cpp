@@ -5,7 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <ctime>
 
+#include "kiv/listing.h"
 #include "kiv/select/schedule.h"
 #include "tests/kiv/suite.h"
 
@@ -268,6 +270,57 @@ TEST(RegistryTest, MissingTextsAndFoldersAreTolerated) {
     kiv_context &context = suite.context();
     context.add_case(nullptr, nullptr, nullptr, nullptr, 1);
     EXPECT_EQ(context.cases[0].selector(), "cases/unnamed");
+}
+
+TEST(ShardTest, MorePartsThanFoldersCostNothing) {
+    kiv_test::Suite suite;
+    for (const char *name : {"a", "b", "c"}) suite.test(suite.folder(name), "case");
+    const auto part = [&](int index) {
+        std::vector<uint32_t> cases = {0, 1, 2};
+        kiv::shard_cases(suite.context(), index, 2'000'000'000, &cases);
+        return suite.names(cases);
+    };
+    EXPECT_THAT(part(0), ElementsAre("a/case"));
+    EXPECT_THAT(part(2), ElementsAre("c/case"));
+    EXPECT_THAT(part(3), ElementsAre());
+    EXPECT_THAT(part(1'999'999'999), ElementsAre());
+}
+
+TEST(SelectedName, ThatLooksLikeAPatternIsTakenAsItStands) {
+    kiv_test::Suite suite;
+    kiv_folder *folder = suite.folder("f");
+    for (const char *name : {"array[x]", "arrayx", "a*", "ab"}) suite.test(folder, name);
+    const auto selected_by = [&](const char *text) {
+        kiv::SelectionRequest request;
+        request.selectors = {kiv::make_selector(text)};
+        std::vector<uint32_t> selected;
+        std::string error;
+        EXPECT_TRUE(kiv::select_cases(suite.context(), request, &selected, &error)) << error;
+        return suite.names(selected);
+    };
+    EXPECT_THAT(selected_by("f/array[x]"), ElementsAre("f/array[x]"));
+    EXPECT_THAT(selected_by("f/array[xy]"), ElementsAre("f/arrayx"));
+    EXPECT_THAT(selected_by("f/a*"), ElementsAre("f/a*"));
+    EXPECT_THAT(selected_by("f/a?"), ElementsAre("f/a*", "f/ab"));
+}
+
+// Time of this process: a busy machine takes none of it.
+TEST(RegistryTest, HundredThousandFoldersAreNoMatterOfMinutes) {
+    const clock_t begin = clock();
+    kiv_test::Suite suite;
+    for (int i = 0; i < 100'000; ++i) {
+        kiv_folder *folder = suite.folder(i % 2 == 0 ? "same" : std::to_string(i).c_str());
+        suite.test(folder, "case");
+    }
+    kiv_context &context = suite.context();
+    EXPECT_EQ(context.folders.back().path, "99999");
+    EXPECT_EQ(context.folders[99'998].path, "same#50000");
+    EXPECT_EQ(context.find_folder("same#50000"), &context.folders[99'998]);
+    EXPECT_EQ(context.find_folder("same#50001"), nullptr);
+    std::vector<uint32_t> all(context.cases.size());
+    for (uint32_t i = 0; i < all.size(); ++i) all[i] = i;
+    EXPECT_GT(kiv::list_cases(context, all, kiv::ListKind::folders).size(), 500'000u);
+    EXPECT_LT((clock() - begin) / CLOCKS_PER_SEC, 10);
 }
 
 }  // namespace

@@ -6,7 +6,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 
 #include "kiv/site/flash.h"
 #include "tests/kiv/process.h"
@@ -130,6 +133,25 @@ TEST_F(StagerTest, FileOfTheUsersOwnStays) {
     kiv::Stager stager(directory_.file("flash"), &mask_);
     ASSERT_TRUE(stager.stage(files(""), &error_));
     EXPECT_EQ(staged(), "mine");
+}
+
+TEST_F(StagerTest, NothingIsWrittenThroughALinkThatWasPlanted) {
+    const std::string target = directory_.file("flash/kiv_input_file");
+    directory_.write("flash/other", "");
+    for (const char *content : {"elsewhere", "one"}) {
+        const std::string elsewhere = directory_.write("elsewhere", content);
+        unlink(target.c_str());
+        ASSERT_EQ(symlink(elsewhere.c_str(), target.c_str()), 0);
+        kiv::Stager stager(directory_.file("flash"), &mask_);
+        ASSERT_TRUE(stager.stage(files("one"), &error_)) << error_;
+        EXPECT_EQ(kiv_test::read_text(elsewhere), content);
+        EXPECT_EQ(staged(), "one");
+        EXPECT_FALSE(std::filesystem::is_symlink(target));
+    }
+    unlink(target.c_str());
+    ASSERT_EQ(mkfifo(target.c_str(), 0600), 0);
+    ASSERT_TRUE(kiv::Stager(directory_.file("flash"), &mask_).stage(files("one"), &error_)) << error_;
+    EXPECT_EQ(staged(), "one");
 }
 
 TEST_F(StagerTest, NextWorkerKnowsWhatTheLastOneStaged) {
@@ -257,6 +279,33 @@ TEST(Flash, FopenGoesThroughTheMapping) {
     EXPECT_EQ(fopen("/disk0:/../data", "r"), nullptr);
     EXPECT_EQ(errno, EACCES);
     kiv::map_flash("");
+}
+
+TEST(FlashTest, NoWriterIsLedOutByALink) {
+    const kiv_test::TemporaryDirectory directory;
+    directory.write("flash/below/file", "in the flash");
+    const std::string elsewhere = directory.write("elsewhere/file", "elsewhere");
+    ASSERT_EQ(symlink(elsewhere.c_str(), directory.file("flash/link").c_str()), 0);
+    ASSERT_EQ(symlink(directory.file("elsewhere").c_str(), directory.file("flash/down").c_str()), 0);
+    kiv::map_flash(directory.file("flash"));
+    for (const char *path : {"/disk0:/link", "/disk0:/down/file", "/disk0:/down/new"}) {
+        for (const char *mode : {"w", "a", "r+"}) {
+            errno = 0;
+            EXPECT_EQ(fopen(path, mode), nullptr) << path << " " << mode;
+            EXPECT_EQ(errno, ELOOP);
+        }
+    }
+    for (const char *path : {"/disk0:/below/file", "/disk0:/below/new"}) {
+        FILE *file = fopen(path, "w");
+        ASSERT_NE(file, nullptr) << path;
+        fclose(file);
+    }
+    FILE *file = fopen("/disk0:/link", "r");
+    ASSERT_NE(file, nullptr);
+    fclose(file);
+    kiv::map_flash("");
+    EXPECT_EQ(kiv_test::read_text(elsewhere), "elsewhere");
+    EXPECT_FALSE(std::filesystem::exists(directory.file("elsewhere/new")));
 }
 
 }  // namespace

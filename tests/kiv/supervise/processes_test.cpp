@@ -91,16 +91,27 @@ TEST_F(RunSignalsTest, WhatWasIgnoredStaysIgnoredAndAllIsAsBeforeAfterwards) {
         EXPECT_EQ(signals.interruptions(), 0);
         raise(SIGTERM);  // who starts a run in the background may still end it
         EXPECT_EQ(signals.interruptions(), 1);
-        EXPECT_EQ(action_of(SIGPIPE), SIG_IGN);
         signals.restore();
         EXPECT_EQ(action_of(SIGHUP), handler_of_the_program);
     }
     EXPECT_EQ(action_of(SIGINT), SIG_IGN);
     EXPECT_EQ(action_of(SIGTERM), SIG_IGN);
     EXPECT_EQ(action_of(SIGHUP), handler_of_the_program);
-    EXPECT_EQ(action_of(SIGPIPE), SIG_DFL);
     kiv_test::default_signals();
     signal(SIGTERM, SIG_DFL);
+}
+
+TEST_F(RunSignalsTest, WritesFailWhileThatIsWantedAndNotInAWorker) {
+    {
+        const kiv::WritesFail writes_fail;
+        EXPECT_EQ(action_of(SIGPIPE), SIG_IGN);
+        EXPECT_EQ(action_of(SIGXFSZ), SIG_IGN);
+        kiv::WritesFail::resign();
+        EXPECT_EQ(action_of(SIGPIPE), SIG_DFL);
+        EXPECT_EQ(action_of(SIGXFSZ), SIG_DFL);
+    }
+    EXPECT_EQ(action_of(SIGPIPE), SIG_DFL);
+    EXPECT_EQ(action_of(SIGXFSZ), SIG_DFL);
 }
 
 TEST_F(RunSignalsTest, NothingIsDeliveredWhileBlocked) {

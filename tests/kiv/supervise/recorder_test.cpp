@@ -226,17 +226,22 @@ TEST_F(RecorderTest, TearDownThatRanIsNotOwed) {
     EXPECT_EQ(told_->text_, "case outer/last aborted 0/0: called abort\n");
 }
 
-TEST_F(RecorderTest, WorkerThatEndsBetweenCasesIsNotedUnlessTheRunIsInterrupted) {
+TEST_F(RecorderTest, WorkerThatEndsBetweenCasesIsAFixtureThatFailedUnlessTheRunIsInterrupted) {
     fixture(0, true);
     told_->text_.clear();
+    recorder_->text(Printed::direct, "last words");
     recorder_->worker_died(ended_by(SIGKILL), kStart, {});
-    EXPECT_EQ(told_->text_, "tear-down of outer did not run: its worker ended\n");
+    EXPECT_EQ(told_->text_,
+              "worker crashed: ended by SIGKILL (Killed) between cases\n"
+              "tear-down of outer did not run: its worker ended\n");
+    EXPECT_EQ(told_->fixtures_[1].output, "last words");
+    EXPECT_EQ(told_->fixtures_[1].signal, SIGKILL);
     kiv::WorkerEnd end = ended_by(SIGTERM);
     end.interrupted = true;
     recorder_->worker_died(end, kStart, {});
     recorder_->finish(kStart);
     EXPECT_EQ(told_->summary_.failed_fixtures, 1u);
-    EXPECT_THAT(told_->summary_.notes, ElementsAre("the worker ended by SIGKILL (Killed) between cases"));
+    EXPECT_THAT(told_->summary_.notes, ElementsAre());
 }
 
 TEST_F(RecorderTest, CasesThatAreNotReachedAreToldFolderByFolder) {

@@ -166,6 +166,18 @@ TEST(Supervision, HundredThousandCasesNeedLittleMemory) {
     EXPECT_THAT(run.out, HasSubstr("PASSED: 100000 cases, 100000 passed"));
     EXPECT_LT(run.peak_kib, 20 * 1024);
 }
+
+TEST(Supervision, MemoryDoesNotGrowWithTheCasesThatRun) {
+    const auto peak = [](const char *passes) {
+        const Finished run = kiv_test::run("many",
+                                           {"-q", "--repeat", passes, "--json", "/dev/null", "--junit",
+                                            "/dev/null", "--tap", "/dev/null", "--html", "/dev/null"},
+                                           {{"SAMPLE_CASES", "200"}});
+        EXPECT_THAT(run.out, HasSubstr("PASSED: "));
+        return run.peak_kib;
+    };
+    EXPECT_LT(peak("500"), peak("5") + 2048);
+}
 #endif
 
 TEST(Supervision, InterruptEndsTheRunWithASummaryAndNoProcess) {

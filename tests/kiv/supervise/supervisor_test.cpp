@@ -79,6 +79,22 @@ int aborts_afterwards() {
     return passes();
 }
 
+int hangs_afterwards_until_it_is_ended() {
+    atexit([] {
+        signal(SIGTERM, [](int) { _exit(0); });
+        wait_forever();
+    });
+    return passes();
+}
+
+int reports_a_leak_afterwards() {
+    atexit([] {
+        constexpr std::string_view kReport = "100 bytes leaked\n";
+        _exit(write(STDERR_FILENO, kReport.data(), kReport.size()) < 0 ? 1 : 23);
+    });
+    return passes();
+}
+
 int hangs_afterwards() {
     atexit(wait_forever);
     return passes();
@@ -327,35 +343,53 @@ TEST_F(SupervisorTest, InterruptBetweenCasesIsNobodysFailure) {
 
 TEST_F(SupervisorTest, WorkerThatLeavesBadlyAfterItsLastCaseFailsTheRun) {
     add("leaves", leaves_with_4_afterwards);
-    EXPECT_THAT(run(), HasSubstr("case f/leaves passed"));
-    EXPECT_THAT(summary_.notes, ElementsAre("the worker left with exit code 4 after its last case"));
+    EXPECT_EQ(run(),
+              "folder f 1\ncase f/leaves passed 0/1: \nend of f\n"
+              "worker crashed: left with exit code 4 after its last case\n");
     EXPECT_FALSE(summary_.good());
 }
 
 TEST_F(SupervisorTest, WorkerThatDiesAfterItsLastCaseFailsTheRun) {
     add("aborts", aborts_afterwards);
-    EXPECT_THAT(run(), HasSubstr("case f/aborts passed"));
-    EXPECT_THAT(summary_.notes,
-                ElementsAre("the worker was ended by SIGABRT (Aborted) while it left, after its last case"));
+    EXPECT_EQ(run(),
+              "folder f 1\ncase f/aborts passed 0/1: \nend of f\n"
+              "worker aborted: ended by SIGABRT (Aborted) while it left, after its last case\n");
+    EXPECT_EQ(fixtures_[0].signal, SIGABRT);
+    EXPECT_EQ(summary_.failed_fixtures, 1u);
     EXPECT_FALSE(summary_.good());
 }
 
 TEST_F(SupervisorTest, WorkerThatDoesNotLeaveIsEnded) {
     policy_.leaving_grace = 100 * kMillisecond;
     add("hangs", hangs_afterwards);
-    EXPECT_THAT(run(), HasSubstr("case f/hangs passed"));
-    EXPECT_THAT(
-        summary_.notes,
-        ElementsAre("the worker was ended by SIGTERM (Terminated) while it left, after its last case: it "
-                    "did not leave within 100 ms after its last case"));
+    EXPECT_EQ(run(),
+              "folder f 1\ncase f/hangs passed 0/1: \nend of f\n"
+              "worker timed out: did not leave within 100 ms after its last case\n");
+    EXPECT_FALSE(summary_.good());
+}
+
+TEST_F(SupervisorTest, WorkerThatLeavesWellOnlyWhenItIsEndedFailsTheRun) {
+    policy_.leaving_grace = 100 * kMillisecond;
+    add("hangs", hangs_afterwards_until_it_is_ended);
+    EXPECT_THAT(run(), HasSubstr("worker timed out: did not leave within 100 ms after its last case\n"));
+    EXPECT_FALSE(summary_.good());
+}
+
+TEST_F(SupervisorTest, WhatAWorkerSaysWhenItLeavesBadlyIsKept) {
+    add("reports", reports_a_leak_afterwards);
+    EXPECT_THAT(run(), HasSubstr("worker crashed: left with exit code 23 after its last case\n"));
+    EXPECT_EQ(fixtures_.at(0).output, "100 bytes leaked\n");
 }
 
 TEST_F(SupervisorTest, WorkerThatNeverComesToACaseEndsTheRun) {
     watcher_.on_worker_begins_ = [](int) { abort(); };
     add("never", passes);
-    EXPECT_EQ(run(), "folder f 1\ncase f/never not run 0/0: no worker came as far\nend of f\n");
+    EXPECT_EQ(run(),
+              "worker aborted: called abort between cases\n"
+              "folder f 1\ncase f/never not run 0/0: no worker came as far\nend of f\n");
     EXPECT_EQ(summary_.stopped_because, "a worker ended before its first case");
-    EXPECT_THAT(summary_.notes, ElementsAre("the worker called abort between cases"));
+    EXPECT_THAT(summary_.notes, IsEmpty());
+    EXPECT_EQ(fixtures_.at(0).reason, "called abort between cases");
 }
 
 TEST_F(SupervisorTest, WorkerThatHangsBetweenCasesIsEnded) {
@@ -363,7 +397,8 @@ TEST_F(SupervisorTest, WorkerThatHangsBetweenCasesIsEnded) {
     watcher_.on_worker_begins_ = [](int) { wait_forever(); };
     add("never", passes);
     EXPECT_THAT(run(), HasSubstr("no worker came as far"));
-    EXPECT_THAT(summary_.notes, ElementsAre("the worker did nothing for 100 ms between cases"));
+    EXPECT_EQ(fixtures_.at(0).reason, "did nothing for 100 ms between cases");
+    EXPECT_EQ(fixtures_.at(0).verdict, kiv::Verdict::timed_out);
 }
 
 TEST_F(SupervisorTest, EachWorkerHasItsNumberAndItsNotesArrive) {
@@ -408,7 +443,7 @@ TEST_F(SupervisorTest, CaseThatWritesOverTheRunIsEndedAndNothingElse) {
     add("last", passes, suite_.folder("last"));
     EXPECT_EQ(run(),
               "folder f 2\ncase f/fine passed 0/1: \n"
-              "case f/writes crashed 0/0: wrote over the memory of the run\nend of f\n"
+              "case f/writes crashed 0/0: the case damaged the run's memory\nend of f\n"
               "folder last 1\ncase last/last passed 0/1: \nend of last\n");
 }
 
