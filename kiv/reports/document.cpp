@@ -148,7 +148,8 @@ std::unique_ptr<Sink> open_file_sink(const std::string &path, std::string *error
     // A file without a name, so that a start that is killed leaves none; where there is no such thing, one
     // with a short name, since the other may be as long as names are.
     std::string temporary;
-    int fd = open(directory.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
+    const bool can_be_named = access("/proc/self/fd", X_OK) == 0;
+    int fd = can_be_named ? open(directory.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600) : -1;
     if (fd < 0) {
         temporary = directory + "/.kiv-XXXXXX";
         fd = mkostemp(temporary.data(), O_CLOEXEC);

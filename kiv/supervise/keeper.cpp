@@ -120,7 +120,8 @@ void Keeper::keep(pid_t supervision, const std::function<void(pid_t parent)> &wo
     }
     setsid();  // what ends the group of the run does not end the one who cleans up after it
     // Pipes of the run have no other end here, or who waits for their end would wait for us.
-    const int told = fcntl(told_[1], F_DUPFD_CLOEXEC, STDERR_FILENO + 1), asked = fcntl(asked_[0], F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    const int told = fcntl(told_[1], F_DUPFD_CLOEXEC, STDERR_FILENO + 1),
+              asked = fcntl(asked_[0], F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     reports::close_kept_descriptors();
     told_[1] = told;
     asked_[0] = asked;

@@ -181,6 +181,10 @@ TEST(SuiteTexts, EveryRowOfTheTableIsNeeded) {
     fit("Success in sending what must fail");
     fit("Success while sending what must fail");
     fit("12 checks, 1 failed");
+    // Codes of the simulated card: no such entry, in use, any other.
+    fit(" kiv_util_tx_adj_del call 1 failed with rc=0x5ca01000");
+    for (const char *code : {"0x5ca01000", "0x5ca01200", "0x5ca01400"})
+        fit(std::string(" prm_srh_xid_del call 1 failed with rc=") + code);
     for (const kiv::OutcomeText &row : kiv::outcome_texts()) {
         EXPECT_TRUE(needed.contains(&row)) << row.text;
         EXPECT_FALSE(row.why.empty()) << row.text;
