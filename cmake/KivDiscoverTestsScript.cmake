@@ -28,7 +28,7 @@ foreach(folder IN LISTS folders)
   string(APPEND text "add_test([==[${PREFIX}${folder}]==] [==[${PROGRAM}]==] [==[${folder}]==]${excludes}"
     " \"--out\" [==[${WORKING_DIRECTORY}/kiv-out/${place}]==]${arguments})\n")
   string(APPEND text "set_tests_properties([==[${PREFIX}${folder}]==] PROPERTIES"
-    " PASS_REGULAR_EXPRESSION [==[(^|\n)PASSED: ]==] WORKING_DIRECTORY [==[${WORKING_DIRECTORY}]==]")
+    " ENVIRONMENT KIV_EXIT_STATUS=1 WORKING_DIRECTORY [==[${WORKING_DIRECTORY}]==]")
   if(RESOURCE_LOCK)
     string(APPEND text " RESOURCE_LOCK [==[${RESOURCE_LOCK}]==]")
   endif()

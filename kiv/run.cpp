@@ -5,11 +5,13 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cstdlib>
 
 #include "kiv/environment.h"
 #include "kiv/files.h"
 #include "kiv/listing.h"
 #include "kiv/observers.h"
+#include "kiv/reports/wording.h"
 #include "kiv/select/rerun.h"
 #include "kiv/select/selection.h"
 #include "kiv/site/flash.h"
@@ -19,6 +21,8 @@
 namespace kiv {
 
 namespace {
+
+constexpr const char *kNothing = "\nNothing was run.";
 
 uint32_t fresh_seed() {
     return static_cast<uint32_t>(now_ns() / 1000 ^ getpid()) % 999'999 + 1;
@@ -69,7 +73,7 @@ int Run::execute() {
     RunInfo info = describe();
     if (!tell_observers(info, &error)) return fail(error);
     std::vector<std::unique_ptr<Reporter>> reports = open_reports(options_.reports, &error);
-    if (!error.empty()) return fail(error);
+    if (!error.empty()) return fail(error + kNothing);
 
     const Descriptor out = Descriptor::copy_of(STDOUT_FILENO);  // a case may close the original
     Console console(out.number(), console_style_of(options_));
@@ -78,13 +82,18 @@ int Run::execute() {
     run_cases(recorder);
     const bool good = finish(recorder).good();
     mark.ended(good);
-    return good ? 0 : 1;
+    return good ? kGood : kNotGood;
 }
 
-int Run::fail(const std::string &message) const {
+int Run::fail(const std::string &message) {
     const std::string name = options_.program.substr(options_.program.rfind('/') + 1);
-    write_all(STDERR_FILENO, name + ": " + message + "\n");
-    return 1;
+    std::string text;
+    if (!problems_shown_)
+        for (const std::string &problem : site_problems_)
+            if (!message.starts_with(problem)) text += name + ": warning: " + problem + "\n";
+    write_all(STDERR_FILENO, text + name + ": " + message + "\n");
+    why_ = message.substr(0, message.find('\n'));
+    return kNothingRun;
 }
 
 bool Run::choose_site(std::string *error) {
@@ -92,7 +101,29 @@ bool Run::choose_site(std::string *error) {
     std::string directory;
     if (!find_site(options_.site, options_.no_site, &directory, error)) return false;
     if (!directory.empty()) site_.emplace(absolute_path(directory));
-    return true;
+    return check_site(error);
+}
+
+bool Run::check_site(std::string *error) {
+    if (!site_ || site_knowledge() == nullptr) return true;
+    site_problems_ = site_knowledge()->problems(site_->directory());
+    if (const std::string problem = problem_of_the_plan(); !problem.empty())
+        site_problems_.push_back(problem);
+    if (site_problems_.empty() || !options_.strict_site) return true;
+    *error = reports::site_problems_text(site_problems_.size()) + " (--no-strict-site runs all the same)" +
+             kNothing;
+    return false;
+}
+
+// Also when something else selects: the next run may go by it.
+std::string Run::problem_of_the_plan() const {
+    std::string error;
+    SelectionRequest request;
+    std::vector<uint32_t> selected;
+    if (site_->plan().empty() || (read_plan(site_->plan(), &request.selectors, &error) &&
+                                  select_cases(context_, request, &selected, &error)))
+        return "";
+    return error;
 }
 
 bool Run::select(std::string *error) {
@@ -100,14 +131,14 @@ bool Run::select(std::string *error) {
     request.selectors = options_.selectors;
     request.all = options_.all || options_.list != ListKind::none;
     if (!add_other_selectors(&request, error)) {
-        *error += "\nNothing was run.";
+        *error += kNothing;
         return false;
     }
     const bool reruns = !options_.rerun_failed.empty();
     if (reruns && request.selectors.size() == options_.selectors.size())
         return true;  // all of it passed: there is nothing to run again
     if (!select_cases(context_, request, &selected_, error)) {
-        *error += "\nNothing was run.";
+        *error += kNothing;
         return false;
     }
     const bool sharded = options_.shard_count > 1;
@@ -152,6 +183,9 @@ RunInfo Run::describe() const {
     info.program = options_.program;
     info.arguments = options_.arguments;
     if (site_) info.site = site_->directory();
+    info.site_problems = site_problems_;
+    if (!site_ && site_knowledge() != nullptr && !is_directory(kCardFlash))
+        info.remarks.push_back(without_a_site());
     info.host = host_name();
     info.version = KIV_VERSION;
     info.started_at = utc_now();
@@ -182,10 +216,23 @@ RunInfo Run::describe() const {
     return info;
 }
 
+// Off a card a run without a site is rarely what was meant.
+std::string Run::without_a_site() const {
+    std::string text = "No site: input files and standard input are your own;\n  ";
+    size_t lacking = 0;
+    for (const uint32_t at : selected_) {
+        const Case &test = context_.cases[at];
+        if (site_knowledge()->case_reads(test.folder->path, test.bare_name())) ++lacking;
+    }
+    if (lacking != 0)
+        text += std::to_string(lacking) + (lacking == 1 ? " case" : " cases") + " will lack interfaces; ";
+    return text + "--site DIR or KIV_SITE names a site";
+}
+
 bool Run::tell_observers(RunInfo &info, std::string *error) const {
     for (Observer *observer : observers()) {
         if (observer->run_begins(info, error)) continue;
-        *error += "\nNothing was run.";
+        *error += kNothing;
         return false;
     }
     return true;
@@ -194,7 +241,8 @@ bool Run::tell_observers(RunInfo &info, std::string *error) const {
 void Run::begin(const RunInfo &info, Recorder &recorder) {
     take_notes(&recorder);
     recorder.run_begins(info);
-    if (site_)
+    problems_shown_ = true;
+    if (site_ && site_knowledge() == nullptr)  // who knows more has said it
         for (const std::string &stranger : site_->strangers(context_))
             recorder.note("the site has files for " + stranger + ", but no folder or case is called so");
     recorder.console()->flush();
@@ -218,21 +266,78 @@ const Summary &Run::finish(Recorder &recorder) const {
 
 }  // namespace kiv
 
-extern "C" int kiv_run(int argc, char **argv, kiv_context_t context) {
+namespace kiv {
+namespace {
+
+// The reports that the command line or the environment names, until the run begins: they say that nothing was
+// run, so that nobody takes results of an earlier run for those of this one.
+class UnbegunReports {
+  public:
+    void replace(const Options &options) {
+        reports_ = options.named_reports;
+        if (!options.runs) return;
+        for (size_t i = 0; i < report_formats().size(); ++i) {
+            const char *const variable = report_formats()[i].variable;
+            const bool named = std::any_of(reports_.begin(), reports_.end(),
+                                           [i](const NamedReport &report) { return report.format == i; });
+            if (variable == nullptr || named || getenv(variable) == nullptr || *getenv(variable) == '\0')
+                continue;
+            reports_.push_back({i, getenv(variable)});
+        }
+        nothing_ = {options.program, options.arguments, utc_now(), "the run has not begun"};
+        write_nothing_run(reports_, nothing_, &error_);
+    }
+    // Why one of them cannot be written; empty when all can.
+    const std::string &error() const { return error_; }
+    void say_why(const std::string &why) {
+        nothing_.why = why;
+        std::string ignored;
+        write_nothing_run(reports_, nothing_, &ignored);
+    }
+
+  private:
+    std::vector<NamedReport> reports_;
+    NothingRun nothing_;
+    std::string error_;
+};
+
+int nothing_run(UnbegunReports &reports, const std::string &why) {
+    reports.say_why(why.substr(0, why.find('\n')));
+    return kNothingRun;
+}
+
+// From the command line on. *exit_status: whether the program is to end with what is returned.
+int run_suite(int argc, char **argv, kiv_context &context, bool *exit_status) {
     CLI::App app;
-    kiv::Options options;
-    switch (kiv::parse_options(argc, argv, app, &options)) {
-        case kiv::Parsed::nothing_to_do:
-            return 0;
-        case kiv::Parsed::error:
-            return 1;
-        case kiv::Parsed::run:
+    Options options;
+    UnbegunReports reports;
+    switch (parse_options(argc, argv, app, &options, [&](const Options &named) { reports.replace(named); })) {
+        case Parsed::nothing_to_do:
+            return kGood;
+        case Parsed::error:
+            return nothing_run(reports, options.mistake);
+        case Parsed::run:
             break;
     }
-    std::string error;
-    if (!kiv::apply_test_environment(&options, &error)) {
-        kiv::write_all(STDERR_FILENO, options.program + ": " + error + "\n");
-        return 1;
+    std::string error = reports.error();
+    if (!error.empty() || !apply_test_environment(&options, &error)) {
+        const std::string name = options.program.substr(options.program.rfind('/') + 1);
+        write_all(STDERR_FILENO, name + ": " + error + kNothing + "\n");
+        return nothing_run(reports, error);
     }
-    return kiv::Run(*context, std::move(options)).execute();
+    *exit_status = options.exit_status;
+    Run run(context, std::move(options));
+    const int status = run.execute();
+    return status == kNothingRun ? nothing_run(reports, run.why()) : status;
+}
+
+}  // namespace
+}  // namespace kiv
+
+// A suite's main need not look at what this returns: where the status counts, the program ends here.
+extern "C" int kiv_run(int argc, char **argv, kiv_context_t context) {
+    bool exit_status = false;
+    const int status = kiv::run_suite(argc, argv, *context, &exit_status);
+    if (status == kiv::kNothingRun || (exit_status && status != kiv::kGood)) exit(status);
+    return status;
 }

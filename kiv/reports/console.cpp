@@ -8,6 +8,7 @@
 #include "kiv/files.h"
 #include "kiv/reports/calls.h"
 #include "kiv/reports/time.h"
+#include "kiv/reports/wording.h"
 
 namespace kiv {
 
@@ -97,7 +98,16 @@ void Console::run_begins(const RunInfo &info) {
     paint(kBold, "Running " + line);
     out_ += '\n';
     if (!info.site.empty()) out_ += "Site " + info.site + "\n";
+    for (const std::string &remark : info.remarks) {
+        paint(kYellow, remark);
+        out_ += '\n';
+    }
     if (!info.disk0.empty()) out_ += "Flash " + info.disk0 + "\n";
+    site_problems_ = info.site_problems.size();
+    for (const std::string &problem : info.site_problems) {
+        paint(kYellow, "warning: ");
+        out_ += problem + "\n";
+    }
 }
 
 void Console::folder_begins(const FolderInfo &folder) {
@@ -352,6 +362,7 @@ void Console::run_ended(const Summary &summary) {
             std::to_string(summary.failed_checks) + " failed, in " + duration_text(summary.duration) + "\n";
     const std::string calls = reports::unnoticed_text(summary);
     if (!calls.empty()) out_ += "        " + calls + "\n";
+    if (site_problems_ != 0) out_ += "        " + reports::site_problems_text(site_problems_) + "\n";
     flush();
 }
 

@@ -63,6 +63,7 @@ class Console : public Reporter {
     bool broken_ = false;  // nobody reads any more
     std::string program_;
     uint64_t total_ = 0, done_ = 0, bad_ = 0;
+    size_t site_problems_ = 0;
     FolderInfo heading_;
     bool heading_pending_ = false;
     std::string running_;

@@ -158,6 +158,8 @@ class JunitReporter : public Reporter {
         property("arguments", arguments);
         property("version", info.version);
         property("site", info.site);
+        property("site-problems", site_problems_text(info.site_problems.size()));
+        for (const std::string &problem : info.site_problems) property("site-problem", problem);
         property("card", info.card);
         property("disk0", info.disk0);
         if (info.seed != 0) property("seed", std::to_string(info.seed));
@@ -312,6 +314,24 @@ class JunitReporter : public Reporter {
 };
 
 }  // namespace
+
+std::string tell_junit_nothing_run(const NothingRun &nothing) {
+    // Readers that count errors, and nothing else, must find one.
+    std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites ";
+    Counts counts;
+    counts.tests = counts.errors = 1;
+    append_counts(text, counts);
+    text += " name=\"";
+    append_xml_attribute(text, nothing.program);
+    text += "\">\n<testsuite ";
+    append_counts(text, counts);
+    text +=
+        " name=\"run\">\n<testcase name=\"run\" classname=\"run\" assertions=\"0\" status=\"not run\" "
+        "time=\"0\">\n"
+        "<error type=\"not run\" message=\"";
+    append_xml_attribute(text, "nothing was run: " + nothing.why);
+    return text + "\"/>\n</testcase>\n</testsuite>\n</testsuites>\n";
+}
 
 std::unique_ptr<Reporter> make_junit_reporter(std::unique_ptr<Sink> sink) {
     return std::make_unique<JunitReporter>(std::move(sink));

@@ -110,6 +110,25 @@ void RecordedRun::finish(const std::string &reason) {
     complete = true;
 }
 
+std::string RecordedRun::contradiction() const {
+    const Summary told = count(*this);
+    const auto differs = [](const std::string &field, uint64_t says, uint64_t found) {
+        return says == found ? std::string()
+                             : field + ": the summary says " + std::to_string(says) +
+                                   ", the events tell of " + std::to_string(found);
+    };
+    std::string found = info.selected_cases == told.selected
+                            ? ""
+                            : "SelectedCases: the start says " + std::to_string(info.selected_cases) +
+                                  ", the events tell of " + std::to_string(told.selected);
+    if (found.empty()) found = differs("Selected", summary.selected, told.selected);
+    for (size_t i = 0; found.empty() && i < std::size(told.counts); ++i)
+        found = differs(std::string("Counts.") + verdict_text(static_cast<Verdict>(i)), summary.counts[i],
+                        told.counts[i]);
+    if (found.empty()) found = differs("FailedFixtures", summary.failed_fixtures, told.failed_fixtures);
+    return found;
+}
+
 void RecordedRun::replay(Reporter &reporter) const {
     reporter.run_begins(info);
     for (const auto &event : events) {

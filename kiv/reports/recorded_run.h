@@ -38,6 +38,9 @@ struct RecordedRun {
     void finish(const std::string &reason);
 
     void replay(Reporter &reporter) const;
+
+    // What the run's own counts say that its events do not, "FIELD: what differs"; empty when they agree.
+    std::string contradiction() const;
 };
 
 // Reads an event stream; `path` is its name in messages. False, with *error set ("PATH:LINE: FIELD: what is

@@ -1,12 +1,18 @@
 // The table of the report formats, and the opening of reports.
 #include "kiv/reports/report_list.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
 namespace kiv {
 namespace {
 
 constexpr ReportFormat kFormats[] = {
 #define KIV_REPORT_FORMAT(name, help, variable, lists_cases) \
-    {#name, help, variable, lists_cases, make_##name##_reporter},
+    {#name, help, variable, lists_cases, make_##name##_reporter, tell_##name##_nothing_run},
 #include "kiv/reports/formats.def"
 #undef KIV_REPORT_FORMAT
 };
@@ -26,6 +32,25 @@ bool ReportRequest::list_cases() const {
     for (size_t i = 0; i < files.size(); ++i)
         if (!files[i].empty() && kFormats[i].lists_cases) return true;
     return false;
+}
+
+bool write_nothing_run(const std::vector<NamedReport> &reports, const NothingRun &nothing,
+                       std::string *error) {
+    bool good = true;
+    for (const NamedReport &report : reports) {
+        struct stat status;
+        if (stat(report.path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) continue;
+        std::string problem;
+        const std::unique_ptr<reports::Sink> sink = reports::open_file_sink(report.path, &problem);
+        if (sink != nullptr && sink->begin(kFormats[report.format].tell_nothing_run(nothing))) continue;
+        if (sink != nullptr) problem = report.path + ": " + strerror(errno);
+        // Where there is no room for the new document there is room for none.
+        if (truncate(report.path.c_str(), 0) != 0 && errno != ENOENT)
+            problem += " (and the older file stands)";
+        if (good) *error = problem;
+        good = false;
+    }
+    return good;
 }
 
 std::vector<std::unique_ptr<Reporter>> open_reports(const ReportRequest &request, std::string *error) {

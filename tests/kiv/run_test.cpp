@@ -67,6 +67,102 @@ TEST_F(RunTest, MistakesRunNothingAndLeaveNothing) {
     EXPECT_FALSE(exists(directory_.file("kiv-out")));
 }
 
+// What a file of yesterday may not pass for.
+class UnbegunTest : public RunTest {
+  protected:
+    static constexpr const char *kFiles[] = {"run.json", "run.xml", "run.tap", "run.html"};
+
+    std::vector<std::string> with_reports(std::vector<std::string> arguments) {
+        for (const char *const file : kFiles) {
+            directory_.write(file, "results of yesterday\n");
+            const std::string name(file);
+            const std::string format = name.substr(name.find('.') + 1);
+            arguments.insert(arguments.end(), {"--" + (format == "xml" ? "junit" : format), file});
+        }
+        return arguments;
+    }
+};
+
+TEST_F(UnbegunTest, EveryReportOfARunThatCannotBeginSaysWhy) {
+    const std::pair<std::vector<std::string>, const char *> kMistakes[] = {
+        {{"first", "frist"}, "no folder or case is called \\\"frist\\\"; did you mean first?"},
+        {{"--fial-fast"}, "unknown option --fial-fast; did you mean --fail-fast?"},
+        {{"--repeat", "0"}, "--repeat: "},
+        {{"--site", "nowhere"}, "--site: nowhere is not a directory"},
+        {{"--plan", "none"}, "none: No such file or directory"},
+        {{"--rerun-failed", "none"}, "none: No such file or directory"},
+        {{"--shard", "3/2"}, "--shard: "},
+        {{"first", "-first"}, "the selection leaves no case to run"}};
+    for (const auto &[arguments, why] : kMistakes) {
+        const Finished finished = run(with_reports(arguments));
+        EXPECT_EQ(finished.exit_code, 2) << why;
+        EXPECT_THAT(read_text(directory_.file("run.json")), HasSubstr(std::string("\"Reason\":\"") + why));
+        for (const char *const file : kFiles) {
+            EXPECT_THAT(read_text(directory_.file(file)), Not(HasSubstr("yesterday"))) << why;
+            EXPECT_THAT(read_text(directory_.file(file)), HasSubstr(std::string(why).substr(0, 6))) << file;
+        }
+    }
+}
+
+TEST_F(UnbegunTest, ReportNamedByTheEnvironmentSaysSoToo) {
+    directory_.write("test.xml", "results of yesterday\n");
+    const Finished finished = run({"--fial-fast"}, {{"XML_OUTPUT_FILE", "test.xml"}});
+    EXPECT_EQ(finished.exit_code, 2);
+    EXPECT_THAT(read_text(directory_.file("test.xml")),
+                HasSubstr("<error type=\"not run\" message=\"nothing was run: unknown option"));
+}
+
+TEST_F(UnbegunTest, ListsAndHelpLeaveReportsAlone) {
+    for (const char *const word :
+         {"--list", "-l", "--list-json", "--list-folders", "--help", "-h", "--version"}) {
+        const Finished finished = run(with_reports({word}), {{"XML_OUTPUT_FILE", "run.xml"}});
+        EXPECT_EQ(finished.exit_code, 0) << word;
+        for (const char *const file : kFiles)
+            EXPECT_EQ(read_text(directory_.file(file)), "results of yesterday\n") << word << ' ' << file;
+    }
+}
+
+TEST_F(UnbegunTest, ReportThatListsWhatToRunAgainStaysUntilTheRunBegins) {
+    run({"--json", "run.json", "first"});
+    EXPECT_EQ(run({"--rerun-failed", "run.json", "--json", "run.json", "--site", "nowhere"}).exit_code, 2);
+    EXPECT_THAT(run({"--rerun-failed", "run.json", "--json", "run.json"}).out, HasSubstr("FAILED: 1 case"));
+    EXPECT_THAT(read_text(directory_.file("run.json")), HasSubstr("\"Selected\":1,"));
+}
+
+TEST_F(UnbegunTest, WithoutRoomForTheNewReportTheOldOneIsEmptied) {
+    directory_.write("run.json", "results of yesterday\n");
+    // Room for nothing: the disk is full.
+    const std::string command = "cd " + directory_.path() +
+                                " && ulimit -f 0 && trap \"\" XFSZ && KIV_SITE= " SAMPLES
+                                "/kiv_sample_mixed --json run.json first >/dev/null 2>&1";
+    const int status = std::system(("sh -c '" + command + "'").c_str());
+    EXPECT_EQ(WEXITSTATUS(status), 2);
+    EXPECT_EQ(read_text(directory_.file("run.json")), "");
+}
+
+TEST_F(RunTest, StatusIsZeroForARunThatTookPlaceUnlessAskedFor) {
+    EXPECT_EQ(run({"first"}).exit_code, 0);
+    EXPECT_EQ(run({"--exit-status", "first"}).exit_code, 1);
+    EXPECT_EQ(run({"--exit-status", "first/passes"}).exit_code, 0);
+    EXPECT_EQ(run({"first"}, {{"KIV_EXIT_STATUS", "1"}}).exit_code, 1);
+    for (const char *const name : {"BAZEL_TEST", "TEST_PREMATURE_EXIT_FILE", "CTEST_INTERACTIVE_DEBUG_MODE",
+                                   "DASHBOARD_TEST_FROM_CTEST"}) {
+        const std::string value = directory_.file("value");
+        EXPECT_EQ(run({"first"}, {{name, value}}).exit_code, 1) << name;
+        EXPECT_EQ(run({"first/passes"}, {{name, value}}).exit_code, 0) << name;
+        EXPECT_EQ(run({"first"}, {{name, value}, {"KIV_EXIT_STATUS", "0"}}).exit_code, 0) << name;
+    }
+}
+
+TEST_F(RunTest, StatusIsTwoWhenNothingCouldBeRun) {
+    for (const char *const word : {"nowhere", "--nowhere", "--timeout=x", "--site=nowhere",
+                                   "--json=no/such/file", "--junit=/", "--disk0=/dev/null/x"})
+        for (const char *const asked : {"0", "1"})
+            EXPECT_EQ(run({word}, {{"KIV_EXIT_STATUS", asked}}).exit_code, 2) << word;
+    EXPECT_EQ(run({}, {{"TEST_TOTAL_SHARDS", "2"}, {"TEST_SHARD_INDEX", "2"}}).exit_code, 2);
+    EXPECT_EQ(Process("watched", {"--refuse", "out of glass"}, directory_.path()).finish().exit_code, 2);
+}
+
 TEST_F(RunTest, ExcludesAreToldFromOptions) {
     EXPECT_THAT(run({"-second", "-q", "-first/f*"}).out, HasSubstr("PASSED: 2 cases, 2 passed"));
     EXPECT_THAT(run({"-q", "--", "first/passes", "-second"}).out, HasSubstr("PASSED: 1 case, 1 passed"));

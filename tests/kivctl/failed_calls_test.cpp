@@ -33,7 +33,10 @@ std::string run_with(const std::string &verdict, const std::string &calls = kCal
            R"({"Time":"2026-11-21T04:00:00.0Z","Action":"fixture","Package":"a","Fixture":"set-up","Elapsed":0.1,)" +
            fixture + R"("Ran":true,"Verdict":"passed"})" + "\n" + case_events("x", "pass", "passed", "") +
            case_events("y", verdict == "failed" ? "fail" : "pass", verdict, calls) +
-           R"({"Time":"2026-11-21T04:00:01.0Z","Action":"summary","Elapsed":1,"Selected":2,"Counts":{"passed":2},)"
+           R"({"Time":"2026-11-21T04:00:01.0Z","Action":"summary","Elapsed":1,"Selected":2,"Counts":{"passed":1,)"
+           "\"" +
+           verdict + "\":" + (verdict == "passed" ? "2" : "1") +
+           R"(},)"
            R"("Checks":2,"FailedChecks":0,"FailedFixtures":0,"FailedCalls":3,"UnnoticedCalls":2,)"
            R"("WithUnnoticedCalls":1,"Interrupted":false})"
            "\n";
