@@ -94,7 +94,7 @@ const Mistake kMistakes[] = {
     {"a misspelt case", "cases/prm-kiv-l2/tc_kiv_xconect_add_locsw/kiv_tcs_input_file", before_all("x"),
      "cases/prm-kiv-l2/tc_kiv_xconect_add_locsw: no case of prm-kiv-l2 that reads anything has this name", 1},
     {"a typo in the plan", "plan", replace("prm-lpts", "prm-ltps"),
-     ":18: no folder or case is called \"prm-ltps\"; did you mean prm-lpts?", 1},
+     ":16: no folder or case is called \"prm-ltps\"; did you mean prm-lpts?", 1},
     {"a byte-order mark in the plan", "plan", before_all(kMark),
      ":1: a byte-order mark: write the file without it", 1},
     {"an unknown key", "card.toml", replace("ports = 64", "prots = 64"), ":19: card.prots: unknown field", 0},
