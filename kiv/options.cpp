@@ -36,7 +36,7 @@ constexpr const char *kExamples =
   %s                              what the site's plan says
   %s acl qos -acl/neg_*           two folders without some cases
   %s --list 'span/*'              what a selector selects
-  %s --shuffle --repeat 20 --fail-fast prm-kiv
+  %s --repeat 20 --fail-fast acl
   %s --json run.json --junit run.xml --timeout 60
 
 The exit status is 2 when nothing could be run, and else tells nothing of the
@@ -87,7 +87,11 @@ void declare_selection(CLI::App &app, Options *options, Written *written) {
         ->group(group)
         ->expected(1)
         ->take_all();
-    app.add_flag("--all", options->all, "Manual cases too, and no plan of the site")->group(group);
+    app.add_flag("--all", options->all, "Manual cases too; in the order of the site's plan")->group(group);
+    app.add_flag(
+           "--with-needed", options->with_needed,
+           "And, before each, the cases of its folder that it\nbuilds on, by the order of the site's plan")
+        ->group(group);
     app.add_option("--exclude", written->excludes, "Leave out, like a leading dash")
         ->type_name("SELECTOR")
         ->group(group)
@@ -164,6 +168,9 @@ void declare_places(CLI::App &app, Options *options, Written *written) {
         ->group(group);
     app.add_option("--out", options->out, "Directory for what the run leaves [kiv-out]")
         ->type_name("DIR")
+        ->group(group);
+    app.add_flag("--wait", options->wait,
+                 "Wait for a directory that another run uses, instead\nof taking a numbered one")
         ->group(group);
 }
 
@@ -273,6 +280,13 @@ bool convert(const Written &written, const std::vector<std::string> &selectors, 
         *error = "--shard: \"" + written.shard + "\" is not I/N with I from 1 to N";
         return false;
     }
+    for (size_t i = 0; i < options->reports.files.size(); ++i)
+        for (size_t k = 0; k < i; ++k)
+            if (!options->reports.files[i].empty() &&
+                options->reports.files[i] == options->reports.files[k]) {
+                *error = options->reports.files[i] + ": two reports cannot go to one file";
+                return false;
+            }
     for (const std::string &plan : written.plans)
         if (!read_plan(plan, &options->selectors, error)) return false;
     for (const std::string &word : selectors) options->selectors.push_back(make_selector(word));

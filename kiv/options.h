@@ -24,6 +24,7 @@ struct Options {
     std::vector<std::string> arguments;
     std::vector<Selector> selectors;  // of plans, then of the command line
     bool all = false;
+    bool with_needed = false;  // and what they build on before them
     std::string rerun_failed;
     int shard_index = 0, shard_count = 1;
     bool sharded = false;
@@ -44,6 +45,7 @@ struct Options {
 
     std::string site, disk0, out;
     bool no_site = false;
+    bool wait = false;         // for a directory that another run uses
     bool strict_site = false;  // runs nothing with a site that has problems
 
     bool verbose = false, quiet = false;

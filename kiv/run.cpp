@@ -12,6 +12,7 @@
 #include "kiv/listing.h"
 #include "kiv/observers.h"
 #include "kiv/reports/wording.h"
+#include "kiv/select/needed.h"
 #include "kiv/select/rerun.h"
 #include "kiv/select/selection.h"
 #include "kiv/site/flash.h"
@@ -41,10 +42,10 @@ Policy policy_of(const Options &options) {
     return policy;
 }
 
-ConsoleStyle console_style_of(const Options &options) {
+ConsoleStyle console_style_of(const Options &options, int fd) {
     ConsoleStyle style;
-    style.color = use_color(options.color, STDOUT_FILENO);
-    style.progress = isatty(STDOUT_FILENO);
+    style.color = use_color(options.color, fd);
+    style.progress = isatty(fd);
     style.verbose = options.verbose;
     style.quiet = options.quiet;
     return style;
@@ -75,12 +76,19 @@ int Run::execute() {
     std::vector<std::unique_ptr<Reporter>> reports = open_reports(options_.reports, &error);
     if (!error.empty()) return fail(error + kNothing);
 
-    const Descriptor out = Descriptor::copy_of(STDOUT_FILENO);  // a case may close the original
-    Console console(out.number(), console_style_of(options_));
+    // A case may close the original. Where a report goes to standard output, the run's own text does not.
+    const Descriptor out =
+        Descriptor::copy_of(options_.reports.to_standard_output() ? STDERR_FILENO : STDOUT_FILENO);
+    Console console(out.number(), console_style_of(options_, out.number()));
     Recorder recorder(*schedule_, &console, std::move(reports), recorder_settings_of(options_, out_));
     begin(info, recorder);
     run_cases(recorder);
     const bool good = finish(recorder).good();
+    if (const std::vector<std::string> troubles = reports::report_troubles(); !troubles.empty()) {
+        for (const std::string &trouble : troubles)
+            write_all(out.number(), "Not written completely: " + trouble + "\n");
+        return kReportLost;
+    }
     mark.ended(good);
     return good ? kGood : kNotGood;
 }
@@ -141,6 +149,7 @@ bool Run::select(std::string *error) {
         *error += kNothing;
         return false;
     }
+    heed_needs(request);
     const bool sharded = options_.shard_count > 1;
     if (sharded) shard_cases(context_, options_.shard_index, options_.shard_count, &selected_);
     if (selected_.empty() && !sharded && !reruns && options_.list == ListKind::none) {
@@ -148,6 +157,28 @@ bool Run::select(std::string *error) {
         return false;
     }
     return true;
+}
+
+// What the site's plan knows of the order of cases, or else the order they were registered in.
+void Run::heed_needs(const SelectionRequest &request) {
+    const bool has_plan = site_ && !site_->plan().empty();
+    if (!options_.with_needed && (options_.list != ListKind::none || !has_plan)) return;
+    SelectionRequest planned;
+    planned.all = true;
+    std::string error;
+    std::vector<uint32_t> plan;
+    if ((has_plan && !read_plan(site_->plan(), &planned.selectors, &error)) ||
+        !select_cases(context_, planned, &plan, &error))
+        return;  // of a plan that is broken nothing follows; it has been told of
+    const bool any_named = std::any_of(request.selectors.begin(), request.selectors.end(),
+                                       [](const Selector &selector) { return !selector.excludes; });
+    if (options_.all && !any_named) selected_ = in_plan_order(selected_, plan);
+    if (options_.with_needed) {
+        selected_ = with_needed(context_, selected_, plan);
+    } else if (!options_.shuffle) {
+        const std::string needs = told_needs(context_, selected_, plan);
+        if (!needs.empty()) remarks_.push_back(needs + ";\n  --with-needed runs those first");
+    }
 }
 
 // Of an earlier run, and of the site's plan when nothing else selects.
@@ -172,8 +203,30 @@ void Run::make_schedule() {
 bool Run::prepare_flash(std::string *error) {
     out_ = output_directory(options_);
     if (options_.disk0.empty() && !site_) return true;
-    flash_ = options_.disk0.empty() ? out_ + "/disk0" : absolute_path(options_.disk0);
-    if (!make_directories(flash_, error)) return false;
+    const bool of_out = options_.disk0.empty();
+    const std::string wanted = of_out ? out_ : absolute_path(options_.disk0);
+    std::string directory = wanted, holder;
+    for (int n = 2;; ++n) {
+        flash_ = of_out ? directory + "/disk0" : directory;
+        if (!make_directories(flash_, error)) return false;
+        if (hold_.take(flash_, false)) break;
+        if (holder.empty()) holder = holder_of(flash_);
+        if (options_.wait) {
+            write_all(STDERR_FILENO, "Waiting for " + flash_ + ", which " + holder + " uses\n");
+            hold_.take(flash_, true);
+            holder.clear();
+            break;
+        }
+        if (!of_out && !site_) {  // the files there are what this run was to use
+            *error = flash_ + " is used by " + holder + " (--wait waits for it)" + kNothing;
+            return false;
+        }
+        directory = wanted + "-" + std::to_string(n);
+    }
+    if (of_out) out_ = directory;
+    if (!holder.empty())
+        remarks_.push_back(wanted + " is used by " + holder + ";\n  this run takes " + directory +
+                           ", --wait waits");
     map_flash(flash_);
     return true;
 }
@@ -184,6 +237,7 @@ RunInfo Run::describe() const {
     info.arguments = options_.arguments;
     if (site_) info.site = site_->directory();
     info.site_problems = site_problems_;
+    info.remarks = remarks_;
     if (!site_ && site_knowledge() != nullptr && !is_directory(kCardFlash))
         info.remarks.push_back(without_a_site());
     info.host = host_name();
@@ -292,7 +346,7 @@ class UnbegunReports {
     void say_why(const std::string &why) {
         nothing_.why = why;
         std::string ignored;
-        write_nothing_run(reports_, nothing_, &ignored);
+        write_nothing_run(reports_, nothing_, &ignored, true);
     }
 
   private:
@@ -338,6 +392,7 @@ int run_suite(int argc, char **argv, kiv_context &context, bool *exit_status) {
 extern "C" int kiv_run(int argc, char **argv, kiv_context_t context) {
     bool exit_status = false;
     const int status = kiv::run_suite(argc, argv, *context, &exit_status);
+    if (status == kiv::kReportLost) exit(kiv::kNothingRun);
     if (status == kiv::kNothingRun || (exit_status && status != kiv::kGood)) exit(status);
     return status;
 }

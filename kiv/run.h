@@ -10,18 +10,19 @@
 #include "kiv/registry.h"
 #include "kiv/select/schedule.h"
 #include "kiv/select/selection.h"
+#include "kiv/site/hold.h"
 #include "kiv/site/site.h"
 #include "kiv/supervise/recorder.h"
 
 namespace kiv {
 
 // How a run ended. What the program ends with is another matter: see kiv_run.
-enum RunStatus { kGood = 0, kNotGood = 1, kNothingRun = 2 };
+enum RunStatus { kGood = 0, kNotGood = 1, kNothingRun = 2, kReportLost = 3 };
 
 class Run {
   public:
     Run(kiv_context &context, Options options) : context_(context), options_(std::move(options)) {}
-    // kGood, kNotGood or kNothingRun.
+    // A RunStatus.
     int execute();
     // Why nothing was run; one line.
     const std::string &why() const { return why_; }
@@ -40,6 +41,7 @@ class Run {
     void run_cases(Recorder &recorder);
     const Summary &finish(Recorder &recorder) const;
 
+    void heed_needs(const SelectionRequest &request);
     bool add_other_selectors(SelectionRequest *request, std::string *error) const;
     bool check_site(std::string *error);
     std::string problem_of_the_plan() const;
@@ -50,6 +52,8 @@ class Run {
     std::optional<Site> site_;
     std::vector<uint32_t> selected_;
     std::string out_, flash_;
+    Hold hold_;
+    std::vector<std::string> remarks_;
     std::vector<std::string> site_problems_;
     bool problems_shown_ = false;
     std::string why_;

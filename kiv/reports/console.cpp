@@ -217,6 +217,8 @@ void Console::quote(std::string_view output) {
 void Console::checks(const std::vector<Check> &failures, uint64_t failed) {
     for (const Check &check : failures) {
         out_ += "      " + check.file + ", " + check.function + ", line " + std::to_string(check.line) + "\n";
+        // For terminals and editors, which open it.
+        out_ += "        " + reports::source_path(check) + ":" + std::to_string(check.line) + "\n";
         if (check.is_condition) {
             out_ += "        not true: " + check.expected_name + "\n";
             std::string message = check.message;

@@ -14,6 +14,11 @@
 namespace kiv::reports {
 namespace {
 
+std::vector<std::string> &troubles() {
+    static std::vector<std::string> all;
+    return all;
+}
+
 class FileSink : public Sink {
   public:
     FileSink(std::string path, std::string temporary, int fd, bool seekable)
@@ -60,7 +65,11 @@ class FileSink : public Sink {
   private:
     // A report that cannot be written must not end the run: said once, then the report stays as it is.
     bool complain() {
-        if (!complained_) std::fprintf(stderr, "kiv: %s: %s\n", path_.c_str(), std::strerror(errno));
+        const std::string trouble = path_ + ": " + std::strerror(errno);
+        if (!complained_) {
+            std::fprintf(stderr, "kiv: %s\n", trouble.c_str());
+            troubles().push_back(trouble);
+        }
         complained_ = true;
         return false;
     }
@@ -84,11 +93,33 @@ std::string resolved(const std::string &path) {
 
 }  // namespace
 
+int descriptor_named_by(const std::string &path) {
+    if (path == "-" || path == "/dev/stdout") return STDOUT_FILENO;
+    if (path == "/dev/stderr") return STDERR_FILENO;
+    for (const std::string_view directory : {"/dev/fd/", "/proc/self/fd/"}) {
+        if (!path.starts_with(directory) || path.size() == directory.size() ||
+            path.size() > directory.size() + 6)
+            continue;
+        const std::string number = path.substr(directory.size());
+        if (number.find_first_not_of("0123456789") == std::string::npos) return std::stoi(number);
+    }
+    return -1;
+}
+
+std::vector<std::string> report_troubles() {
+    return troubles();
+}
+
 std::unique_ptr<Sink> open_file_sink(const std::string &path, std::string *error) {
     const auto fail = [&] {
         if (error != nullptr) *error = path + ": " + std::strerror(errno);
         return nullptr;
     };
+    if (const int named = descriptor_named_by(path); named >= 0) {
+        const int fd = fcntl(named, F_DUPFD_CLOEXEC, 3);
+        if (fd < 0) return fail();
+        return std::make_unique<FileSink>(path, "", fd, false);
+    }
     struct stat status;
     const bool exists = stat(path.c_str(), &status) == 0;
     if (exists && S_ISDIR(status.st_mode)) {

@@ -34,16 +34,25 @@ bool ReportRequest::list_cases() const {
     return false;
 }
 
-bool write_nothing_run(const std::vector<NamedReport> &reports, const NothingRun &nothing,
-                       std::string *error) {
+bool ReportRequest::to_standard_output() const {
+    for (const std::string &file : files)
+        if (reports::descriptor_named_by(file) == STDOUT_FILENO) return true;
+    return false;
+}
+
+bool write_nothing_run(const std::vector<NamedReport> &reports, const NothingRun &nothing, std::string *error,
+                       bool streams) {
     bool good = true;
     for (const NamedReport &report : reports) {
         struct stat status;
-        if (stat(report.path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) continue;
+        const bool is_stream = reports::descriptor_named_by(report.path) >= 0;
+        if (is_stream && !streams) continue;
+        if (!is_stream && stat(report.path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) continue;
         std::string problem;
         const std::unique_ptr<reports::Sink> sink = reports::open_file_sink(report.path, &problem);
         if (sink != nullptr && sink->begin(kFormats[report.format].tell_nothing_run(nothing))) continue;
         if (sink != nullptr) problem = report.path + ": " + strerror(errno);
+        if (is_stream) continue;
         // Where there is no room for the new document there is room for none.
         if (truncate(report.path.c_str(), 0) != 0 && errno != ENOENT)
             problem += " (and the older file stands)";

@@ -57,6 +57,7 @@ struct ReportRequest {
 
     // Whether one foretells the cases, and so needs them all by name.
     bool list_cases() const;
+    bool to_standard_output() const;
 };
 
 // A report that a command line names, before the rest of the line has been looked at.
@@ -66,10 +67,11 @@ struct NamedReport {
 };
 
 // Replaces each file by a document that says that nothing was run: results of an earlier run never pass for
-// those of one that did not begin. What is no regular file is left alone. False, with *error naming the first
-// that cannot be written; an older file is then empty, if that can be done.
-bool write_nothing_run(const std::vector<NamedReport> &reports, const NothingRun &nothing,
-                       std::string *error);
+// those of one that did not begin. What is no regular file is left alone, but for standard output and the
+// like with `streams`. False, with *error naming the first that cannot be written; an older file is then
+// empty, if that can be done.
+bool write_nothing_run(const std::vector<NamedReport> &reports, const NothingRun &nothing, std::string *error,
+                       bool streams = false);
 
 // Opens every report asked for; null entries never occur. On an error *error is set and nothing is returned.
 std::vector<std::unique_ptr<Reporter>> open_reports(const ReportRequest &request, std::string *error);

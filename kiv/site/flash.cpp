@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "kiv/site/overlay.h"
+
 namespace kiv {
 
 namespace {
@@ -14,7 +16,21 @@ std::string &flash_directory() {
     return directory;
 }
 
+void (*tell_of_missing)(std::string_view path) = nullptr;
+
+void missing(std::string_view path) {
+    if (tell_of_missing == nullptr) return;
+    const int kept = errno;
+    for (const char *const name : kInputFiles)
+        if (path == std::string(kCardFlash) + name) tell_of_missing(path);
+    errno = kept;
+}
+
 }  // namespace
+
+void on_missing_input(void (*tell)(std::string_view path)) {
+    tell_of_missing = tell;
+}
 
 void map_flash(const std::string &directory) {
     flash_directory() = directory;
@@ -56,6 +72,8 @@ FILE *__wrap_fopen(const char *path, const char *mode) {
         errno = EACCES;
         return nullptr;
     }
-    return __real_fopen(mapped.c_str(), mode);
+    FILE *const file = __real_fopen(mapped.c_str(), mode);
+    if (file == nullptr && errno == ENOENT && mode != nullptr && mode[0] == 'r') kiv::missing(path);
+    return file;
 }
 }

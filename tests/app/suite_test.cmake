@@ -33,6 +33,20 @@ expect_in_output("Flash ${WORK}/kiv-out/disk0")
 run(${PROGRAM} --help)
 expect_in_output("--card")
 
+# What the documents show works here; what builds on other cases says so, and runs with them.
+foreach(example "acl;qos" "prm-kiv-l2/tc_kiv_xconnect_rw*" "-acl;span/session" "acl;qos;-acl/neg_*"
+    "--repeat;20;--fail-fast;acl" "--all" "--with-needed;prm-kiv-vxlan" "--with-needed;prm-kiv-vxlan/tc_kiv_vxlan_ole_add"
+    "--with-needed;span/manual")
+  run(${PROGRAM} ${site} --quiet ${example})
+  expect_in_output("PASSED: ")
+  if(out MATCHES " builds on ")
+    message(FATAL_ERROR "${example}: something is missing:\n${out}")
+  endif()
+endforeach()
+run(${PROGRAM} ${site} prm-kiv-vxlan/tc_kiv_vxlan_ole_add)
+expect_in_output("prm-kiv-vxlan/tc_kiv_vxlan_ole_add builds on prm-kiv-vxlan/tc_kiv_vxlan_[a-z_]+ and 2 more;\n  --with-needed runs those first\n")
+expect_in_output("FAILED: 1 case")
+
 # The whole default site: every case passes or reports success by its lines, twice over the same flash, and the results
 # say so too.
 foreach(pass first second)

@@ -163,6 +163,82 @@ TEST_F(RunTest, StatusIsTwoWhenNothingCouldBeRun) {
     EXPECT_EQ(Process("watched", {"--refuse", "out of glass"}, directory_.path()).finish().exit_code, 2);
 }
 
+TEST_F(RunTest, ReportOnStandardOutputHasItToItself) {
+    const std::string command =
+        "cd " + directory_.path() + " && KIV_SITE= " SAMPLES "/kiv_sample_mixed first/passes ";
+    for (const char *const name : {"-", "/dev/stdout"}) {
+        std::system((command + "--json " + name + " >out 2>err").c_str());
+        EXPECT_THAT(read_text(directory_.file("out")), testing::StartsWith("{\"Time\":"));
+        EXPECT_THAT(read_text(directory_.file("out")), Not(HasSubstr("PASSED")));
+        EXPECT_THAT(read_text(directory_.file("err")), HasSubstr("PASSED: 1 case"));
+    }
+    // A log is never cut, whoever else writes to it.
+    directory_.write("log", "before\n");
+    std::system((command + "--json /dev/stdout >>log 2>/dev/null").c_str());
+    EXPECT_THAT(read_text(directory_.file("log")), testing::StartsWith("before\n{\"Time\":"));
+    EXPECT_FALSE(exists(directory_.file("-")));
+    // One that does not begin says so there, for whoever reads.
+    std::system((command + "--json - frist >out 2>/dev/null").c_str());
+    EXPECT_THAT(read_text(directory_.file("out")), HasSubstr("\"Action\":\"nothing-run\""));
+    EXPECT_THAT(run({"--json", "-", "--tap", "-"}).out, HasSubstr("-: two reports cannot go to one file"));
+}
+
+TEST_F(RunTest, ReportThatIsNotCompleteIsTheRunsLastWord) {
+    const Finished finished = run({"--tap", "/dev/full", "first/passes"});
+    EXPECT_EQ(finished.exit_code, 2);
+    EXPECT_THAT(finished.out,
+                testing::EndsWith("Not written completely: /dev/full: No space left on device\n"));
+}
+
+TEST_F(RunTest, SecondRunInAFlashTakesAnotherOrWaits) {
+    directory_.write("site/disk0/kiv_input_file", "A:1\n");
+    Process first("faulty", {"hangs/fault", "--site", "site"}, directory_.path());
+    ASSERT_TRUE(first.wait_for("Flash "));
+    const Finished second = run({"--site", "site", "second/reads_the_flash", "-v"});
+    EXPECT_THAT(second.out, HasSubstr(directory_.file("kiv-out") + " is used by process "));
+    EXPECT_THAT(second.out, HasSubstr("kiv_sample_faulty hangs/fault"));
+    EXPECT_THAT(second.out, HasSubstr("Flash " + directory_.file("kiv-out-2/disk0")));
+    EXPECT_THAT(second.out, HasSubstr("| flash A:1\n"));
+    // Without a site the files in the flash are what counts: none but that one will do.
+    const Finished refused = run({"--disk0", "kiv-out/disk0", "first/passes"});
+    EXPECT_EQ(refused.exit_code, 2);
+    EXPECT_THAT(refused.out, HasSubstr("kiv-out/disk0 is used by process "));
+    Process waiting("mixed", {"--site", "site", "--wait", "first/passes"}, directory_.path());
+    ASSERT_TRUE(waiting.wait_for("Waiting for " + directory_.file("kiv-out/disk0") + ", which process "));
+    first.signal_group(SIGKILL);
+    EXPECT_THAT(waiting.finish().out, HasSubstr("PASSED: 1 case"));
+}
+
+TEST_F(RunTest, MissingInputFileIsPartOfTheResultOfTheCaseThatReadsIt) {
+    const std::string told = "ERROR: the input file /disk0:/kiv_input_file is missing";
+    for (const char *const how : {"--quiet", "--no-fork"}) {
+        const Finished finished =
+            run({"--disk0", "flash", how, "second/reads_the_flash", "--junit", "run.xml"});
+        EXPECT_THAT(finished.out, HasSubstr("printed \"" + told + "\"")) << how;
+        EXPECT_THAT(read_text(directory_.file("run.xml")), HasSubstr("message=\"" + told)) << how;
+    }
+}
+
+TEST_F(RunTest, CasesOfLaterPassesHaveNamesOfTheirOwnInJunit) {
+    run({"first", "--repeat", "3", "--junit", "run.xml"});
+    const std::string xml = read_text(directory_.file("run.xml"));
+    for (const char *const name :
+         {"passes", "passes#2", "passes#3", "passes#4", "passes#5", "passes#6", "fails#3"}) {
+        const std::string element = std::string("<testcase name=\"") + name + "\" classname=\"first\"";
+        const size_t at = xml.find(element);
+        EXPECT_NE(at, std::string::npos) << name;
+        EXPECT_EQ(xml.find(element, at + 1), std::string::npos) << name;
+    }
+}
+
+TEST_F(RunTest, CaseThatFailedHasAPlaceAndWhatItTakesToRunItAgainInJunit) {
+    run({"first/fails", "--seed", "7", "--junit", "run.xml"});
+    EXPECT_THAT(
+        read_text(directory_.file("run.xml")),
+        testing::ContainsRegex("<testcase name=\"fails\" [^>]* file=\"[^\"]*\\.cpp\" line=\"[0-9]+\">\n"
+                               "<properties>\n<property name=\"seed\" value=\"7\"/>"));
+}
+
 TEST_F(RunTest, ExcludesAreToldFromOptions) {
     EXPECT_THAT(run({"-second", "-q", "-first/f*"}).out, HasSubstr("PASSED: 2 cases, 2 passed"));
     EXPECT_THAT(run({"-q", "--", "first/passes", "-second"}).out, HasSubstr("PASSED: 1 case, 1 passed"));
