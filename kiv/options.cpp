@@ -284,7 +284,8 @@ bool convert(const Written &written, const std::vector<std::string> &selectors, 
         for (size_t k = 0; k < i; ++k)
             if (!options->reports.files[i].empty() &&
                 options->reports.files[i] == options->reports.files[k]) {
-                *error = options->reports.files[i] + ": two reports cannot go to one file";
+                *error = std::string("--") + report_formats()[k].name + " and --" + report_formats()[i].name +
+                         " both write " + options->reports.files[i];
                 return false;
             }
     for (const std::string &plan : written.plans)

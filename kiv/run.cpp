@@ -3,9 +3,7 @@
 
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cstdlib>
 
 #include "kiv/environment.h"
 #include "kiv/files.h"
@@ -22,8 +20,6 @@
 namespace kiv {
 
 namespace {
-
-constexpr const char *kNothing = "\nNothing was run.";
 
 uint32_t fresh_seed() {
     return static_cast<uint32_t>(now_ns() / 1000 ^ getpid()) % 999'999 + 1;
@@ -74,7 +70,7 @@ int Run::execute() {
     RunInfo info = describe();
     if (!tell_observers(info, &error)) return fail(error);
     std::vector<std::unique_ptr<Reporter>> reports = open_reports(options_.reports, &error);
-    if (!error.empty()) return fail(error + kNothing);
+    if (!error.empty()) return fail(error + kNothingWasRun);
 
     // A case may close the original. Where a report goes to standard output, the run's own text does not.
     const Descriptor out =
@@ -119,7 +115,7 @@ bool Run::check_site(std::string *error) {
         site_problems_.push_back(problem);
     if (site_problems_.empty() || !options_.strict_site) return true;
     *error = reports::site_problems_text(site_problems_.size()) + " (--no-strict-site runs all the same)" +
-             kNothing;
+             kNothingWasRun;
     return false;
 }
 
@@ -139,14 +135,14 @@ bool Run::select(std::string *error) {
     request.selectors = options_.selectors;
     request.all = options_.all || options_.list != ListKind::none;
     if (!add_other_selectors(&request, error)) {
-        *error += kNothing;
+        *error += kNothingWasRun;
         return false;
     }
     const bool reruns = !options_.rerun_failed.empty();
     if (reruns && request.selectors.size() == options_.selectors.size())
         return true;  // all of it passed: there is nothing to run again
     if (!select_cases(context_, request, &selected_, error)) {
-        *error += kNothing;
+        *error += kNothingWasRun;
         return false;
     }
     heed_needs(request);
@@ -218,7 +214,7 @@ bool Run::prepare_flash(std::string *error) {
             break;
         }
         if (!of_out && !site_) {  // the files there are what this run was to use
-            *error = flash_ + " is used by " + holder + " (--wait waits for it)" + kNothing;
+            *error = flash_ + " is used by " + holder + " (--wait waits for it)" + kNothingWasRun;
             return false;
         }
         directory = wanted + "-" + std::to_string(n);
@@ -286,7 +282,7 @@ std::string Run::without_a_site() const {
 bool Run::tell_observers(RunInfo &info, std::string *error) const {
     for (Observer *observer : observers()) {
         if (observer->run_begins(info, error)) continue;
-        *error += kNothing;
+        *error += kNothingWasRun;
         return false;
     }
     return true;
@@ -319,80 +315,3 @@ const Summary &Run::finish(Recorder &recorder) const {
 }
 
 }  // namespace kiv
-
-namespace kiv {
-namespace {
-
-// The reports that the command line or the environment names, until the run begins: they say that nothing was
-// run, so that nobody takes results of an earlier run for those of this one.
-class UnbegunReports {
-  public:
-    void replace(const Options &options) {
-        reports_ = options.named_reports;
-        if (!options.runs) return;
-        for (size_t i = 0; i < report_formats().size(); ++i) {
-            const char *const variable = report_formats()[i].variable;
-            const bool named = std::any_of(reports_.begin(), reports_.end(),
-                                           [i](const NamedReport &report) { return report.format == i; });
-            if (variable == nullptr || named || getenv(variable) == nullptr || *getenv(variable) == '\0')
-                continue;
-            reports_.push_back({i, getenv(variable)});
-        }
-        nothing_ = {options.program, options.arguments, utc_now(), "the run has not begun"};
-        write_nothing_run(reports_, nothing_, &error_);
-    }
-    // Why one of them cannot be written; empty when all can.
-    const std::string &error() const { return error_; }
-    void say_why(const std::string &why) {
-        nothing_.why = why;
-        std::string ignored;
-        write_nothing_run(reports_, nothing_, &ignored, true);
-    }
-
-  private:
-    std::vector<NamedReport> reports_;
-    NothingRun nothing_;
-    std::string error_;
-};
-
-int nothing_run(UnbegunReports &reports, const std::string &why) {
-    reports.say_why(why.substr(0, why.find('\n')));
-    return kNothingRun;
-}
-
-// From the command line on. *exit_status: whether the program is to end with what is returned.
-int run_suite(int argc, char **argv, kiv_context &context, bool *exit_status) {
-    CLI::App app;
-    Options options;
-    UnbegunReports reports;
-    switch (parse_options(argc, argv, app, &options, [&](const Options &named) { reports.replace(named); })) {
-        case Parsed::nothing_to_do:
-            return kGood;
-        case Parsed::error:
-            return nothing_run(reports, options.mistake);
-        case Parsed::run:
-            break;
-    }
-    std::string error = reports.error();
-    if (!error.empty() || !apply_test_environment(&options, &error)) {
-        const std::string name = options.program.substr(options.program.rfind('/') + 1);
-        write_all(STDERR_FILENO, name + ": " + error + kNothing + "\n");
-        return nothing_run(reports, error);
-    }
-    *exit_status = options.exit_status;
-    Run run(context, std::move(options));
-    const int status = run.execute();
-    return status == kNothingRun ? nothing_run(reports, run.why()) : status;
-}
-
-}  // namespace
-}  // namespace kiv
-
-// A suite's main need not look at what this returns: where the status counts, the program ends here.
-extern "C" int kiv_run(int argc, char **argv, kiv_context_t context) {
-    bool exit_status = false;
-    const int status = kiv::run_suite(argc, argv, *context, &exit_status);
-    if (status == kiv::kReportLost) exit(kiv::kNothingRun);
-    if (status == kiv::kNothingRun || (exit_status && status != kiv::kGood)) exit(status);
-    return status;
-}

@@ -19,6 +19,9 @@ namespace kiv {
 // How a run ended. What the program ends with is another matter: see kiv_run.
 enum RunStatus { kGood = 0, kNotGood = 1, kNothingRun = 2, kReportLost = 3 };
 
+// Behind a message that ends a run before it has begun.
+inline constexpr const char *kNothingWasRun = "\nNothing was run.";
+
 class Run {
   public:
     Run(kiv_context &context, Options options) : context_(context), options_(std::move(options)) {}
