@@ -35,12 +35,12 @@ build: packages
 
 .PHONY: run
 run: build
-	@$(BUILD)/app/prm_kiv --site site/sim --out build/run $(ARGS)
+	@$(BUILD)/app/prm_kiv --site site/sim --strict-site --out build/run $(ARGS)
 
 .PHONY: test
 test: packages-test
 	@scripts/build release
-	@$(BUILD)/app/prm_kiv --site site/sim --out build/run
+	@$(BUILD)/app/prm_kiv --site site/sim --strict-site --out build/run
 	@scripts/run-tests
 
 .PHONY: install

@@ -2,8 +2,8 @@
 #                    [WORKING_DIRECTORY dir])
 #
 # One CTest test for every folder of the suite TARGET, named PREFIX (default "TARGET.") and the folder's path. The
-# folders are asked of the program after it is built. A suite's exit status tells nothing: a test passes when the
-# run's summary says that it did. With RESOURCE_LOCK the tests do not run side by side.
+# folders are asked of the program after it is built. A test runs with KIV_EXIT_STATUS=1 and passes when the program
+# ends with 0: no text of a case can pass for a result. With RESOURCE_LOCK the tests do not run side by side.
 include_guard(GLOBAL)
 
 set(_KIV_DISCOVER_SCRIPT ${CMAKE_CURRENT_LIST_DIR}/KivDiscoverTestsScript.cmake)

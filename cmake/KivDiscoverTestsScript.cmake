@@ -30,8 +30,9 @@ foreach(folder IN LISTS folders)
   string(APPEND text "add_test([==[${PREFIX}${folder}]==] [==[${PROGRAM}]==] [==[${folder}]==]${excludes}"
     " \"--out\" [==[${WORKING_DIRECTORY}/kiv-out/${place}]==]${arguments})\n")
   string(APPEND text "set_tests_properties([==[${PREFIX}${folder}]==] PROPERTIES"
-    " ENVIRONMENT [==[KIV_SUMMARY_MARK=${mark}]==]"
-    " PASS_REGULAR_EXPRESSION [==[(^|\n)PASSED \\[${mark}\\]: ]==] WORKING_DIRECTORY [==[${WORKING_DIRECTORY}]==]")
+    " ENVIRONMENT [==[KIV_EXIT_STATUS=1;KIV_SUMMARY_MARK=${mark}]==]"
+    " PASS_REGULAR_EXPRESSION [==[(^|\n)PASSED \\[${mark}\\]: ]==]"
+    " FAIL_REGULAR_EXPRESSION [==[(^|\n)NOT WRITTEN: ]==] WORKING_DIRECTORY [==[${WORKING_DIRECTORY}]==]")
   if(RESOURCE_LOCK)
     string(APPEND text " RESOURCE_LOCK [==[${RESOURCE_LOCK}]==]")
   endif()

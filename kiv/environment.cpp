@@ -58,7 +58,17 @@ bool apply_test_environment(Options *options, std::string *error) {
             file = variable(report_formats()[i].variable);
     }
     if (options->out.empty()) options->out = variable("TEST_TMPDIR");
+    options->exit_status = options->exit_status || exit_status_wanted();
     return true;
+}
+
+bool exit_status_wanted() {
+    const char *const asked = getenv("KIV_EXIT_STATUS");
+    if (asked != nullptr && *asked != '\0') return strcmp(asked, "0") != 0;
+    for (const char *const name : {"BAZEL_TEST", "TEST_PREMATURE_EXIT_FILE", "CTEST_INTERACTIVE_DEBUG_MODE",
+                                   "DASHBOARD_TEST_FROM_CTEST"})
+        if (getenv(name) != nullptr) return true;
+    return false;
 }
 
 void PrematureExitMark::begun() {

@@ -12,6 +12,10 @@ namespace kiv {
 // directory. False, with *error set, when a variable makes no sense.
 bool apply_test_environment(Options *options, std::string *error);
 
+// Whether the program is to end with 1 after a run that was not good: KIV_EXIT_STATUS says so, or is not set
+// and the run is a test of Bazel or CTest, which look at nothing else.
+bool exit_status_wanted();
+
 // Tells a test environment that the run has begun: a run that is cut off must not look finished. When
 // `good`, and only then, ended() takes the mark away: the program's exit status is 0 whatever happened.
 class PrematureExitMark {

@@ -85,6 +85,12 @@ bool is_file(const std::string &path) {
     return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
 }
 
+bool same_file(const std::string &one, const std::string &other) {
+    struct stat a, b;
+    return stat(one.c_str(), &a) == 0 && stat(other.c_str(), &b) == 0 && a.st_dev == b.st_dev &&
+           a.st_ino == b.st_ino;
+}
+
 bool make_directories(const std::string &path, std::string *error) {
     for (size_t at = 1; at <= path.size(); ++at) {
         if (at < path.size() && path[at] != '/') continue;

@@ -24,6 +24,8 @@ bool write_all(int fd, std::string_view text);
 
 bool is_directory(const std::string &path);
 bool is_file(const std::string &path);
+// Whether two paths lead to one file that exists.
+bool same_file(const std::string &one, const std::string &other);
 
 // A descriptor that is closed with its owner.
 class Descriptor {

@@ -9,6 +9,7 @@
 #include <iterator>
 
 #include "kiv/ci.h"
+#include "kiv/files.h"
 #include "kiv/observers.h"
 #include "kiv/select/nearest.h"
 
@@ -37,13 +38,14 @@ constexpr const char *kExamples =
   %s                              what the site's plan says
   %s acl qos -acl/neg_*           two folders without some cases
   %s --list 'span/*'              what a selector selects
-  %s --shuffle --repeat 20 --fail-fast prm-kiv
+  %s --repeat 20 --fail-fast acl
   %s --json run.json --junit run.xml --timeout 60
 
-The exit status tells nothing of the results: `kivctl gate run.json` does.
+The exit status is 2 when nothing could be run, and else tells nothing of the
+results: `kivctl gate run.json` does, or --exit-status.
 A word that begins with one dash and is none of -h -v -q -l excludes; so does
-every word that begins with a dash after "--". NO_COLOR, KIV_SITE and the
-variables of the Bazel test protocol are honoured.)";
+every word that begins with a dash after "--". NO_COLOR, KIV_SITE,
+KIV_EXIT_STATUS, CI and the variables of the Bazel test protocol are honoured.)";
 
 std::string examples(const std::string &program) {
     std::string text = kExamples;
@@ -74,6 +76,7 @@ struct Written {
     std::vector<std::string> plans, excludes;
     std::string shard, on_crash = "next-folder", failed_calls;
     bool list = false, list_json = false, list_folders = false, version = false;
+    bool strict_site = false, lax_site = false;
     const CLI::Option *seed = nullptr, *timeout = nullptr;
 };
 
@@ -86,7 +89,11 @@ void declare_selection(CLI::App &app, Options *options, Written *written) {
         ->group(group)
         ->expected(1)
         ->take_all();
-    app.add_flag("--all", options->all, "Manual cases too, and no plan of the site")->group(group);
+    app.add_flag("--all", options->all, "Manual cases too; in the order of the site's plan")->group(group);
+    app.add_flag(
+           "--with-needed", options->with_needed,
+           "And, before each, the cases of its folder that it\nbuilds on, by the order of the site's plan")
+        ->group(group);
     app.add_option("--exclude", written->excludes, "Leave out, like a leading dash")
         ->type_name("SELECTOR")
         ->group(group)
@@ -148,11 +155,15 @@ void declare_manner(CLI::App &app, Options *options, Written *written) {
         ->type_name("HOW")
         ->check(CLI::IsMember({"fail", "ignore"}).description(""))
         ->group(group);
+    app.add_flag("--exit-status", options->exit_status,
+                 "End with 1 when the run was not good [always with 0;\nwith 1 under Bazel, CTest and "
+                 "KIV_EXIT_STATUS=1]")
+        ->group(group);
     app.add_flag("--no-fork", options->no_fork, "Run in this process, for debuggers: a crash ends it")
         ->group(group);
 }
 
-void declare_places(CLI::App &app, Options *options) {
+void declare_places(CLI::App &app, Options *options, Written *written) {
     const char *const group = "Where";
     app.add_option("--site", options->site,
                    "Directory with input files, standard input and plan\n[KIV_SITE, or the installed site "
@@ -160,11 +171,18 @@ void declare_places(CLI::App &app, Options *options) {
         ->type_name("DIR")
         ->group(group);
     app.add_flag("--no-site", options->no_site, "Leave flash and standard input alone")->group(group);
+    app.add_flag("--strict-site", written->strict_site,
+                 "Run nothing when the site's files have problems;\nthe default where CI is set")
+        ->group(group);
+    app.add_flag("--no-strict-site", written->lax_site, "Warn of them, and run")->group(group);
     app.add_option("--disk0", options->disk0, "Directory that stands for /disk0:/ [OUT/disk0]")
         ->type_name("DIR")
         ->group(group);
     app.add_option("--out", options->out, "Directory for what the run leaves [kiv-out]")
         ->type_name("DIR")
+        ->group(group);
+    app.add_flag("--wait", options->wait,
+                 "Wait for a directory that another run uses, instead\nof taking a numbered one")
         ->group(group);
 }
 
@@ -199,7 +217,7 @@ void declare(CLI::App &app, const std::string &name, Options *options, Written *
     app.set_help_flag();  // comes back at the end of the list
     declare_selection(app, options, written);
     declare_manner(app, options, written);
-    declare_places(app, options);
+    declare_places(app, options, written);
     declare_output(app, options);
     for (Observer *observer : observers()) observer->add_options(app);
     app.set_help_flag("-h,--help", "Print this help and exit")->group("Other");
@@ -265,6 +283,7 @@ bool convert(const Written &written, const std::vector<std::string> &selectors, 
                         : written.on_crash == "next-case" ? OnCrash::next_case
                                                           : OnCrash::next_folder;
     options->unnoticed_calls_fail = written.failed_calls.empty() ? in_ci() : written.failed_calls == "fail";
+    options->strict_site = !written.lax_site && (written.strict_site || in_ci());
     options->list = written.list_json      ? ListKind::json
                     : written.list_folders ? ListKind::folders
                     : written.list         ? ListKind::plain
@@ -273,6 +292,14 @@ bool convert(const Written &written, const std::vector<std::string> &selectors, 
         *error = "--shard: \"" + written.shard + "\" is not I/N with I from 1 to N";
         return false;
     }
+    for (size_t i = 0; i < options->reports.files.size(); ++i)
+        for (size_t k = 0; k < i; ++k)
+            if (!options->reports.files[i].empty() &&
+                options->reports.files[i] == options->reports.files[k]) {
+                *error = std::string("--") + report_formats()[k].name + " and --" + report_formats()[i].name +
+                         " both write " + options->reports.files[i];
+                return false;
+            }
     for (const std::string &plan : written.plans)
         if (!read_plan(plan, &options->selectors, error)) return false;
     for (const std::string &word : selectors) options->selectors.push_back(make_selector(word));
@@ -283,23 +310,64 @@ bool convert(const Written &written, const std::vector<std::string> &selectors, 
     return true;
 }
 
-Parsed mistake(const std::string &name, const std::string &what) {
+// The reports that a command line names, as far as words tell: what is wrong with others does not matter.
+std::vector<NamedReport> reports_named_by(const CLI::App &app, const std::vector<std::string> &arguments,
+                                          bool *runs) {
+    std::vector<NamedReport> named;
+    for (size_t i = 0; i < arguments.size() && arguments[i] != "--"; ++i) {
+        const std::string &word = arguments[i];
+        for (const char *const runs_nothing :
+             {"-h", "--help", "--version", "-l", "--list", "--list-json", "--list-folders"})
+            if (word == runs_nothing) {
+                *runs = false;
+                return {};
+            }
+        const size_t equals = word.find('=');
+        const bool value_next = takes_value(app, word) && i + 1 < arguments.size();
+        for (size_t format = 0; format < report_formats().size(); ++format)
+            if (word.substr(0, equals) == std::string("--") + report_formats()[format].name &&
+                (value_next || equals != std::string::npos))
+                named.push_back({format, value_next ? arguments[i + 1] : word.substr(equals + 1)});
+        if (value_next) ++i;
+    }
+    return named;
+}
+
+// The file that --rerun-failed reads stays until the run begins: it says what to run.
+void keep_rerun_list(const std::vector<std::string> &arguments, std::vector<NamedReport> *named) {
+    const std::string option = "--rerun-failed";
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        const std::string list = arguments[i].starts_with(option + "=")
+                                     ? arguments[i].substr(option.size() + 1)
+                                 : arguments[i] == option && i + 1 < arguments.size() ? arguments[i + 1]
+                                                                                      : "";
+        if (!list.empty())
+            std::erase_if(*named, [&](const NamedReport &report) { return same_file(report.path, list); });
+    }
+}
+
+Parsed mistake(const std::string &name, const std::string &what, Options *options) {
     fprintf(stderr, "%s: %s\n", name.c_str(), what.c_str());
+    options->mistake = what;
     return Parsed::error;
 }
 
 }  // namespace
 
-Parsed parse_options(int argc, char **argv, CLI::App &app, Options *options) {
+Parsed parse_options(int argc, char **argv, CLI::App &app, Options *options,
+                     const std::function<void(const Options &)> &named) {
     options->program = argc > 0 ? argv[0] : "kiv";
     options->arguments.assign(argv + std::min(argc, 1), argv + argc);
     const std::string name = options->program.substr(options->program.rfind('/') + 1);
 
     Written written;
     declare(app, name, options, &written);
+    options->named_reports = reports_named_by(app, options->arguments, &options->runs);
+    keep_rerun_list(options->arguments, &options->named_reports);
+    if (named) named(*options);
     Words words;
     std::string error;
-    if (!sort_words(app, options->arguments, &words, &error)) return mistake(name, error);
+    if (!sort_words(app, options->arguments, &words, &error)) return mistake(name, error, options);
     try {
         std::reverse(words.options.begin(), words.options.end());  // as the parser wants them
         app.parse(words.options);
@@ -307,13 +375,13 @@ Parsed parse_options(int argc, char **argv, CLI::App &app, Options *options) {
         printf("%s", app.help().c_str());
         return Parsed::nothing_to_do;
     } catch (const CLI::ParseError &wrong) {
-        return mistake(name, wrong.what());
+        return mistake(name, wrong.what(), options);
     }
     if (written.version) {
         printf("%s %s\n", name.c_str(), KIV_VERSION);
         return Parsed::nothing_to_do;
     }
-    return convert(written, words.selectors, options, &error) ? Parsed::run : mistake(name, error);
+    return convert(written, words.selectors, options, &error) ? Parsed::run : mistake(name, error, options);
 }
 
 }  // namespace kiv

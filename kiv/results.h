@@ -134,8 +134,10 @@ struct FolderInfo {
 struct RunInfo {
     std::string program;
     std::vector<std::string> arguments;
-    std::string site;  // directory, empty when there is none
-    std::string card;  // "sim", "replay:FILE", "lib:PATH", empty on a card
+    std::string site;                        // directory, empty when there is none
+    std::vector<std::string> site_problems;  // what is wrong with its files: "FILE:LINE: FIELD: TEXT"
+    std::vector<std::string> remarks;        // on what the run lacks, a line each: for who watches it begin
+    std::string card;                        // "sim", "replay:FILE", "lib:PATH", empty on a card
     std::string host;
     std::string version;
     std::string started_at;  // UTC, ISO 8601 with milliseconds

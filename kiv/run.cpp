@@ -3,13 +3,14 @@
 
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 
 #include "kiv/environment.h"
 #include "kiv/files.h"
 #include "kiv/listing.h"
 #include "kiv/observers.h"
+#include "kiv/reports/wording.h"
+#include "kiv/select/needed.h"
 #include "kiv/select/rerun.h"
 #include "kiv/select/selection.h"
 #include "kiv/site/flash.h"
@@ -37,10 +38,10 @@ Policy policy_of(const Options &options) {
     return policy;
 }
 
-ConsoleStyle console_style_of(const Options &options) {
+ConsoleStyle console_style_of(const Options &options, int fd) {
     ConsoleStyle style;
-    style.color = use_color(options.color, STDOUT_FILENO);
-    style.progress = isatty(STDOUT_FILENO);
+    style.color = use_color(options.color, fd);
+    style.progress = isatty(fd);
     style.verbose = options.verbose;
     style.quiet = options.quiet;
     style.mark = take_summary_mark();
@@ -70,24 +71,34 @@ int Run::execute() {
     RunInfo info = describe();
     if (!tell_observers(info, &error)) return fail(error);
     std::vector<std::unique_ptr<Reporter>> reports = open_reports(options_.reports, &error);
-    if (!error.empty()) return fail(error);
+    if (!error.empty()) return fail(error + kNothingWasRun);
 
+    // A case may close the original. Where a report goes to standard output, the run's own text does not.
+    const Descriptor out =
+        Descriptor::copy_of(options_.reports.to_standard_output() ? STDERR_FILENO : STDOUT_FILENO);
     std::optional<WritesFail> writes_fail;
     if (!options_.no_fork) writes_fail.emplace();  // else the cases would find it
-    Console console(STDOUT_FILENO, console_style_of(options_));
+    Console console(out.number(), console_style_of(options_, out.number()));
     Recorder recorder(*schedule_, &console, std::move(reports), recorder_settings_of(options_, out_));
     begin(info, recorder);
     run_cases(recorder);
     if (!writes_fail) writes_fail.emplace();
-    const bool good = finish(recorder).good();
+    const Summary &summary = finish(recorder);
+    if (!summary.unwritten.empty()) return kReportLost;
+    const bool good = summary.good();
     mark.ended(good);
-    return good ? 0 : 1;
+    return good ? kGood : kNotGood;
 }
 
-int Run::fail(const std::string &message) const {
+int Run::fail(const std::string &message) {
     const std::string name = options_.program.substr(options_.program.rfind('/') + 1);
-    write_all(STDERR_FILENO, name + ": " + message + "\n");
-    return 1;
+    std::string text;
+    if (!problems_shown_)
+        for (const std::string &problem : site_problems_)
+            if (!message.starts_with(problem)) text += name + ": warning: " + problem + "\n";
+    write_all(STDERR_FILENO, text + name + ": " + message + "\n");
+    why_ = message.substr(0, message.find('\n'));
+    return kNothingRun;
 }
 
 bool Run::choose_site(std::string *error) {
@@ -95,7 +106,29 @@ bool Run::choose_site(std::string *error) {
     std::string directory;
     if (!find_site(options_.site, options_.no_site, &directory, error)) return false;
     if (!directory.empty()) site_.emplace(absolute_path(directory));
-    return true;
+    return check_site(error);
+}
+
+bool Run::check_site(std::string *error) {
+    if (!site_ || site_knowledge() == nullptr) return true;
+    site_problems_ = site_knowledge()->problems(site_->directory());
+    if (const std::string problem = problem_of_the_plan(); !problem.empty())
+        site_problems_.push_back(problem);
+    if (site_problems_.empty() || !options_.strict_site) return true;
+    *error = reports::site_problems_text(site_problems_.size()) + " (--no-strict-site runs all the same)" +
+             kNothingWasRun;
+    return false;
+}
+
+// Also when something else selects: the next run may go by it.
+std::string Run::problem_of_the_plan() const {
+    std::string error;
+    SelectionRequest request;
+    std::vector<uint32_t> selected;
+    if (site_->plan().empty() || (read_plan(site_->plan(), &request.selectors, &error) &&
+                                  select_cases(context_, request, &selected, &error)))
+        return "";
+    return error;
 }
 
 bool Run::select(std::string *error) {
@@ -103,16 +136,17 @@ bool Run::select(std::string *error) {
     request.selectors = options_.selectors;
     request.all = options_.all || options_.list != ListKind::none;
     if (!add_other_selectors(&request, error)) {
-        *error += "\nNothing was run.";
+        *error += kNothingWasRun;
         return false;
     }
     const bool reruns = !options_.rerun_failed.empty();
     if (reruns && request.selectors.size() == options_.selectors.size())
         return true;  // all of it passed: there is nothing to run again
     if (!select_cases(context_, request, &selected_, error)) {
-        *error += "\nNothing was run.";
+        *error += kNothingWasRun;
         return false;
     }
+    heed_needs(request);
     const bool sharded = options_.shard_count > 1;
     if (sharded) shard_cases(context_, options_.shard_index, options_.shard_count, &selected_);
     if (selected_.empty() && !sharded && !reruns && options_.list == ListKind::none) {
@@ -120,6 +154,28 @@ bool Run::select(std::string *error) {
         return false;
     }
     return true;
+}
+
+// What the site's plan knows of the order of cases, or else the order they were registered in.
+void Run::heed_needs(const SelectionRequest &request) {
+    const bool has_plan = site_ && !site_->plan().empty();
+    if (!options_.with_needed && (options_.list != ListKind::none || !has_plan)) return;
+    SelectionRequest planned;
+    planned.all = true;
+    std::string error;
+    std::vector<uint32_t> plan;
+    if ((has_plan && !read_plan(site_->plan(), &planned.selectors, &error)) ||
+        !select_cases(context_, planned, &plan, &error))
+        return;  // of a plan that is broken nothing follows; it has been told of
+    const bool any_named = std::any_of(request.selectors.begin(), request.selectors.end(),
+                                       [](const Selector &selector) { return !selector.excludes; });
+    if (options_.all && !any_named) selected_ = in_plan_order(selected_, plan);
+    if (options_.with_needed) {
+        selected_ = with_needed(context_, selected_, plan);
+    } else if (!options_.shuffle) {
+        const std::string needs = told_needs(context_, selected_, plan);
+        if (!needs.empty()) remarks_.push_back(needs + ";\n  --with-needed runs those first");
+    }
 }
 
 // Of an earlier run, and of the site's plan when nothing else selects.
@@ -144,8 +200,30 @@ void Run::make_schedule() {
 bool Run::prepare_flash(std::string *error) {
     out_ = output_directory(options_);
     if (options_.disk0.empty() && !site_) return true;
-    flash_ = options_.disk0.empty() ? out_ + "/disk0" : absolute_path(options_.disk0);
-    if (!make_directories(flash_, error)) return false;
+    const bool of_out = options_.disk0.empty();
+    const std::string wanted = of_out ? out_ : absolute_path(options_.disk0);
+    std::string directory = wanted, holder;
+    for (int n = 2;; ++n) {
+        flash_ = of_out ? directory + "/disk0" : directory;
+        if (!make_directories(flash_, error)) return false;
+        if (hold_.take(flash_, false)) break;
+        if (holder.empty()) holder = holder_of(flash_);
+        if (options_.wait) {
+            write_all(STDERR_FILENO, "Waiting for " + flash_ + ", which " + holder + " uses\n");
+            hold_.take(flash_, true);
+            holder.clear();
+            break;
+        }
+        if (!of_out && !site_) {  // the files there are what this run was to use
+            *error = flash_ + " is used by " + holder + " (--wait waits for it)" + kNothingWasRun;
+            return false;
+        }
+        directory = wanted + "-" + std::to_string(n);
+    }
+    if (of_out) out_ = directory;
+    if (!holder.empty())
+        remarks_.push_back(wanted + " is used by " + holder + ";\n  this run takes " + directory +
+                           ", --wait waits");
     map_flash(flash_);
     return true;
 }
@@ -155,6 +233,10 @@ RunInfo Run::describe() const {
     info.program = options_.program;
     info.arguments = options_.arguments;
     if (site_) info.site = site_->directory();
+    info.site_problems = site_problems_;
+    info.remarks = remarks_;
+    if (!site_ && site_knowledge() != nullptr && !is_directory(kCardFlash))
+        info.remarks.push_back(without_a_site());
     info.host = host_name();
     info.version = KIV_VERSION;
     info.started_at = utc_now();
@@ -185,10 +267,23 @@ RunInfo Run::describe() const {
     return info;
 }
 
+// Off a card a run without a site is rarely what was meant.
+std::string Run::without_a_site() const {
+    std::string text = "No site: input files and standard input are your own;\n  ";
+    size_t lacking = 0;
+    for (const uint32_t at : selected_) {
+        const Case &test = context_.cases[at];
+        if (site_knowledge()->case_reads(test.folder->path, test.bare_name())) ++lacking;
+    }
+    if (lacking != 0)
+        text += std::to_string(lacking) + (lacking == 1 ? " case" : " cases") + " will lack interfaces; ";
+    return text + "--site DIR or KIV_SITE names a site";
+}
+
 bool Run::tell_observers(RunInfo &info, std::string *error) const {
     for (Observer *observer : observers()) {
         if (observer->run_begins(info, error)) continue;
-        *error += "\nNothing was run.";
+        *error += kNothingWasRun;
         return false;
     }
     return true;
@@ -197,7 +292,8 @@ bool Run::tell_observers(RunInfo &info, std::string *error) const {
 void Run::begin(const RunInfo &info, Recorder &recorder) {
     take_notes(&recorder);
     recorder.run_begins(info);
-    if (site_)
+    problems_shown_ = true;
+    if (site_ && site_knowledge() == nullptr)  // who knows more has said it
         for (const std::string &stranger : site_->strangers(context_))
             recorder.note("the site has files for " + stranger + ", but no folder or case is called so");
     recorder.console()->flush();
@@ -220,22 +316,3 @@ const Summary &Run::finish(Recorder &recorder) const {
 }
 
 }  // namespace kiv
-
-extern "C" int kiv_run(int argc, char **argv, kiv_context_t context) {
-    CLI::App app;
-    kiv::Options options;
-    switch (kiv::parse_options(argc, argv, app, &options)) {
-        case kiv::Parsed::nothing_to_do:
-            return 0;
-        case kiv::Parsed::error:
-            return 1;
-        case kiv::Parsed::run:
-            break;
-    }
-    std::string error;
-    if (!kiv::apply_test_environment(&options, &error)) {
-        kiv::write_all(STDERR_FILENO, options.program + ": " + error + "\n");
-        return 1;
-    }
-    return kiv::Run(*context, std::move(options)).execute();
-}

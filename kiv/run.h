@@ -10,16 +10,25 @@
 #include "kiv/registry.h"
 #include "kiv/select/schedule.h"
 #include "kiv/select/selection.h"
+#include "kiv/site/hold.h"
 #include "kiv/site/site.h"
 #include "kiv/supervise/recorder.h"
 
 namespace kiv {
 
+// How a run ended. What the program ends with is another matter: see kiv_run.
+enum RunStatus { kGood = 0, kNotGood = 1, kNothingRun = 2, kReportLost = 3 };
+
+// Behind a message that ends a run before it has begun.
+inline constexpr const char *kNothingWasRun = "\nNothing was run.";
+
 class Run {
   public:
     Run(kiv_context &context, Options options) : context_(context), options_(std::move(options)) {}
-    // 0 when everything that was selected is good.
+    // A RunStatus.
     int execute();
+    // Why nothing was run; one line.
+    const std::string &why() const { return why_; }
 
   private:
     // The steps, in their order. False: *error says what is wrong, and nothing is run.
@@ -29,19 +38,28 @@ class Run {
     void make_schedule();
     bool prepare_flash(std::string *error);
     RunInfo describe() const;
+    std::string without_a_site() const;
     bool tell_observers(RunInfo &info, std::string *error) const;
     void begin(const RunInfo &info, Recorder &recorder);
     void run_cases(Recorder &recorder);
     const Summary &finish(Recorder &recorder) const;
 
+    void heed_needs(const SelectionRequest &request);
     bool add_other_selectors(SelectionRequest *request, std::string *error) const;
-    int fail(const std::string &message) const;
+    bool check_site(std::string *error);
+    std::string problem_of_the_plan() const;
+    int fail(const std::string &message);
 
     kiv_context &context_;
     Options options_;
     std::optional<Site> site_;
     std::vector<uint32_t> selected_;
     std::string out_, flash_;
+    Hold hold_;
+    std::vector<std::string> remarks_;
+    std::vector<std::string> site_problems_;
+    bool problems_shown_ = false;
+    std::string why_;
     std::optional<Schedule> schedule_;
 };
 

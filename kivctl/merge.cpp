@@ -95,6 +95,11 @@ Results merged(std::vector<Results> parts) {
     whole.info.selected.clear();
     whole.info.descriptions.clear();
     whole.info.selected_cases = 0;
+    std::vector<std::string> &problems = whole.info.site_problems;
+    for (const Results &part : parts)
+        for (const std::string &problem : part.info.site_problems)
+            if (std::find(problems.begin(), problems.end(), problem) == problems.end())
+                problems.push_back(problem);
     whole.info.shard_index = 0;
     whole.info.shard_count = 1;
     for (Results &part : parts) {

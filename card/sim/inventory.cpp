@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <optional>
@@ -116,7 +117,9 @@ class Fields {
         for (const auto &[key, node] : table) {
             bool known = false;
             for (const std::string_view name : names) known = known || key.str() == name;
-            if (!known) fail(node, prefix + std::string(key.str()), "unknown field");
+            if (!known)
+                fail(node, prefix + std::string(key.str()),
+                     prefix.empty() && !node.is_value() ? "unknown section" : "unknown field");
         }
     }
 
@@ -448,6 +451,11 @@ bool parse_inventory(std::string_view text, const std::string &name, Inventory *
 }
 
 bool load_inventory(const std::string &path, Inventory *inventory, std::string *error) {
+    std::error_code ignored;
+    if (!std::filesystem::exists(path, ignored)) {
+        *error = path + ": " + kMissingInventory;
+        return false;
+    }
     std::ifstream file(path, std::ios::binary);
     std::string text;
     char buffer[4096];

@@ -63,6 +63,9 @@ struct InventoryReading {
 };
 InventoryReading read_inventory(std::string_view text);
 
+// What is said of a site without one.
+inline constexpr const char *kMissingInventory = "missing: without it the simulated card has no interfaces";
+
 // Reads a card.toml. False with one line in *error that names file, line and field of the first problem;
 // *inventory is then unchanged.
 bool load_inventory(const std::string &path, Inventory *inventory, std::string *error);

@@ -8,6 +8,7 @@
 #include "kiv/reports/calls.h"
 #include "kiv/reports/escape.h"
 #include "kiv/reports/time.h"
+#include "kiv/reports/wording.h"
 
 namespace kiv {
 
@@ -106,7 +107,16 @@ void Console::run_begins(const RunInfo &info) {
     paint(kBold, "Running " + line);
     out_ += '\n';
     if (!info.site.empty()) out_ += "Site " + visible(info.site) + "\n";
+    for (const std::string &remark : info.remarks) {
+        paint(kYellow, visible(remark));
+        out_ += '\n';
+    }
     if (!info.disk0.empty()) out_ += "Flash " + visible(info.disk0) + "\n";
+    site_problems_ = info.site_problems.size();
+    for (const std::string &problem : info.site_problems) {
+        paint(kYellow, "warning: ");
+        out_ += visible(problem) + "\n";
+    }
 }
 
 void Console::folder_begins(const FolderInfo &folder) {
@@ -225,6 +235,8 @@ void Console::checks(const std::vector<Check> &failures, uint64_t failed) {
     for (const Check &check : failures) {
         out_ += "      " + visible(check.file) + ", " + visible(check.function) + ", line " +
                 std::to_string(check.line) + "\n";
+        // For terminals and editors, which open it.
+        out_ += "        " + visible(reports::source_path(check)) + ":" + std::to_string(check.line) + "\n";
         if (check.is_condition) {
             out_ += "        not true: " + visible(check.expected_name) + "\n";
             std::string message = check.message;
@@ -375,6 +387,7 @@ void Console::run_ended(const Summary &summary) {
             std::to_string(summary.failed_checks) + " failed, in " + duration_text(summary.duration) + "\n";
     const std::string calls = reports::unnoticed_text(summary);
     if (!calls.empty()) out_ += "        " + calls + "\n";
+    if (site_problems_ != 0) out_ += "        " + reports::site_problems_text(site_problems_) + "\n";
     for (const std::string &report : summary.unwritten) out_ += "NOT WRITTEN: " + visible(report) + "\n";
     flush();
     outlet_.drain(true);

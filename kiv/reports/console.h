@@ -65,6 +65,7 @@ class Console : public Reporter {
     std::string out_;
     std::string program_;
     uint64_t total_ = 0, done_ = 0, bad_ = 0;
+    size_t site_problems_ = 0;
     FolderInfo heading_;
     bool heading_pending_ = false;
     std::string running_;

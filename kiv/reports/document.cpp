@@ -122,11 +122,29 @@ std::string resolved(const std::string &path) {
 
 }  // namespace
 
+int descriptor_named_by(const std::string &path) {
+    if (path == "-" || path == "/dev/stdout") return STDOUT_FILENO;
+    if (path == "/dev/stderr") return STDERR_FILENO;
+    for (const std::string_view directory : {"/dev/fd/", "/proc/self/fd/"}) {
+        if (!path.starts_with(directory) || path.size() == directory.size() ||
+            path.size() > directory.size() + 6)
+            continue;
+        const std::string number = path.substr(directory.size());
+        if (number.find_first_not_of("0123456789") == std::string::npos) return std::stoi(number);
+    }
+    return -1;
+}
+
 std::unique_ptr<Sink> open_file_sink(const std::string &path, std::string *error) {
     const auto fail = [&] {
         if (error != nullptr) *error = path + ": " + std::strerror(errno);
         return nullptr;
     };
+    if (const int named = descriptor_named_by(path); named >= 0) {
+        const int fd = fcntl(named, F_DUPFD_CLOEXEC, 3);
+        if (fd < 0) return fail();
+        return std::make_unique<FileSink>(path, FileSink::Place::stream, "", keep_descriptor(fd));
+    }
     struct stat status;
     const bool exists = stat(path.c_str(), &status) == 0;
     if (exists && S_ISDIR(status.st_mode)) {

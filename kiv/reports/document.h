@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kiv::reports {
 
@@ -32,7 +33,12 @@ class Sink {
     virtual std::string problem() const { return ""; }
 };
 
-// Opens `path` for a report; null and *error when that fails.
+// The descriptor that a path names: 1 for "-" and "/dev/stdout", 2 for "/dev/stderr", N for "/dev/fd/N" and
+// "/proc/self/fd/N"; -1 for any other path.
+int descriptor_named_by(const std::string &path);
+
+// Opens `path` for a report, or what it names (see above), which is never cut or begun anew; null and *error
+// when that fails.
 std::unique_ptr<Sink> open_file_sink(const std::string &path, std::string *error);
 
 // A file of lines. Lines are collected and written together; no line crosses a page unless it is longer than

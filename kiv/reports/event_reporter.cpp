@@ -103,6 +103,7 @@ void EventReporter::run_begins(const RunInfo &info) {
     text("Program", info.program);
     texts("Arguments", info.arguments);
     optional_text("Site", info.site);
+    texts("SiteProblems", info.site_problems);
     optional_text("Card", info.card);
     optional_text("Host", info.host);
     optional_text("Version", info.version);

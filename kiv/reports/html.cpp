@@ -42,6 +42,17 @@ class HtmlReporter : public EventReporter {
 
 }  // namespace
 
+std::string tell_html_nothing_run(const NothingRun &nothing) {
+    std::string page(kPageHead);
+    for (const char c : tell_json_nothing_run(nothing)) {
+        if (c == '<' || c == '>' || c == '&')
+            page += c == '<' ? "\\u003c" : c == '>' ? "\\u003e" : "\\u0026";
+        else
+            page += c;
+    }
+    return page.append(kPageEnd);
+}
+
 std::unique_ptr<Reporter> make_html_reporter(std::unique_ptr<Sink> sink) {
     return std::make_unique<HtmlReporter>(std::move(sink));
 }

@@ -50,6 +50,21 @@ class JsonReporter : public EventReporter {
 
 }  // namespace
 
+std::string tell_json_nothing_run(const NothingRun &nothing) {
+    std::string line =
+        "{\"Time\":\"" + nothing.time + "\",\"Action\":\"nothing-run\",\"Format\":1,\"Program\":\"";
+    append_json(line, nothing.program);
+    line += "\",\"Arguments\":[";
+    for (size_t i = 0; i < nothing.arguments.size(); ++i) {
+        line += i != 0 ? ",\"" : "\"";
+        append_json(line, nothing.arguments[i]);
+        line += '"';
+    }
+    line += "],\"Reason\":\"";
+    append_json(line, nothing.why);
+    return line + "\"}\n";
+}
+
 std::unique_ptr<Reporter> make_json_reporter(std::unique_ptr<Sink> sink) {
     return std::make_unique<JsonReporter>(std::move(sink));
 }

@@ -4,6 +4,10 @@
 // holds exactly one failure, error or skipped element, whose message is the first thing that went wrong and
 // whose text lists all of it; the case's output comes last. "failure" is for what the case itself checked or
 // reported, "error" for a case that did not come to its end.
+#include <cstdlib>
+#include <map>
+#include <set>
+
 #include "kiv/reports/calls.h"
 #include "kiv/reports/escape.h"
 #include "kiv/reports/report_list.h"
@@ -52,6 +56,8 @@ class JunitReporter : public Reporter {
         clock_.start(info.started_at);
         host_ = info.host;
         properties_ = properties(info);
+        repeats_ = info.repeat > 1;
+        of_a_case_ = case_properties(info);
 
         text_ = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites ";
         run_counts_at_ = text_.size();
@@ -92,7 +98,9 @@ class JunitReporter : public Reporter {
         enter(result.folder, true);
         if (!suite_open_) started_ = result.started;
         text_.clear();
-        open_case(result.name, result.folder, result.duration, verdict_text(result.verdict), result.checks);
+        open_case(unique_name(result), result.folder, result.duration, verdict_text(result.verdict),
+                  result.checks);
+        if (!result.failures.empty()) place(result.failures.front());
         uint64_t Counts::*kind = nullptr;
         switch (result.verdict) {
             case Verdict::passed:
@@ -115,6 +123,7 @@ class JunitReporter : public Reporter {
             text_ += "/>\n";
         } else {
             text_ += ">\n";
+            if (kind != nullptr && kind != &Counts::skipped) text_ += of_a_case_;
             if (kind == &Counts::skipped)
                 skip(result.reason);
             else if (kind != nullptr)
@@ -142,15 +151,17 @@ class JunitReporter : public Reporter {
     static constexpr std::string_view kRunEnd = "</testsuites>\n";
     static constexpr std::string_view kSuiteEnd = "</testsuite>\n</testsuites>\n";
 
+    static void add_property(std::string &text, const char *name, std::string_view value) {
+        if (value.empty()) return;
+        text.append("<property name=\"").append(name).append("\" value=\"");
+        append_xml_attribute(text, value);
+        text += "\"/>\n";
+    }
+
     static std::string properties(const RunInfo &info) {
         std::string text = "<properties>\n";
         const auto property = [&](const char *name, std::string_view value) {
-            if (value.empty()) return;
-            text += "<property name=\"";
-            text += name;
-            text += "\" value=\"";
-            append_xml_attribute(text, value);
-            text += "\"/>\n";
+            add_property(text, name, value);
         };
         std::string arguments;
         for (const std::string &argument : info.arguments) {
@@ -160,6 +171,8 @@ class JunitReporter : public Reporter {
         property("arguments", arguments);
         property("version", info.version);
         property("site", info.site);
+        property("site-problems", site_problems_text(info.site_problems.size()));
+        for (const std::string &problem : info.site_problems) property("site-problem", problem);
         property("card", info.card);
         property("disk0", info.disk0);
         if (info.seed != 0) property("seed", std::to_string(info.seed));
@@ -167,6 +180,38 @@ class JunitReporter : public Reporter {
         if (info.shard_count != 1)
             property("shard", std::to_string(info.shard_index) + "/" + std::to_string(info.shard_count));
         return text + "</properties>\n";
+    }
+
+    // Of a case that is not good: what it takes to run it again.
+    static std::string case_properties(const RunInfo &info) {
+        std::string text;
+        add_property(text, "site", info.site);
+        add_property(text, "card", info.card);
+        if (info.seed != 0) add_property(text, "seed", std::to_string(info.seed));
+        return text.empty() ? text : "<properties>\n" + text + "</properties>\n";
+    }
+
+    // Readers know a case by its name: that of another pass has one of its own, by the next number that is
+    // free.
+    std::string unique_name(const CaseResult &result) {
+        if (!repeats_) return result.name;
+        const size_t mark = result.name.rfind('#');
+        const std::string base = result.name.substr(0, mark);
+        int &last = last_[result.folder + "/" + base];
+        if (known_.insert(result.folder + "/" + result.name).second) {
+            last = std::max(last, mark == std::string::npos ? 1 : std::atoi(result.name.c_str() + mark + 1));
+            return result.name;
+        }
+        return base + "#" + std::to_string(++last);
+    }
+
+    // Of the first check that failed.
+    void place(const Check &check) {
+        text_ += " file=\"";
+        append_xml_attribute(text_, source_path(check));
+        text_ += "\" line=\"";
+        append_number(text_, check.line);
+        text_ += '"';
     }
 
     // Results may come outside their folder's begin and end (a parent's fixture, cases that were never
@@ -297,6 +342,10 @@ class JunitReporter : public Reporter {
         suite_open_ = begun_ = false;
     }
 
+    bool repeats_ = false;
+    std::set<std::string> known_;      // cases of a run with several passes
+    std::map<std::string, int> last_;  // the highest number that a name has
+    std::string of_a_case_;
     const bool streaming_;  // earlier bytes cannot be patched: no counts
     ClosedDocument document_;
     Clock clock_;
@@ -314,6 +363,24 @@ class JunitReporter : public Reporter {
 };
 
 }  // namespace
+
+std::string tell_junit_nothing_run(const NothingRun &nothing) {
+    // Readers that count errors, and nothing else, must find one.
+    std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites ";
+    Counts counts;
+    counts.tests = counts.errors = 1;
+    append_counts(text, counts);
+    text += " name=\"";
+    append_xml_attribute(text, nothing.program);
+    text += "\">\n<testsuite ";
+    append_counts(text, counts);
+    text +=
+        " name=\"run\">\n<testcase name=\"run\" classname=\"run\" assertions=\"0\" status=\"not run\" "
+        "time=\"0\">\n"
+        "<error type=\"not run\" message=\"";
+    append_xml_attribute(text, "nothing was run: " + nothing.why);
+    return text + "\"/>\n</testcase>\n</testsuite>\n</testsuites>\n";
+}
 
 std::unique_ptr<Reporter> make_junit_reporter(std::unique_ptr<Sink> sink) {
     return std::make_unique<JunitReporter>(std::move(sink));

@@ -2,13 +2,17 @@
 #include "kiv/reports/report_list.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
 
 namespace kiv {
 namespace {
 
 constexpr ReportFormat kFormats[] = {
 #define KIV_REPORT_FORMAT(name, help, variable, lists_cases) \
-    {#name, help, variable, lists_cases, make_##name##_reporter},
+    {#name, help, variable, lists_cases, make_##name##_reporter, tell_##name##_nothing_run},
 #include "kiv/reports/formats.def"
 #undef KIV_REPORT_FORMAT
 };
@@ -57,6 +61,34 @@ bool are_apart(const ReportRequest &request, std::string *error) {
 }
 
 }  // namespace
+
+bool ReportRequest::to_standard_output() const {
+    for (const std::string &file : files)
+        if (reports::descriptor_named_by(file) == STDOUT_FILENO) return true;
+    return false;
+}
+
+bool write_nothing_run(const std::vector<NamedReport> &reports, const NothingRun &nothing, std::string *error,
+                       bool streams) {
+    bool good = true;
+    for (const NamedReport &report : reports) {
+        struct stat status;
+        const bool is_stream = reports::descriptor_named_by(report.path) >= 0;
+        if (is_stream && !streams) continue;
+        if (!is_stream && stat(report.path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) continue;
+        std::string problem;
+        const std::unique_ptr<reports::Sink> sink = reports::open_file_sink(report.path, &problem);
+        if (sink != nullptr && sink->begin(kFormats[report.format].tell_nothing_run(nothing))) continue;
+        if (sink != nullptr) problem = sink->problem();
+        if (is_stream) continue;
+        // Where there is no room for the new document there is room for none.
+        if (truncate(report.path.c_str(), 0) != 0 && errno != ENOENT)
+            problem += " (and the older file stands)";
+        if (good) *error = problem;
+        good = false;
+    }
+    return good;
+}
 
 std::vector<std::unique_ptr<Reporter>> open_reports(const ReportRequest &request, std::string *error) {
     std::vector<std::unique_ptr<Reporter>> reports;

@@ -19,6 +19,15 @@ namespace kiv {
 
 using MakeReport = std::unique_ptr<Reporter>(std::unique_ptr<reports::Sink> sink);
 
+// What a report says of a run in which nothing was run.
+struct NothingRun {
+    std::string program;
+    std::vector<std::string> arguments;
+    std::string time;  // UTC, ISO 8601
+    std::string why;   // one line
+};
+using TellNothingRun = std::string(const NothingRun &nothing);
+
 // A row of formats.def.
 struct ReportFormat {
     const char *name;
@@ -26,10 +35,13 @@ struct ReportFormat {
     const char *variable;  // or null
     bool lists_cases;
     MakeReport *make;
+    TellNothingRun *tell_nothing_run;  // a whole document
 };
 
-// make_junit_reporter and so on, of every row.
-#define KIV_REPORT_FORMAT(name, ...) MakeReport make_##name##_reporter;
+// make_junit_reporter, tell_junit_nothing_run and so on, of every row.
+#define KIV_REPORT_FORMAT(name, ...)   \
+    MakeReport make_##name##_reporter; \
+    TellNothingRun tell_##name##_nothing_run;
 #include "kiv/reports/formats.def"
 #undef KIV_REPORT_FORMAT
 
@@ -45,7 +57,21 @@ struct ReportRequest {
 
     // Whether one foretells the cases, and so needs them all by name.
     bool list_cases() const;
+    bool to_standard_output() const;
 };
+
+// A report that a command line names, before the rest of the line has been looked at.
+struct NamedReport {
+    size_t format = 0;  // of report_formats()
+    std::string path;
+};
+
+// Replaces each file by a document that says that nothing was run: results of an earlier run never pass for
+// those of one that did not begin. What is no regular file is left alone, but for standard output and the
+// like with `streams`. False, with *error naming the first that cannot be written; an older file is then
+// empty, if that can be done.
+bool write_nothing_run(const std::vector<NamedReport> &reports, const NothingRun &nothing, std::string *error,
+                       bool streams = false);
 
 // Opens every report asked for; null entries never occur. On an error *error is set and nothing is returned.
 std::vector<std::unique_ptr<Reporter>> open_reports(const ReportRequest &request, std::string *error);

@@ -159,6 +159,8 @@ class Reader {
         if (action == "part") return part(event);
         if (!parts_.empty()) throw Broken{"Action", "\"part\" expected: the event before it is not complete"};
         if (action == "start") return start(event);
+        if (action == "nothing-run" && !started_)
+            throw Broken{"unusable", "nothing was run: " + event.text("Reason")};
         if (!started_)
             throw Broken{"Action", "the first event is not \"start\": these are not results of a run"};
         if (complete_) throw Broken{"Action", "\"" + action + "\" after the summary"};
@@ -209,6 +211,7 @@ class Reader {
         info.program = event.text("Program");
         info.arguments = event.texts("Arguments");
         info.site = event.optional_text("Site");
+        info.site_problems = event.texts("SiteProblems");
         info.card = event.optional_text("Card");
         info.host = event.optional_text("Host");
         info.version = event.optional_text("Version");

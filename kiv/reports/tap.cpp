@@ -37,6 +37,9 @@ class TapReporter : public Reporter {
         head += "\n";
         if (!info.site.empty()) head += "# site " + one_line(info.site) + "\n";
         if (!info.card.empty()) head += "# card " + one_line(info.card) + "\n";
+        for (const std::string &problem : info.site_problems)
+            head += "# warning: " + one_line(problem) + "\n";
+        site_problems_ = info.site_problems.size();
         file_.begin(head);
     }
 
@@ -95,6 +98,7 @@ class TapReporter : public Reporter {
         if (!summary.stopped_because.empty()) diagnostics("", "stopped: " + summary.stopped_because);
         for (const std::string &note : summary.notes) diagnostics("", note);
         diagnostics("", unnoticed_text(summary));
+        diagnostics("", site_problems_text(site_problems_));
         std::string totals = "# Totals:";
         for (size_t i = 0; i < std::size(summary.counts); ++i)
             if (summary.counts[i] != 0)
@@ -248,9 +252,18 @@ class TapReporter : public Reporter {
     bool planned_ = true;
     std::vector<Level> levels_;  // the run first
     std::set<std::string> left_over_;
+    size_t site_problems_ = 0;
 };
 
 }  // namespace
+
+std::string tell_tap_nothing_run(const NothingRun &nothing) {
+    std::string why = nothing.why;
+    for (char &c : why)
+        if (static_cast<uint8_t>(c) < 0x20) c = ' ';
+    // Not as a plan of none: that is how a test says that it was skipped.
+    return "KTAP version 1\n1..1\n# nothing was run: " + why + "\nnot ok 1 run\n";
+}
 
 std::unique_ptr<Reporter> make_tap_reporter(std::unique_ptr<Sink> sink) {
     return std::make_unique<TapReporter>(std::move(sink));

@@ -29,6 +29,16 @@ std::string check_line(const Check &check) {
     return line;
 }
 
+std::string source_path(const Check &check) {
+    const size_t name = check.file.rfind('/') + 1;  // 0 without a directory
+    return check.file.find('.', name) == std::string::npos ? check.file + ".cpp" : check.file;
+}
+
+std::string site_problems_text(size_t count) {
+    if (count == 0) return "";
+    return std::to_string(count) + (count == 1 ? " problem" : " problems") + " in the site's files";
+}
+
 std::string end_text(int signal, int exit_code) {
     if (signal != 0) return "ended by " + signal_text(signal);
     if (exit_code >= 0) return "left the worker with exit code " + std::to_string(exit_code);

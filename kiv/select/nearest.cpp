@@ -27,12 +27,19 @@ size_t edit_distance(std::string_view a, std::string_view b, size_t limit) {
     return std::min(last[a.size()], limit);
 }
 
+static std::string in_small_letters(std::string_view text) {
+    std::string small(text);
+    for (char &c : small)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return small;
+}
+
 void Nearest::offer(std::string_view candidate) {
     // A third of the word may be wrong; a word that is part of the candidate is near as well.
     const size_t limit = std::max<size_t>(3, word_.size() / 3 + 1);
-    size_t distance = edit_distance(word_, candidate, limit);
-    if (distance >= limit && word_.size() >= 3 && candidate.find(word_) != std::string_view::npos)
-        distance = limit - 1;
+    const std::string small = in_small_letters(candidate), word = in_small_letters(word_);
+    size_t distance = edit_distance(word, small, limit);
+    if (distance >= limit && word.size() >= 3 && small.find(word) != std::string::npos) distance = limit - 1;
     if (distance >= limit) return;
     for (const Entry &entry : best_)
         if (entry.name == candidate) return;
@@ -48,11 +55,11 @@ std::vector<std::string> Nearest::names() const {
     return names;
 }
 
-std::string Nearest::question() const {
+std::string Nearest::question(const std::string &before) const {
     std::string text;
     for (size_t i = 0; i < best_.size(); ++i) {
         text += i == 0 ? "; did you mean " : i + 1 == best_.size() ? " or " : ", ";
-        text += best_[i].name;
+        text += before + best_[i].name;
     }
     return text.empty() ? text : text + "?";
 }

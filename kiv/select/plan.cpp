@@ -35,6 +35,10 @@ Selector make_selector(std::string_view word) {
 bool read_plan(const std::string &path, std::vector<Selector> *selectors, std::string *error) {
     std::string text;
     if (!read_file(path, &text, error, kLargestPlan)) return false;
+    if (text.starts_with("\xEF\xBB\xBF")) {
+        *error = path + ":1: a byte-order mark: write the file without it";
+        return false;
+    }
     int number = 0;
     for (size_t at = 0; at < text.size();) {
         const size_t end = std::min(text.find('\n', at), text.size());

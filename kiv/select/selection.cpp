@@ -17,32 +17,90 @@ bool is_glob(const std::string &text) {
     return text.find_first_of("*?[\\") != std::string::npos;
 }
 
+const kiv_folder *find_folder(const kiv_context &context, std::string_view path) {
+    for (const kiv_folder &folder : context.folders)
+        if (folder.path == path) return &folder;
+    return nullptr;
+}
+
+std::string nearest_folders(const kiv_context &context, const std::string &path) {
+    Nearest nearest(path);
+    for (const kiv_folder &folder : context.folders) nearest.offer(folder.path);
+    return nearest.question();
+}
+
+// For a pattern that matches nothing: the folder before its first wildcard may be misspelt.
+std::string suggestion_for_glob(const kiv_context &context, const std::string &pattern) {
+    const size_t slash = pattern.rfind('/', pattern.find_first_of("*?[\\"));
+    const std::string folder = pattern.substr(0, slash == std::string::npos ? 0 : slash);
+    if (folder.empty() || find_folder(context, folder) != nullptr) return "";
+    return "; there is no folder " + folder + nearest_folders(context, folder);
+}
+
+// For a name that stands alone.
+std::string suggestion_for_name(const kiv_context &context, const std::string &name) {
+    const std::string folders = nearest_folders(context, name);
+    for (const Case &test : context.cases)
+        if (test.bare_name() == name) return "; did you mean " + test.selector() + "?";
+    if (!folders.empty()) return folders;
+    for (const Case &test : context.cases) {
+        Nearest near_enough(name, 1);
+        near_enough.offer(test.bare_name());
+        if (!near_enough.names().empty()) return "; did you mean " + test.selector() + "?";
+    }
+    return "";
+}
+
+// For a case of a folder that there is.
+std::string suggestion_in_folder(const kiv_context &context, const kiv_folder &folder,
+                                 const std::string &name) {
+    Nearest nearest(name);
+    size_t count = 0;
+    for (const kiv_folder &other : context.folders)
+        if (other.parent == &folder)
+            nearest.offer(std::string_view(other.path).substr(folder.path.size() + 1));
+    for (const Case &test : context.cases) {
+        if (!test.folder->is_below(&folder)) continue;
+        ++count;
+        nearest.offer(std::string_view(test.selector()).substr(folder.path.size() + 1));
+    }
+    const std::string question = nearest.question(folder.path + "/");
+    return !question.empty()
+               ? question
+               : "; " + folder.path + " has " + std::to_string(count) + (count == 1 ? " case" : " cases") +
+                     ", which --list " + folder.path + " shows";
+}
+
+// For a case of a folder that there is not: most likely the case of that name in a folder that is called
+// nearly so.
+std::string suggestion_elsewhere(const kiv_context &context, const std::string &selector) {
+    const size_t slash = selector.rfind('/');
+    const std::string name = selector.substr(slash + 1);
+    Nearest folders(selector.substr(0, slash), context.folders.size());
+    for (const kiv_folder &folder : context.folders) folders.offer(folder.path);
+    for (const std::string &folder : folders.names())
+        for (const uint32_t at : find_folder(context, folder)->cases)
+            if (context.cases[at].name() == name)
+                return "; did you mean " + context.cases[at].selector() + "?";
+    Nearest nearest(selector);
+    for (const kiv_folder &folder : context.folders) nearest.offer(folder.path);
+    for (const Case &test : context.cases) nearest.offer(test.selector());
+    const std::string question = nearest.question();
+    return question.empty() ? suggestion_for_name(context, name) : question;
+}
+
 std::string unknown(const kiv_context &context, const Selector &selector) {
     std::string message;
     if (!selector.file.empty()) message = selector.file + ":" + std::to_string(selector.line) + ": ";
-    message += "no folder or case is called \"" + selector.text + "\"";
-    if (is_glob(selector.text)) return message + " (as a pattern, it matches none)";
-    Nearest nearest(selector.text);
-    const bool has_path = selector.text.find('/') != std::string::npos;
-    for (const kiv_folder &folder : context.folders) nearest.offer(folder.path);
-    for (const Case &test : context.cases) {
-        if (has_path) {
-            nearest.offer(test.selector());
-        } else if (test.bare_name() == selector.text) {
-            Nearest exact(test.selector());  // the name alone was given: say where it is
-            exact.offer(test.selector());
-            return message + exact.question();
-        }
-    }
-    if (!has_path && nearest.names().empty()) {
-        Nearest names(selector.text);
-        for (const Case &test : context.cases) {
-            Nearest near_enough(selector.text, 1);
-            near_enough.offer(test.bare_name());
-            if (!near_enough.names().empty()) return message + "; did you mean " + test.selector() + "?";
-        }
-    }
-    return message + nearest.question();
+    const std::string &text = selector.text;
+    message += "no folder or case is called \"" + text + "\"";
+    if (is_glob(text))
+        return message + " (as a pattern, it matches none)" + suggestion_for_glob(context, text);
+    const size_t slash = text.rfind('/');
+    if (slash == std::string::npos) return message + suggestion_for_name(context, text);
+    if (const kiv_folder *const folder = find_folder(context, std::string_view(text).substr(0, slash)))
+        return message + suggestion_in_folder(context, *folder, text.substr(slash + 1));
+    return message + suggestion_elsewhere(context, text);
 }
 
 // Marks what one selector names; tells whether it named anything.

@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "kiv/site/overlay.h"
+
 namespace kiv {
 
 namespace {
@@ -16,7 +18,21 @@ std::string &flash_directory() {
     return directory;
 }
 
+void (*tell_of_missing)(std::string_view path) = nullptr;
+
+void missing(std::string_view path) {
+    if (tell_of_missing == nullptr) return;
+    const int kept = errno;
+    for (const char *const name : kInputFiles)
+        if (path == std::string(kCardFlash) + name) tell_of_missing(path);
+    errno = kept;
+}
+
 }  // namespace
+
+void on_missing_input(void (*tell)(std::string_view path)) {
+    tell_of_missing = tell;
+}
 
 void map_flash(const std::string &directory) {
     flash_directory() = directory;
@@ -78,6 +94,8 @@ FILE *__wrap_fopen(const char *path, const char *mode) {
         errno = ELOOP;
         return nullptr;
     }
-    return __real_fopen(mapped.c_str(), mode);
+    FILE *const file = __real_fopen(mapped.c_str(), mode);
+    if (file == nullptr && errno == ENOENT && mode != nullptr && mode[0] == 'r') kiv::missing(path);
+    return file;
 }
 }

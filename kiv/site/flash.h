@@ -14,6 +14,10 @@ inline constexpr const char *kCardFlash = "/disk0:/";
 // Programs that link the framework do so with -Wl,--wrap=fopen.
 void map_flash(const std::string &directory);
 
+// From now on `tell` is called when fopen finds that an input file of the flash (overlay.h) is missing; null:
+// nobody is told.
+void on_missing_input(void (*tell)(std::string_view path));
+
 // The mapped path; *good is false for one that would leave the directory. Paths elsewhere stay as they are.
 std::string flash_path(std::string_view path, bool *good);
 

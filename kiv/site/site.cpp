@@ -25,6 +25,18 @@ void set_default_sites(std::vector<std::string> directories) {
     default_sites() = std::move(directories);
 }
 
+namespace {
+const SiteKnowledge *known_to_the_program = nullptr;
+}
+
+void set_site_knowledge(const SiteKnowledge *knowledge) {
+    known_to_the_program = knowledge;
+}
+
+const SiteKnowledge *site_knowledge() {
+    return known_to_the_program;
+}
+
 bool find_site(const std::string &option, bool no_site, std::string *directory, std::string *error,
                const std::string &card_flash) {
     directory->clear();

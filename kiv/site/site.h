@@ -17,6 +17,18 @@ namespace kiv {
 // Directories that a program names as its default sites, best first; the first that exists counts.
 void set_default_sites(std::vector<std::string> directories);
 
+// What a program knows of the files that its cases read.
+class SiteKnowledge {
+  public:
+    virtual ~SiteKnowledge() = default;
+    // What is wrong with a site's files, one line each: "SITE/FILE:LINE: FIELD: TEXT".
+    virtual std::vector<std::string> problems(const std::string &site) const = 0;
+    // Whether a case reads what a site has for it.
+    virtual bool case_reads(std::string_view folder, std::string_view name) const = 0;
+};
+void set_site_knowledge(const SiteKnowledge *knowledge);
+const SiteKnowledge *site_knowledge();  // null when the program has none
+
 // The site that --site, --no-site and the environment give: *directory stays empty when there is none, and on
 // a card, that is where `card_flash` exists, there is one only when it is named. False, with *error set, when
 // the one asked for does not exist.

@@ -2,11 +2,15 @@
 #include "kivctl/site/check.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <set>
 #include <span>
 
 #include "card/sim/inventory.h"
+#include "kiv/files.h"
+#include "kiv/select/nearest.h"
+#include "kiv/select/plan.h"
 #include "kivctl/site/formats.h"
 #include "kivctl/site/input_files.h"
 #include "kivctl/site/scripts.h"
@@ -18,23 +22,54 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char *kInventory = "card.toml";
+constexpr const char *kInventory = "card.toml", *kPlan = "plan";
 
-void check_inventory(const std::string &directory, Tree &tree, Values &values, Problems &problems) {
+void check_inventory(const std::string &directory, bool required, Tree &tree, Values &values,
+                     Problems &problems) {
     std::error_code ignored;
-    if (!fs::exists(fs::symlink_status(directory + "/" + kInventory, ignored))) return;
+    if (!fs::exists(fs::symlink_status(directory + "/" + kInventory, ignored))) {
+        if (required) problems.add({kInventory}, "", sim::kMissingInventory);
+        return;
+    }
     const sim::InventoryReading reading = sim::read_inventory(tree.text(kInventory));
     for (const sim::InventoryProblem &problem : reading.problems)
         problems.add({kInventory, problem.line}, problem.field, problem.text);
     if (!reading.is_toml) return;
     values.set_ports(reading.inventory.ports);
-    for (const sim::InventoryInterface &interface : reading.inventory.interfaces)
+    for (const sim::InventoryInterface &interface : reading.inventory.interfaces) {
         if (interface.handle != 0) values.add_handle(interface.handle);
+        if (interface.uidb != 0) values.set_uidb(interface.handle, interface.uidb);
+    }
 }
 
 bool is_folder(std::string_view path) {
     const std::span<const std::string_view> folders = suite_folders();
     return std::find(folders.begin(), folders.end(), path) != folders.end();
+}
+
+// The plan, as far as folders tell: the cases are known to the suite alone.
+void check_plan(const std::string &directory, Problems &problems) {
+    const std::string path = directory + "/" + kPlan;
+    if (!kiv::is_file(path)) return;
+    std::vector<kiv::Selector> selectors;
+    std::string error;
+    if (!kiv::read_plan(path, &selectors, &error)) {
+        // "PATH:LINE: TEXT"
+        const std::string rest = error.substr(std::min(error.size(), path.size() + 1));
+        const int line = std::atoi(rest.c_str());
+        problems.add({kPlan, line}, "", rest.substr(std::min(rest.size(), rest.find(' ') + 1)));
+    }
+    for (const kiv::Selector &selector : selectors) {
+        if (selector.text.find_first_of("*?[\\") != std::string::npos) continue;
+        const size_t slash = selector.text.rfind('/');
+        const std::string folder =
+            selector.text.substr(0, slash == std::string::npos ? selector.text.size() : slash);
+        if (is_folder(selector.text) || is_folder(folder)) continue;
+        kiv::Nearest nearest(folder);
+        for (const std::string_view known : suite_folders()) nearest.offer(known);
+        problems.add({kPlan, selector.line}, "",
+                     join("no folder of the suite is called ", kivctl::quoted(folder), nearest.question()));
+    }
 }
 
 // Directories below cases/ that belong to no case.
@@ -69,7 +104,7 @@ void check_strange_files(const Tree &tree, Problems &problems) {
 
 }  // namespace
 
-bool check_site(const std::string &directory, SiteCheck *check, std::string *error) {
+bool check_site(const std::string &directory, SiteCheck *check, std::string *error, const SiteUse &use) {
     *check = {};
     std::error_code code;
     const fs::file_status status = fs::status(directory, code);
@@ -86,7 +121,8 @@ bool check_site(const std::string &directory, SiteCheck *check, std::string *err
     Problems problems;
     Tree tree(directory, &problems);
     Values values(&problems);
-    check_inventory(directory, tree, values, problems);
+    check_inventory(directory, use.simulated_card, tree, values, problems);
+    if (use.reads_plan) check_plan(directory, problems);
     add_made_handles(tree, values);
     check_input_files(tree, values, problems);
     check_scripts(tree, values, problems);

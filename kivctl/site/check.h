@@ -14,8 +14,13 @@ struct SiteCheck {
     size_t files = 0, cases = 0;  // looked at
 };
 
+struct SiteUse {
+    bool simulated_card = false;  // which has no interfaces but those of the inventory
+    bool reads_plan = true;       // false: whoever asks knows all cases, and checks the plan by them
+};
+
 // False, with *error set, when the directory is no site.
-bool check_site(const std::string &directory, SiteCheck *check, std::string *error);
+bool check_site(const std::string &directory, SiteCheck *check, std::string *error, const SiteUse &use = {});
 
 }  // namespace kivctl
 

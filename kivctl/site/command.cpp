@@ -10,10 +10,12 @@
 namespace kivctl {
 namespace {
 
-int check(const std::string &directory) {
+int check(const std::string &directory, bool real_card) {
     SiteCheck result;
     std::string error;
-    if (!check_site(directory, &result, &error)) return unusable(error);
+    SiteUse use;
+    use.simulated_card = !real_card;
+    if (!check_site(directory, &result, &error, use)) return unusable(error);
     for (const Problem &problem : result.problems) fmt::print("{}/{}\n", directory, problem.message());
     fmt::print("{}: {} files for {} cases, {} problem{}\n", directory, result.files, result.cases,
                result.problems.size(), result.problems.size() == 1 ? "" : "s");
@@ -42,7 +44,10 @@ void add_site(CLI::App &app, int *status) {
         "names file, line and field.\n"
         "Exit status: 0 when there is none, 1 when there are some, 2 when the directory is no site.");
     check_command->add_option("DIR", *directory, "Directory of the site")->required();
-    check_command->callback([=] { *status = check(*directory); });
+    const auto real_card = std::make_shared<bool>(false);
+    check_command->add_flag("--real-card", *real_card,
+                            "Of a real card, which needs no inventory (card.toml)");
+    check_command->callback([=] { *status = check(*directory, *real_card); });
     CLI::App *const new_command =
         site->add_subcommand("new", "Write a site with example values to start from");
     new_command->footer("Exit status: 0, or 2 when the directory is not empty or cannot be written.");

@@ -12,12 +12,12 @@ constexpr Token kNpPortTokens[] = {{"NP_PORT", Kind::port, 16}};
 constexpr Token kMainTokens[] = {
     {"INTF_NAME", Kind::text, 199}, {"NP_PORT", Kind::port, 8}, {"MAIN_IFH", Kind::existing_handle, 32}};
 constexpr Token kBundleTokens[] = {{"BDL_IFH", Kind::made_handle, 32}, {"LAG_ID", Kind::decimal, 8}};
-constexpr Token kBundleSubTokens[] = {{"SUB_IFH", Kind::made_handle, 32}, {"OVLAN", Kind::decimal, 32},
-                                      {"IVLAN", Kind::decimal, 32},       {"OTPID", Kind::hexadecimal, 32},
+constexpr Token kBundleSubTokens[] = {{"SUB_IFH", Kind::made_handle, 32}, {"OVLAN", Kind::vlan, 32},
+                                      {"IVLAN", Kind::vlan, 32},          {"OTPID", Kind::hexadecimal, 32},
                                       {"BDL_IFH", Kind::made_handle, 32}, {"LAG_ID", Kind::decimal, 8}};
 constexpr Token kSubTokens[] = {{"SUB_IFH", Kind::made_handle, 32},
-                                {"OVLAN", Kind::decimal, 32},
-                                {"IVLAN", Kind::decimal, 32},
+                                {"OVLAN", Kind::vlan, 32},
+                                {"IVLAN", Kind::vlan, 32},
                                 {"OTPID", Kind::hexadecimal, 32}};
 constexpr Token kAdjacencyTokens[] = {{"IFH", Kind::existing_handle, 32},
                                       {"UIDB", Kind::decimal, 16},
@@ -25,14 +25,14 @@ constexpr Token kAdjacencyTokens[] = {{"IFH", Kind::existing_handle, 32},
                                       {"NP_PORT", Kind::port, 32}};
 constexpr Token kUidbTokens[] = {{"IFH", Kind::existing_handle, 32}, {"UIDB", Kind::decimal, 32}};
 constexpr Token kCircuitTokens[] = {{"IFH", Kind::existing_handle, 32},
-                                    {"OVLAN", Kind::decimal, 16},
-                                    {"IVLAN", Kind::decimal, 16},
+                                    {"OVLAN", Kind::vlan, 16},
+                                    {"IVLAN", Kind::vlan, 16},
                                     {"OTPID", Kind::hexadecimal, 16},
                                     {"UIDB", Kind::decimal, 32}};
-constexpr Token kRewriteTokens[] = {{"IFH", Kind::existing_handle, 32}, {"OVLAN", Kind::decimal, 16},
-                                    {"IVLAN", Kind::decimal, 16},       {"OTPID", Kind::hexadecimal, 16},
-                                    {"UIDB", Kind::decimal, 32},        {"ROVLAN", Kind::decimal, 16},
-                                    {"RIVLAN", Kind::decimal, 16},      {"ROTPID", Kind::hexadecimal, 16}};
+constexpr Token kRewriteTokens[] = {{"IFH", Kind::existing_handle, 32}, {"OVLAN", Kind::vlan, 16},
+                                    {"IVLAN", Kind::vlan, 16},          {"OTPID", Kind::hexadecimal, 16},
+                                    {"UIDB", Kind::decimal, 32},        {"ROVLAN", Kind::vlan, 16},
+                                    {"RIVLAN", Kind::vlan, 16},         {"ROTPID", Kind::hexadecimal, 16}};
 constexpr Token kDomainTokens[] = {{"IFH", Kind::existing_handle, 32, false},
                                    {"UIDB", Kind::decimal, 16},
                                    {"BD-ID", Kind::decimal, 32},
@@ -45,14 +45,15 @@ constexpr Token kDomainTokens[] = {{"IFH", Kind::existing_handle, 32, false},
 constexpr std::string_view kBesideNpPort[] = {"INTF_NAME", "MAIN_IFH"};
 
 constexpr Reader kNpPorts{"the NP-port reader", kInterfaces, 2, 3, kNpPortTokens, kBesideNpPort};
-constexpr Reader kMains{"the main-interface reader", kInterfaces, 2, 3, kMainTokens};
+constexpr Reader kMains{"the main-interface reader", kInterfaces, 2, 3, kMainTokens, {}, "MAIN_IFH"};
 constexpr Reader kBundles{"the bundle reader", kParameters, 1, 2, kBundleTokens};
-constexpr Reader kBundleSubs{"the bundle sub-interface reader", kParameters, 2, 6, kBundleSubTokens};
-constexpr Reader kSubs{"the sub-interface reader", kParameters, 4, 4, kSubTokens};
+constexpr Reader kBundleSubs{
+    "the bundle sub-interface reader", kParameters, 2, 6, kBundleSubTokens, {}, "SUB_IFH"};
+constexpr Reader kSubs{"the sub-interface reader", kParameters, 4, 4, kSubTokens, {}, "SUB_IFH"};
 constexpr Reader kAdjacencies{"the adjacency reader", kParameters, 2, kMaxFields, kAdjacencyTokens};
-constexpr Reader kUidbs{"the cross-connect reader", kParameters, 2, 2, kUidbTokens};
-constexpr Reader kCircuits{"the encapsulation reader", kParameters, 2, 5, kCircuitTokens};
-constexpr Reader kRewrites{"the rewrite reader", kParameters, 2, 8, kRewriteTokens};
+constexpr Reader kUidbs{"the cross-connect reader", kParameters, 2, 2, kUidbTokens, {}, "IFH"};
+constexpr Reader kCircuits{"the encapsulation reader", kParameters, 2, 5, kCircuitTokens, {}, "IFH"};
+constexpr Reader kRewrites{"the rewrite reader", kParameters, 2, 8, kRewriteTokens, {}, "IFH"};
 constexpr Reader kBvi{"the bridged-interface reader", kParameters, 1, 2, kUidbTokens};
 constexpr Reader kDomains{"the bridge-domain reader", kParameters, 1, kMaxFields, kDomainTokens};
 

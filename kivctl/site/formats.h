@@ -21,6 +21,7 @@ enum class Kind {
     existing_handle,  // of an interface that must be there: of the inventory, or made by a case
     made_handle,      // of an interface that the case makes
     port,             // of the network processor
+    vlan,             // decimal, 0 for none
 };
 
 struct Token {
@@ -37,6 +38,7 @@ struct Reader {
     int lines, fields;      // that it reads
     std::span<const Token> tokens;
     std::span<const std::string_view> ignored = {};  // on the line, though this reader has no use for them
+    std::string_view distinct = {};  // token of a handle that is another one on every line; empty: none
 };
 
 // Lines of standard input.

@@ -23,7 +23,8 @@ class InputFile {
     }
 
     void check(const std::vector<Line> &lines, Values &values, Problems &problems) const {
-        bool shifted = false;  // a line that is too long moves all that follow
+        if (lines.empty()) return;  // that it is empty, or cannot be read, was said
+        bool shifted = false;       // a line that is too long, or none of the format's, moves all that follow
         for (const Line &line : lines) {
             const Place place{path_, line.number};
             if (line.number > most_lines_) {
@@ -40,6 +41,11 @@ class InputFile {
             }
             if (line.text.find('\0') != std::string::npos)
                 problems.add(place, "", "a zero byte ends the line for every reader");
+            if (is_comment(line)) {
+                problems.add(place, "", "input files have no comments: the readers take this as fields");
+                shifted = true;
+                continue;
+            }
             check_names(place, line, problems);
         }
         if (shifted) return;
@@ -47,6 +53,10 @@ class InputFile {
     }
 
   private:
+    static bool is_comment(const Line &line) {
+        return line.text.starts_with('#') || line.text.starts_with("//") || line.text.starts_with(';');
+    }
+
     bool is_known(std::string_view name) const {
         return std::any_of(readers_.begin(), readers_.end(), [&](const Reader *reader) {
             return std::find(std::begin(reader->ignored), std::end(reader->ignored), name) !=
@@ -58,8 +68,9 @@ class InputFile {
 
     // What does not depend on which reader it is.
     void check_names(const Place &place, const Line &line, Problems &problems) const {
-        if (line.text.starts_with('#') || line.text.starts_with("//"))
-            problems.add(place, "", "input files have no comments: the readers take this as fields");
+        if (line.text.ends_with(','))
+            problems.add(place, "",
+                         "a comma at the end of the line: the readers take its end as one more field");
         std::set<std::string_view> seen;
         for (size_t i = 0; i < line.fields.size(); ++i) {
             const std::string &name = line.fields[i].name;
@@ -79,6 +90,7 @@ class InputFile {
         std::string bare = name;
         std::erase_if(bare, [](unsigned char c) { return std::isspace(c) != 0; });
         if (is_known(bare)) {
+            if (name.find('\t') != std::string::npos) return "a tab makes it another name";
             return name.starts_with(' ') ? "the blank before the name makes it another name"
                                          : "blanks make it another name";
         }
@@ -107,6 +119,35 @@ class InputFile {
         for (const Line &line : lines) {
             if (line.number > reader.lines) break;
             for (const Token &token : reader.tokens) check_token(reader, token, line, values, problems);
+            check_uidb(reader, line, values);
+        }
+        check_distinct(reader, lines, problems);
+    }
+
+    // The value of a token on a line, as the reader finds it; empty when there is none.
+    static std::string_view value_of(const Reader &reader, std::string_view token, const Line &line) {
+        const size_t read = std::min(line.fields.size(), static_cast<size_t>(reader.fields));
+        for (size_t i = 0; i < read; ++i)
+            if (line.fields[i].name == token) return line.fields[i].value;
+        return {};
+    }
+
+    void check_uidb(const Reader &reader, const Line &line, Values &values) const {
+        const std::string_view handle = value_of(reader, "IFH", line), uidb = value_of(reader, "UIDB", line);
+        if (!handle.empty() && !uidb.empty()) values.check_uidb({path_, line.number}, handle, uidb);
+    }
+
+    void check_distinct(const Reader &reader, const std::vector<Line> &lines, Problems &problems) const {
+        std::map<uint64_t, int> first;  // line of each handle
+        for (const Line &line : lines) {
+            if (line.number > reader.lines) break;
+            const Number handle = read_number(value_of(reader, reader.distinct, line), 16);
+            if (!handle.whole) continue;
+            const auto [before, is_new] = first.try_emplace(handle.value, line.number);
+            if (!is_new)
+                problems.add(
+                    {path_, line.number}, std::string(reader.distinct),
+                    join("0x", hexadecimal(handle.value), " stands in line ", before->second, " already"));
         }
     }
 

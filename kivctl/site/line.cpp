@@ -28,6 +28,12 @@ std::vector<std::string> split(std::string_view text, char separator) {
     return parts;
 }
 
+void Line::take_apart() {
+    fields.clear();
+    for (const std::string &part : split(text, ',')) fields.push_back(read_field(part));
+    if (!fields.empty()) fields.back().last = ended;
+}
+
 std::vector<Line> read_lines(std::string_view text) {
     std::vector<Line> lines;
     for (size_t at = 0; at < text.size();) {
@@ -36,8 +42,7 @@ std::vector<Line> read_lines(std::string_view text) {
         line.number = static_cast<int>(lines.size());
         line.ended = newline != std::string_view::npos;
         line.text = text.substr(at, newline - at);
-        for (const std::string &part : split(line.text, ',')) line.fields.push_back(read_field(part));
-        if (!line.fields.empty()) line.fields.back().last = line.ended;
+        line.take_apart();
         at += line.bytes();
     }
     return lines;

@@ -22,6 +22,7 @@ struct Line {
     std::vector<Field> fields;
 
     size_t bytes() const { return text.size() + (ended ? 1 : 0); }
+    void take_apart();  // the text into fields
 };
 
 // Runs of a separator count as one, and separators at the ends as none, as strtok has it.

@@ -12,86 +12,13 @@
 #include <set>
 
 #include "kiv/site/overlay.h"
+#include "kivctl/site/default_site.h"
 #include "kivctl/site/formats.h"
 
 namespace kivctl {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr const char kCard[] =
-    R"(# The simulated card of this site: what is there before a case runs. A site for a real card needs no such file.
-
-[card]
-# type = 0x55d          # as platform_get_my_card_type answers
-# veltora_family = true # as is_veltora_family answers
-ports = 64              # NP ports 0 to 63
-np_local_ports = [48]   # local ports, one number for each network processor
-# owners = [10]         # who may own entries and reservations
-
-# How many of each resource there are; what is not listed has the card's usual number.
-# [limits]
-# interface = 4096
-
-# The first index that a pool hands out.
-# [pools]
-# next_hop = 200001
-# tunnel = 5000
-# nr_ldi_index = 1048576
-# label_index = 1
-
-# Interfaces that exist from the start. Input files name them by their handles (there without the 0x).
-[[interface]]
-handle = 0x8000088
-kind = "main"
-np_port = 1
-
-[[interface]]
-handle = 0x80000c8
-kind = "main"
-np_port = 2
-
-[[interface]]
-handle = 0x800f210
-kind = "sub"
-parent = 0x8000088
-uidb = 20
-outer_vlan = 310
-
-[[interface]]
-handle = 0x800f220
-kind = "sub"
-parent = 0x80000c8
-uidb = 21
-outer_vlan = 320
-inner_vlan = 420
-)";
-
-constexpr const char kPlan[] =
-    R"(# What a run without selectors runs here: one selector a line.
-#   folder, folder/sub, folder/case, folder/sub/case, with * and ? as in a shell
-#   -selector leaves out; a folder named here runs with its manual cases
-# They run in this order, the cases of a folder in the order they were registered in.
-
-prm-kiv
-prm-kiv-l2-bdl
-prm-kiv-l3-bdl
-prm-kiv-subif
-prm-kiv-l2subif
-prm-lpts
-prm-kiv-l2
-prm-kiv-l2-vpls
-prm-kiv-vxlan
-prm-kiv-bvi
-span/session
-span/port
-span/misc
-acl
-qos
-
-# SPAN by hand: enables and disables mirroring itself.
-# span/manual
-)";
 
 constexpr const char kReadme[] =
     R"(A site: what the suite reads when it runs here.
@@ -168,8 +95,11 @@ std::string input_file(std::vector<const Reader *> readers) {
     return text;
 }
 
-std::string script(const Input &input) {
-    static constexpr const char *kHandles[] = {"8000088", "80000c8"};
+std::string script(const CaseFormat &format) {
+    // Four main interfaces, and a routed sub-interface, which mirroring refuses.
+    static constexpr const char *kHandles[] = {"8000088", "80000c8", "8000108", "8000148"};
+    static constexpr const char *kRouted = "800f110";
+    const Input &input = format.input;
     std::string text;
     switch (input.script) {
         case Script::none:
@@ -186,13 +116,14 @@ std::string script(const Input &input) {
             text = "00:1b:2c:3d:4e:01,500,0,100500\n";
             break;
         case Script::handles:
-            for (int i = 0; i < input.count; ++i) text += fmt::format("{}\n", kHandles[i % 2]);
+            for (int i = 0; i < input.count; ++i)
+                text += fmt::format("{}\n", format.name.ends_with("l3_subintf") ? kRouted : kHandles[i % 4]);
             break;
         case Script::counted_handles:
             text = fmt::format("2\n{}\n{}\n", kHandles[0], kHandles[1]);
             break;
         case Script::counted_sources:
-            text = fmt::format("2\n{}\n0\n1\n{}\n1\n2\n", kHandles[0], kHandles[1]);
+            text = fmt::format("2\n{}\n0\n0\n{}\n2\n0\n", kHandles[0], kHandles[1]);
             break;
     }
     return text;
@@ -207,7 +138,9 @@ bool new_site(const std::string &directory, std::vector<std::string> *written, s
         *error = directory + ": is there already and not an empty directory";
         return false;
     }
-    std::map<std::string, std::string> files{{"card.toml", kCard}, {"plan", kPlan}, {"README", kReadme}};
+    std::map<std::string, std::string> files{{"card.toml", std::string(kDefaultInventory)},
+                                             {"plan", std::string(kDefaultPlan)},
+                                             {"README", kReadme}};
     std::map<std::string, std::vector<const Reader *>> readers;
     for (const CaseFormat &format : case_formats()) {
         for (const Reader *const reader : format.readers) {
@@ -219,7 +152,7 @@ bool new_site(const std::string &directory, std::vector<std::string> *written, s
             if (std::find(list.begin(), list.end(), reader) == list.end()) list.push_back(reader);
         }
         if (format.input.script != Script::none)
-            files[fmt::format("cases/{}/{}/stdin", format.folder, format.name)] = script(format.input);
+            files[fmt::format("cases/{}/{}/stdin", format.folder, format.name)] = script(format);
     }
     for (const auto &[path, list] : readers) files[path] = input_file(list);
 

@@ -4,6 +4,8 @@
 namespace kivctl {
 namespace {
 
+constexpr uint64_t kLastVlan = 4094;
+
 // A large number for what is none.
 int digit_of(char c) {
     if (c >= '0' && c <= '9') return c - '0';
@@ -15,7 +17,7 @@ int digit_of(char c) {
 }  // namespace
 
 int base_of(Kind kind) {
-    return kind == Kind::decimal || kind == Kind::port ? 10 : 16;
+    return kind == Kind::decimal || kind == Kind::port || kind == Kind::vlan ? 10 : 16;
 }
 
 Number read_number(std::string_view text, int base) {
@@ -39,6 +41,10 @@ void Values::check(const Place &place, const Token &token, std::string_view valu
     const auto problem = [&](std::string text) {
         problems_->add(place, std::string(token.name), std::move(text));
     };
+    if (value.find_first_of(" \t") != std::string_view::npos)
+        return problem(join(quoted(value), " has a blank in it: the reader takes it as part of the value"));
+    if (base == 10 && (value.starts_with("0x") || value.starts_with("0X")))
+        return problem(join(value, " is hexadecimal where a decimal number belongs, and is read as 0"));
     if (!number.is_number) return problem(join(quoted(value), words, " and is read as 0"));
     if (!number.whole)
         return problem(join(quoted(value), words, ": it is read up to the first other character"));
@@ -48,12 +54,24 @@ void Values::check(const Place &place, const Token &token, std::string_view valu
         return problem(join(value, " does not fit ", token.bits, token.bits == 1 ? " bit" : " bits",
                             ": it is cut to ", base == 10 ? std::to_string(rest) : hexadecimal(rest)));
     }
+    if (token.kind == Kind::vlan && number.value > kLastVlan)
+        return problem(join(value, " is no VLAN: 0 (none) to ", kLastVlan, " are"));
     if (!ports_) return;
     if (token.kind == Kind::port && number.value >= *ports_)
         problem(join(value, " is no port of the card: it has 0 to ", *ports_ - 1));
     if (token.kind == Kind::existing_handle && !handles_.contains(number.value))
         problem(join("0x", hexadecimal(number.value),
                      " is neither in the inventory (card.toml) nor made by a case"));
+}
+
+void Values::check_uidb(const Place &place, std::string_view handle, std::string_view uidb) {
+    const Number handle_number = read_number(handle, 16), number = read_number(uidb, 10);
+    const auto found = uidbs_.find(handle_number.value);
+    if (!handle_number.whole || !number.whole || found == uidbs_.end() || found->second == number.value)
+        return;
+    problems_->add(place, "UIDB",
+                   join(number.value, " does not belong to 0x", hexadecimal(handle_number.value),
+                        ", whose uidb is ", found->second, " in the inventory (card.toml)"));
 }
 
 }  // namespace kivctl

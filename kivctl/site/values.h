@@ -3,6 +3,7 @@
 #define KIVCTL_SITE_VALUES_H
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <set>
 #include <string_view>
@@ -31,14 +32,18 @@ class Values {
     // What values may name; without an inventory anything.
     void set_ports(uint64_t ports) { ports_ = ports; }
     void add_handle(uint64_t handle) { handles_.insert(handle); }
+    void set_uidb(uint64_t handle, uint64_t uidb) { uidbs_[handle] = uidb; }
 
     // Any Kind but text.
     void check(const Place &place, const Token &token, std::string_view value);
+    // An interface's handle and interface-database index, of one line.
+    void check_uidb(const Place &place, std::string_view handle, std::string_view uidb);
 
   private:
     Problems *problems_;
     std::optional<uint64_t> ports_;  // none: no inventory
     std::set<uint64_t> handles_;
+    std::map<uint64_t, uint64_t> uidbs_;  // of handles, where the inventory says it
 };
 
 }  // namespace kivctl

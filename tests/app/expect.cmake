@@ -1,4 +1,8 @@
 # Helpers of the script tests: run a command, and look at what it printed.
+# The tests are no tests of a suite: a run's status is what it is for a user.
+foreach(variable KIV_EXIT_STATUS CTEST_INTERACTIVE_DEBUG_MODE DASHBOARD_TEST_FROM_CTEST CI)
+  unset(ENV{${variable}})
+endforeach()
 file(REMOVE_RECURSE ${WORK})
 file(MAKE_DIRECTORY ${WORK})
 

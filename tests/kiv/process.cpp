@@ -39,7 +39,8 @@ Process::Process(const std::string &sample, const std::vector<std::string> &argu
         dup2(out[1], 2);
         for (const char *name :
              {"TEST_TOTAL_SHARDS", "TEST_SHARD_INDEX", "TEST_SHARD_STATUS_FILE", "TESTBRIDGE_TEST_ONLY",
-              "XML_OUTPUT_FILE", "TEST_PREMATURE_EXIT_FILE", "TEST_TMPDIR", "CI"})
+              "XML_OUTPUT_FILE", "TEST_PREMATURE_EXIT_FILE", "TEST_TMPDIR", "CI", "BAZEL_TEST",
+              "KIV_EXIT_STATUS", "CTEST_INTERACTIVE_DEBUG_MODE", "DASHBOARD_TEST_FROM_CTEST"})
             unsetenv(name);
         setenv("KIV_SITE", "", 1);
         for (const auto &[name, value] : environment) setenv(name.c_str(), value.c_str(), 1);

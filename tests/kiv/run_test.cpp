@@ -67,6 +67,178 @@ TEST_F(RunTest, MistakesRunNothingAndLeaveNothing) {
     EXPECT_FALSE(exists(directory_.file("kiv-out")));
 }
 
+// What a file of yesterday may not pass for.
+class UnbegunTest : public RunTest {
+  protected:
+    static constexpr const char *kFiles[] = {"run.json", "run.xml", "run.tap", "run.html"};
+
+    std::vector<std::string> with_reports(std::vector<std::string> arguments) {
+        for (const char *const file : kFiles) {
+            directory_.write(file, "results of yesterday\n");
+            const std::string name(file);
+            const std::string format = name.substr(name.find('.') + 1);
+            arguments.insert(arguments.end(), {"--" + (format == "xml" ? "junit" : format), file});
+        }
+        return arguments;
+    }
+};
+
+TEST_F(UnbegunTest, EveryReportOfARunThatCannotBeginSaysWhy) {
+    const std::pair<std::vector<std::string>, const char *> kMistakes[] = {
+        {{"first", "frist"}, "no folder or case is called \\\"frist\\\"; did you mean first?"},
+        {{"--fial-fast"}, "unknown option --fial-fast; did you mean --fail-fast?"},
+        {{"--repeat", "0"}, "--repeat: "},
+        {{"--site", "nowhere"}, "--site: nowhere is not a directory"},
+        {{"--plan", "none"}, "none: No such file or directory"},
+        {{"--rerun-failed", "none"}, "none: No such file or directory"},
+        {{"--shard", "3/2"}, "--shard: "},
+        {{"first", "-first"}, "the selection leaves no case to run"}};
+    for (const auto &[arguments, why] : kMistakes) {
+        const Finished finished = run(with_reports(arguments));
+        EXPECT_EQ(finished.exit_code, 2) << why;
+        EXPECT_THAT(read_text(directory_.file("run.json")), HasSubstr(std::string("\"Reason\":\"") + why));
+        for (const char *const file : kFiles) {
+            EXPECT_THAT(read_text(directory_.file(file)), Not(HasSubstr("yesterday"))) << why;
+            EXPECT_THAT(read_text(directory_.file(file)), HasSubstr(std::string(why).substr(0, 6))) << file;
+        }
+    }
+}
+
+TEST_F(UnbegunTest, ReportNamedByTheEnvironmentSaysSoToo) {
+    directory_.write("test.xml", "results of yesterday\n");
+    const Finished finished = run({"--fial-fast"}, {{"XML_OUTPUT_FILE", "test.xml"}});
+    EXPECT_EQ(finished.exit_code, 2);
+    EXPECT_THAT(read_text(directory_.file("test.xml")),
+                HasSubstr("<error type=\"not run\" message=\"nothing was run: unknown option"));
+}
+
+TEST_F(UnbegunTest, ListsAndHelpLeaveReportsAlone) {
+    for (const char *const word :
+         {"--list", "-l", "--list-json", "--list-folders", "--help", "-h", "--version"}) {
+        const Finished finished = run(with_reports({word}), {{"XML_OUTPUT_FILE", "run.xml"}});
+        EXPECT_EQ(finished.exit_code, 0) << word;
+        for (const char *const file : kFiles)
+            EXPECT_EQ(read_text(directory_.file(file)), "results of yesterday\n") << word << ' ' << file;
+    }
+}
+
+TEST_F(UnbegunTest, ReportThatListsWhatToRunAgainStaysUntilTheRunBegins) {
+    run({"--json", "run.json", "first"});
+    EXPECT_EQ(run({"--rerun-failed", "run.json", "--json", "run.json", "--site", "nowhere"}).exit_code, 2);
+    EXPECT_THAT(run({"--rerun-failed", "run.json", "--json", "run.json"}).out, HasSubstr("FAILED: 1 case"));
+    EXPECT_THAT(read_text(directory_.file("run.json")), HasSubstr("\"Selected\":1,"));
+}
+
+TEST_F(UnbegunTest, WithoutRoomForTheNewReportTheOldOneIsEmptied) {
+    directory_.write("run.json", "results of yesterday\n");
+    // Room for nothing: the disk is full.
+    const std::string command = "cd " + directory_.path() +
+                                " && ulimit -f 0 && trap \"\" XFSZ && KIV_SITE= " SAMPLES
+                                "/kiv_sample_mixed --json run.json first >/dev/null 2>&1";
+    const int status = std::system(("sh -c '" + command + "'").c_str());
+    EXPECT_EQ(WEXITSTATUS(status), 2);
+    EXPECT_EQ(read_text(directory_.file("run.json")), "");
+}
+
+TEST_F(RunTest, StatusIsZeroForARunThatTookPlaceUnlessAskedFor) {
+    EXPECT_EQ(run({"first"}).exit_code, 0);
+    EXPECT_EQ(run({"--exit-status", "first"}).exit_code, 1);
+    EXPECT_EQ(run({"--exit-status", "first/passes"}).exit_code, 0);
+    EXPECT_EQ(run({"first"}, {{"KIV_EXIT_STATUS", "1"}}).exit_code, 1);
+    for (const char *const name : {"BAZEL_TEST", "TEST_PREMATURE_EXIT_FILE", "CTEST_INTERACTIVE_DEBUG_MODE",
+                                   "DASHBOARD_TEST_FROM_CTEST"}) {
+        const std::string value = directory_.file("value");
+        EXPECT_EQ(run({"first"}, {{name, value}}).exit_code, 1) << name;
+        EXPECT_EQ(run({"first/passes"}, {{name, value}}).exit_code, 0) << name;
+        EXPECT_EQ(run({"first"}, {{name, value}, {"KIV_EXIT_STATUS", "0"}}).exit_code, 0) << name;
+    }
+}
+
+TEST_F(RunTest, StatusIsTwoWhenNothingCouldBeRun) {
+    for (const char *const word : {"nowhere", "--nowhere", "--timeout=x", "--site=nowhere",
+                                   "--json=no/such/file", "--junit=/", "--disk0=/dev/null/x"})
+        for (const char *const asked : {"0", "1"})
+            EXPECT_EQ(run({word}, {{"KIV_EXIT_STATUS", asked}}).exit_code, 2) << word;
+    EXPECT_EQ(run({}, {{"TEST_TOTAL_SHARDS", "2"}, {"TEST_SHARD_INDEX", "2"}}).exit_code, 2);
+    EXPECT_EQ(Process("watched", {"--refuse", "out of glass"}, directory_.path()).finish().exit_code, 2);
+}
+
+TEST_F(RunTest, ReportOnStandardOutputHasItToItself) {
+    const std::string command =
+        "cd " + directory_.path() + " && KIV_SITE= " SAMPLES "/kiv_sample_mixed first/passes ";
+    for (const char *const name : {"-", "/dev/stdout"}) {
+        std::system((command + "--json " + name + " >out 2>err").c_str());
+        EXPECT_THAT(read_text(directory_.file("out")), testing::StartsWith("{\"Time\":"));
+        EXPECT_THAT(read_text(directory_.file("out")), Not(HasSubstr("PASSED")));
+        EXPECT_THAT(read_text(directory_.file("err")), HasSubstr("PASSED: 1 case"));
+    }
+    // A log is never cut, whoever else writes to it.
+    directory_.write("log", "before\n");
+    std::system((command + "--json /dev/stdout >>log 2>/dev/null").c_str());
+    EXPECT_THAT(read_text(directory_.file("log")), testing::StartsWith("before\n{\"Time\":"));
+    EXPECT_FALSE(exists(directory_.file("-")));
+    // One that does not begin says so there, for whoever reads.
+    std::system((command + "--json - frist >out 2>/dev/null").c_str());
+    EXPECT_THAT(read_text(directory_.file("out")), HasSubstr("\"Action\":\"nothing-run\""));
+    EXPECT_THAT(run({"--json", "-", "--tap", "-"}).out, HasSubstr("--tap and --json both write -"));
+}
+
+TEST_F(RunTest, ReportThatIsNotCompleteIsTheRunsLastWord) {
+    const Finished finished = run({"--tap", "/dev/full", "first/passes"});
+    EXPECT_EQ(finished.exit_code, 2);
+    EXPECT_THAT(finished.out,
+                testing::EndsWith("Not written completely: /dev/full: No space left on device\n"));
+}
+
+TEST_F(RunTest, SecondRunInAFlashTakesAnotherOrWaits) {
+    directory_.write("site/disk0/kiv_input_file", "A:1\n");
+    Process first("faulty", {"hangs/fault", "--site", "site"}, directory_.path());
+    ASSERT_TRUE(first.wait_for("Flash "));
+    const Finished second = run({"--site", "site", "second/reads_the_flash", "-v"});
+    EXPECT_THAT(second.out, HasSubstr(directory_.file("kiv-out") + " is used by process "));
+    EXPECT_THAT(second.out, HasSubstr("kiv_sample_faulty hangs/fault"));
+    EXPECT_THAT(second.out, HasSubstr("Flash " + directory_.file("kiv-out-2/disk0")));
+    EXPECT_THAT(second.out, HasSubstr("| flash A:1\n"));
+    // Without a site the files in the flash are what counts: none but that one will do.
+    const Finished refused = run({"--disk0", "kiv-out/disk0", "first/passes"});
+    EXPECT_EQ(refused.exit_code, 2);
+    EXPECT_THAT(refused.out, HasSubstr("kiv-out/disk0 is used by process "));
+    Process waiting("mixed", {"--site", "site", "--wait", "first/passes"}, directory_.path());
+    ASSERT_TRUE(waiting.wait_for("Waiting for " + directory_.file("kiv-out/disk0") + ", which process "));
+    first.signal_group(SIGKILL);
+    EXPECT_THAT(waiting.finish().out, HasSubstr("PASSED: 1 case"));
+}
+
+TEST_F(RunTest, MissingInputFileIsPartOfTheResultOfTheCaseThatReadsIt) {
+    const std::string told = "ERROR: the input file /disk0:/kiv_input_file is missing";
+    for (const char *const how : {"--quiet", "--no-fork"}) {
+        const Finished finished =
+            run({"--disk0", "flash", how, "second/reads_the_flash", "--junit", "run.xml"});
+        EXPECT_THAT(finished.out, HasSubstr("printed \"" + told + "\"")) << how;
+        EXPECT_THAT(read_text(directory_.file("run.xml")), HasSubstr("message=\"" + told)) << how;
+    }
+}
+
+TEST_F(RunTest, CasesOfLaterPassesHaveNamesOfTheirOwnInJunit) {
+    run({"first", "--repeat", "3", "--junit", "run.xml"});
+    const std::string xml = read_text(directory_.file("run.xml"));
+    for (const char *const name :
+         {"passes", "passes#2", "passes#3", "passes#4", "passes#5", "passes#6", "fails#3"}) {
+        const std::string element = std::string("<testcase name=\"") + name + "\" classname=\"first\"";
+        const size_t at = xml.find(element);
+        EXPECT_NE(at, std::string::npos) << name;
+        EXPECT_EQ(xml.find(element, at + 1), std::string::npos) << name;
+    }
+}
+
+TEST_F(RunTest, CaseThatFailedHasAPlaceAndWhatItTakesToRunItAgainInJunit) {
+    run({"first/fails", "--seed", "7", "--junit", "run.xml"});
+    EXPECT_THAT(
+        read_text(directory_.file("run.xml")),
+        testing::ContainsRegex("<testcase name=\"fails\" [^>]* file=\"[^\"]*\\.cpp\" line=\"[0-9]+\">\n"
+                               "<properties>\n<property name=\"seed\" value=\"7\"/>"));
+}
+
 TEST_F(RunTest, ExcludesAreToldFromOptions) {
     EXPECT_THAT(run({"-second", "-q", "-first/f*"}).out, HasSubstr("PASSED: 2 cases, 2 passed"));
     EXPECT_THAT(run({"-q", "--", "first/passes", "-second"}).out, HasSubstr("PASSED: 1 case, 1 passed"));

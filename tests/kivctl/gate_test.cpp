@@ -186,5 +186,110 @@ TEST_F(Gate, SaysWhyACaseOfAKilledRunDidNotRun) {
                            ": the run did not tell of its end\n");
 }
 
+TEST_F(Gate, ARunThatDidNotBeginIsUnusableAndSaysWhy) {
+    const Ran ran = kivctl(
+        "gate " + file("{\"Time\":\"2026-11-21T04:00:00.000Z\",\"Action\":\"nothing-run\",\"Format\":1,"
+                       "\"Program\":\"prm_kiv\",\"Arguments\":[\"frist\"],\"Reason\":\"no folder or case is "
+                       "called \\\"frist\\\"\"}\n"));
+    EXPECT_EQ(ran.status, 2);
+    EXPECT_THAT(ran.out, IsEmpty());
+    EXPECT_THAT(ran.err, HasSubstr("results.jsonl:1: unusable: nothing was run: no folder or case is called "
+                                   "\"frist\"\n"));
+}
+
+TEST_F(Gate, CountsThatContradictTheEventsAreUnusable) {
+    const std::string text = results_of({{"a/x"}, {"a/y"}, {"b/z"}});
+    const std::pair<std::string, std::string> kChanges[] = {
+        {"\"SelectedCases\":3", "SelectedCases: the start says 2, the events tell of 3"},
+        {"\"Selected\":3", "Selected: the summary says 2, the events tell of 3"},
+        {"\"Counts\":{\"passed\":3", "Counts.passed: the summary says 2, the events tell of 3"}};
+    for (const auto &[field, why] : kChanges) {
+        std::string changed = text;
+        changed.replace(changed.find(field), field.size(), field.substr(0, field.size() - 1) + "2");
+        const Ran ran = kivctl("gate " + file(changed));
+        EXPECT_EQ(ran.status, 2);
+        EXPECT_THAT(ran.err, HasSubstr("results.jsonl: unusable: " + why));
+    }
+    // An event that was taken out.
+    const size_t at = text.rfind("{\"Time\"", text.find("\"Action\":\"pass\",\"Package\":\"b\""));
+    EXPECT_EQ(kivctl("gate " + file(text.substr(0, at) + text.substr(text.find('\n', at) + 1))).status, 2);
+    kiv::FixtureResult fixture;
+    fixture.folder = "a";
+    fixture.ran = true;
+    std::string changed = results_with(fixture);
+    const std::string field = "\"FailedFixtures\":0";
+    changed.replace(changed.find(field), field.size(), "\"FailedFixtures\":1");
+    EXPECT_THAT(kivctl("gate " + file(changed)).err, HasSubstr("FailedFixtures: the summary says 1"));
+}
+
+TEST_F(Gate, ResultsOlderThanAFileOrATimeAreUnusable) {
+    const std::string path = file(results_of({{"a/x"}}));  // of 2026-11-21, 04:00
+    EXPECT_EQ(kivctl("gate --newer-than 2026-11-21T03:59:59.999Z " + path).status, 0);
+    const Ran ran = kivctl("gate --newer-than 2026-11-21T04:00:00.001Z " + path);
+    EXPECT_EQ(ran.status, 2);
+    EXPECT_THAT(ran.err,
+                HasSubstr("results.jsonl: unusable: the run began at 2026-11-21T04:00:00.000Z, which is "
+                          "not after 2026-11-21T04:00:00.001Z"));
+    const std::string mark = directory_.write("mark", "");
+    EXPECT_EQ(
+        shell("touch -d 2026-11-21T03:00:00Z " + mark + "; " KIVCTL " gate --newer-than " + mark + " " + path)
+            .status,
+        0);
+    EXPECT_EQ(
+        shell("touch -d 2026-11-21T05:00:00Z " + mark + "; " KIVCTL " gate --newer-than " + mark + " " + path)
+            .status,
+        2);
+    const Ran neither = kivctl("gate --newer-than yesterday " + path);
+    EXPECT_EQ(neither.status, 2);
+    EXPECT_THAT(neither.err, HasSubstr("--newer-than: yesterday is neither a file nor a time"));
+}
+
+TEST_F(Gate, SaysWhenOtherCasesRanThanExpected) {
+    const std::string one = file(results_of({{"a/x"}, {"a/y"}}), "1");
+    const std::string two = file(results_of({{"b/z"}, {"a/x"}, {"b/w", kiv::Verdict::not_run}}), "2");
+    EXPECT_EQ(kivctl("gate --not-run ignore --expect-cases 3 " + one + " " + two).status, 0);
+    const Ran ran = kivctl("gate --expect-cases 3 " + one);
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_THAT(ran.out, HasSubstr("2 different cases ran, not 3 (--expect-cases)\n"));
+    EXPECT_EQ(kivctl("gate --expect-cases many " + one).status, 2);
+}
+
+TEST_F(Gate, EverySelectorOfAnExpectedPlanMustHaveRun) {
+    const std::string results =
+        file(results_of({{"a/x"}, {"a/y#2"}, {"b/c/z"}, {"b/w", kiv::Verdict::not_run}}), "r");
+    const auto gate = [&](const std::string &plan) {
+        return kivctl("gate --not-run ignore --expect-plan " + file(plan, "plan") + " " + results);
+    };
+    EXPECT_EQ(gate("# all\na\nb/c/z\n'a/*'\n").status, 1);  // quotes belong to the shell
+    EXPECT_EQ(gate("# all\na/y#2\na\nb/c\na/*\n-b/w\nb\n").out, "good: 4 cases, 0 to answer for\n");
+    const Ran missing = gate("a\na/v\nc\n");
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_THAT(missing.out, HasSubstr("plan:2: the results have no a/v\n"));
+    EXPECT_THAT(missing.out, HasSubstr("plan:3: the results have no c\n"));
+    EXPECT_THAT(gate("b\n").out, HasSubstr("plan:1: b/w did not run\n"));
+    EXPECT_THAT(gate("a\n-a/x\n").out, HasSubstr("a/x ran, which the plan leaves out\n"));
+    EXPECT_EQ(kivctl("gate --expect-plan " + directory_.path("none") + " " + results).status, 2);
+}
+
+TEST_F(Gate, ProblemsOfTheSiteCountUnlessAllowed) {
+    const std::string path = file(kiv::test::report_of(kiv::make_json_reporter, [&](kiv::Reporter &reporter) {
+        kiv::RunInfo info;
+        info.selected_cases = 1;
+        info.site = "lab";
+        info.site_problems = {"lab/plan:3: no such folder"};
+        reporter.run_begins(info);
+        kiv::Summary summary;
+        summary.selected = 1;
+        const kiv::CaseResult result = kiv::test::passing_case("a", "x");
+        summary.add(result);
+        reporter.case_ended(result);
+        reporter.run_ended(summary);
+    }));
+    const Ran ran = kivctl("gate " + path);
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_EQ(ran.out, "site problem       lab/plan:3: no such folder\nnot good: 1 cases, 1 to answer for\n");
+    EXPECT_EQ(kivctl("gate --allow-site-problems " + path).status, 0);
+}
+
 }  // namespace
 }  // namespace kivctl::test

@@ -12,6 +12,8 @@ namespace kivctl::test {
 
 Ran shell(const std::string &command) {
     const TemporaryDirectory directory;
+    // What a test environment says is not meant for the programs that the test runs.
+    for (const char *name : {"CTEST_INTERACTIVE_DEBUG_MODE", "DASHBOARD_TEST_FROM_CTEST"}) unsetenv(name);
     Ran ran;
     const int status = std::system(
         ("{ " + command + "\n} >" + directory.path("out") + " 2>" + directory.path("err") + " </dev/null")

@@ -140,9 +140,11 @@ acl  ACL Testcases
   passed               2.5 ms  stats_create
   FAILED                12 us  create
       prm/test/src/prm_kiv_acl, tc_kiv_acl_tcam_create, line 77
+        prm/test/src/prm_kiv_acl.cpp:77
         expected 0x00000000 PRM_ERROR_NONE
         got      0x457c2a00 invalid argument
       prm/test/src/prm_kiv_acl, tc_kiv_acl_tcam_create, line 79
+        prm/test/src/prm_kiv_acl.cpp:79
         not true: rc == EOK
         79: create failed rc 22
       and 2 more failed checks
@@ -262,6 +264,7 @@ TEST_F(ConsoleTest, AFixtureThatFailedIsShownAndListed) {
               "  FAILED               1.5 us  set-up of acl\n"
               "      no connection\n"
               "      prm/test/src/prm_kiv_main, set_up, line 7\n"
+              "        prm/test/src/prm_kiv_main.cpp:7\n"
               "        not true: rc == EOK\n"
               "    | opening\n"
               "  not run                      tear-down of acl\n"

@@ -99,9 +99,26 @@ TEST_F(SelectionTest, ExcludesAloneTakeFromTheAutomaticCases) {
 
 TEST_F(SelectionTest, UnknownSelectorIsNamedWithItsNearestNames) {
     select({"acl/craete"});
-    EXPECT_EQ(
-        error_,
-        "no folder or case is called \"acl/craete\"; did you mean acl/create, acl/delete or acl/create#2?");
+    EXPECT_EQ(error_, "no folder or case is called \"acl/craete\"; did you mean acl/create?");
+    select({"acl/elete"});  // nothing like it: the folder is right
+    EXPECT_EQ(error_, "no folder or case is called \"acl/elete\"; did you mean acl/delete?");
+    select({"acl/zzzzzzzz"});
+    EXPECT_EQ(error_,
+              "no folder or case is called \"acl/zzzzzzzz\"; acl has 3 cases, which --list acl shows");
+    select({"spam/port/add"});  // the case is right
+    EXPECT_EQ(error_, "no folder or case is called \"spam/port/add\"; did you mean span/port/add?");
+    select({"span/prot/add"});
+    EXPECT_EQ(error_, "no folder or case is called \"span/prot/add\"; did you mean span/port/add?");
+    select({"ACL"});
+    EXPECT_EQ(error_, "no folder or case is called \"ACL\"; did you mean acl?");
+    select({"acl/CREATE"});
+    EXPECT_THAT(error_, HasSubstr("; did you mean acl/create"));
+    select({"span/porte/*"});
+    EXPECT_EQ(error_,
+              "no folder or case is called \"span/porte/*\" (as a pattern, it matches none); there is no "
+              "folder span/porte; did you mean span/port?");
+    select({"acl/*zzz"});
+    EXPECT_EQ(error_, "no folder or case is called \"acl/*zzz\" (as a pattern, it matches none)");
     select({"spam"});
     EXPECT_THAT(error_, HasSubstr("did you mean span"));
     select({"delete"});

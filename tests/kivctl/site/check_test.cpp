@@ -73,8 +73,7 @@ TEST_F(CheckTest, ReadersOfAMissingFileAreCounted) {
 TEST_F(CheckTest, AFileThatCannotBeRead) {
     remove("cases/prm-kiv-bvi/kiv_tcs_input_file");
     std::filesystem::create_directories(path("cases/prm-kiv-bvi/kiv_tcs_input_file"));
-    EXPECT_THAT(problems(), ElementsAre("cases/prm-kiv-bvi/kiv_tcs_input_file: cannot be read",
-                                        HasSubstr("cases/prm-kiv-bvi/kiv_tcs_input_file:1: missing")));
+    EXPECT_THAT(problems(), ElementsAre("cases/prm-kiv-bvi/kiv_tcs_input_file: cannot be read"));
 }
 
 TEST_F(CheckTest, DirectoriesBelowOneThatIsUnknownAreNotNamed) {
@@ -124,17 +123,18 @@ TEST_F(CheckTest, NamesOfFoldersCasesAndFilesThatNothingReads) {
 }
 
 TEST_F(CheckTest, TheInventoryIsReadAsTheCardReadsIt) {
-    const std::string good = kiv_test::read_text(path("card.toml"));
-    put("card.toml", good + "np_prot = 3\n\n[extra]\n[limits]\nbundels = 3\n");
+    std::string text = kiv_test::read_text(path("card.toml"));
+    text.replace(text.find("bundle = 256"), 12, "bundels = 3");
+    put("card.toml", text + "np_prot = 3\n\n[extra]\n");
     std::string error;
     sim::Inventory inventory;
     EXPECT_FALSE(sim::load_inventory(path("card.toml"), &inventory, &error));
     const std::vector<std::string> found = problems();
     EXPECT_THAT(found, SizeIs(3));
-    EXPECT_THAT(found, Contains(EndsWith(": interface[3].np_prot: unknown field")));
-    EXPECT_THAT(found, Contains(EndsWith(": extra: unknown field")));
+    EXPECT_THAT(found, Contains(EndsWith(": interface[10].np_prot: unknown field")));
+    EXPECT_THAT(found, Contains(EndsWith(": extra: unknown section")));
     EXPECT_THAT(found, Contains(EndsWith(": limits.bundels: unknown resource")));
-    EXPECT_TRUE(error.ends_with(": extra: unknown field")) << error;
+    EXPECT_TRUE(error.ends_with(": extra: unknown section")) << error;
 }
 
 TEST_F(CheckTest, WhatCanBeReadOfABadInventoryCounts) {

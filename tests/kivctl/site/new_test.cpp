@@ -59,9 +59,9 @@ TEST_F(NewSiteTest, OneFileServesEveryReaderOfAFolder) {
 }
 
 TEST_F(NewSiteTest, ScriptsOfEachKind) {
-    EXPECT_EQ(text("cases/span/manual/prm_kiv_span_port_add/stdin"), "2\n8000088\n0\n1\n80000c8\n1\n2\n");
+    EXPECT_EQ(text("cases/span/manual/prm_kiv_span_port_add/stdin"), "2\n8000088\n0\n0\n80000c8\n2\n0\n");
     EXPECT_EQ(text("cases/span/session/prm_kiv_span_session_destroy_when_port_present/stdin"),
-              "8000088\n80000c8\n8000088\n80000c8\n");
+              "8000088\n80000c8\n8000108\n8000148\n");
     EXPECT_EQ(text("cases/span/port/prm_kiv_span_port_add_delete/stdin"), "2\n8000088\n80000c8\n");
     EXPECT_EQ(text("cases/prm-kiv-vxlan/tc_kiv_vxlan_ole_add/stdin"), "500,c0a80202,100500\n");
     EXPECT_EQ(text("cases/prm-kiv-vxlan/tc_kiv_vxlan_vplag_add/stdin"),
@@ -73,7 +73,7 @@ TEST_F(NewSiteTest, ScriptsOfEachKind) {
 TEST_F(NewSiteTest, TheCardReadsItsInventory) {
     sim::Inventory inventory;
     EXPECT_TRUE(sim::load_inventory(path("card.toml"), &inventory, &error_)) << error_;
-    EXPECT_EQ(inventory.interfaces.size(), 4u);
+    EXPECT_EQ(inventory.interfaces.size(), 11u);
 }
 
 TEST_F(NewSiteTest, NothingIsWrittenOverWhatIsThere) {

@@ -129,7 +129,7 @@ TEST_F(ScriptsTest, HandlesForMirroring) {
     put(four, "8000088\n8000088\n8000088\n8000088\n");
     put(one, "8000088\n");
     put(counted, "");
-    EXPECT_THAT(problems(), ElementsAre(counted + ":1: count: missing: the input ends before it"));
+    EXPECT_THAT(problems(), ElementsAre(counted + ": the file is empty"));
     put(counted, "0\n");
     EXPECT_THAT(problems(), ElementsAre(counted + ":1: count: 0 is not between 1 and 400: the case aborts"));
     std::string most = "400\n";
