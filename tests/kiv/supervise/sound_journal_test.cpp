@@ -71,7 +71,7 @@ TEST_F(SoundJournalTest, WholeRunIsPassedOn) {
     EXPECT_TRUE(sound_->is_sound());
     EXPECT_TRUE(there_.done_);
     EXPECT_EQ(there_.text_,
-              "group 0 3\nset-up 0 0\nfixture-end 0 0\ncase 0 0\ncase-end 0 0\ncase 1 0\ncode 0 0 0 |||||\n"
+              "group 0 3\nset-up 0 0\nfixture-end 0 0\ncase 0 0\ncase-end 0 0\ncase 1 0\ncode 0 0 0 ||||\n"
               "case-end 0 1\ncase 2 0\ncase-end 0 0\ntear-down 0 0\nfixture-end 0 0\ngroup-end 0 0\n"
               "group 3 1\ncase 3 0\nprint printed\ncase-end 0 0\ngroup-end 0 0\n"
               "direct of a thread that is left\nnote noted\n");
