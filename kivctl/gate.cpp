@@ -9,8 +9,8 @@
 #include <set>
 
 #include "kiv/ci.h"
-#include "kiv/reports/escape.h"
 #include "kiv/registry.h"
+#include "kiv/reports/escape.h"
 #include "kiv/reports/time.h"
 #include "kiv/reports/wording.h"
 #include "kiv/select/plan.h"

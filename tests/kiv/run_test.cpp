@@ -186,8 +186,7 @@ TEST_F(RunTest, ReportOnStandardOutputHasItToItself) {
 TEST_F(RunTest, ReportThatIsNotCompleteIsTheRunsLastWord) {
     const Finished finished = run({"--tap", "/dev/full", "first/passes"});
     EXPECT_EQ(finished.exit_code, 2);
-    EXPECT_THAT(finished.out,
-                testing::EndsWith("Not written completely: /dev/full: No space left on device\n"));
+    EXPECT_THAT(finished.out, testing::EndsWith("NOT WRITTEN: /dev/full: No space left on device\n"));
 }
 
 TEST_F(RunTest, SecondRunInAFlashTakesAnotherOrWaits) {

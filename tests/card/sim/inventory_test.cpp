@@ -161,7 +161,7 @@ kind = "main"
 [extra]
 )"),
                 ::testing::UnorderedElementsAre(
-                    "14: extra: unknown field", "2: card.ports: not a whole number",
+                    "14: extra: unknown section", "2: card.ports: not a whole number",
                     "3: card.veltora_family: neither true nor false",
                     "5: limits.interfaces: unknown resource", "6: limits.bundle: -1 is not between 0 and 256",
                     "9: interface[0].kind: not one of \"main\", \"sub\", \"bundle\"",
@@ -224,7 +224,7 @@ INSTANTIATE_TEST_SUITE_P(
         Broken{"NotAFlag", "[card]\nveltora_family = 1\n",
                "site/card.toml:2: card.veltora_family: neither true nor false"},
         Broken{"UnknownField", "[card]\nprots = 3\n", "site/card.toml:2: card.prots: unknown field"},
-        Broken{"UnknownTable", "[crad]\nports = 3\n", "site/card.toml:1: crad: unknown field"},
+        Broken{"UnknownTable", "[crad]\nports = 3\n", "site/card.toml:1: crad: unknown section"},
         Broken{"NotATable", "card = 3\n", "site/card.toml:1: card: not a table"},
         Broken{"LocalPortsNoList", "[card]\nnp_local_ports = 48\n",
                "site/card.toml:2: card.np_local_ports: not a list with one number of ports per NP"},
@@ -328,7 +328,7 @@ TEST(InventoryTest, AMissingFileIsOneMessage) {
     Inventory inventory;
     std::string error;
     EXPECT_FALSE(load_inventory("/nowhere/card.toml", &inventory, &error));
-    EXPECT_EQ(error, "/nowhere/card.toml: cannot be read");
+    EXPECT_EQ(error, "/nowhere/card.toml: missing: without it the simulated card has no interfaces");
 }
 
 TEST(InventoryTest, ADirectoryIsNoFile) {

@@ -131,7 +131,7 @@ TEST_F(CheckTest, TheInventoryIsReadAsTheCardReadsIt) {
     EXPECT_FALSE(sim::load_inventory(path("card.toml"), &inventory, &error));
     const std::vector<std::string> found = problems();
     EXPECT_THAT(found, SizeIs(3));
-    EXPECT_THAT(found, Contains(EndsWith(": interface[10].np_prot: unknown field")));
+    EXPECT_THAT(found, Contains(EndsWith(": interface[11].np_prot: unknown field")));
     EXPECT_THAT(found, Contains(EndsWith(": extra: unknown section")));
     EXPECT_THAT(found, Contains(EndsWith(": limits.bundels: unknown resource")));
     EXPECT_TRUE(error.ends_with(": extra: unknown section")) << error;

@@ -73,7 +73,7 @@ TEST_F(NewSiteTest, ScriptsOfEachKind) {
 TEST_F(NewSiteTest, TheCardReadsItsInventory) {
     sim::Inventory inventory;
     EXPECT_TRUE(sim::load_inventory(path("card.toml"), &inventory, &error_)) << error_;
-    EXPECT_EQ(inventory.interfaces.size(), 11u);
+    EXPECT_EQ(inventory.interfaces.size(), 12u);
 }
 
 TEST_F(NewSiteTest, NothingIsWrittenOverWhatIsThere) {
