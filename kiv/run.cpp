@@ -173,8 +173,7 @@ void Run::heed_needs(const SelectionRequest &request) {
     if (options_.with_needed) {
         selected_ = with_needed(context_, selected_, plan);
     } else if (!options_.shuffle) {
-        const std::string needs = told_needs(context_, selected_, plan);
-        if (!needs.empty()) remarks_.push_back(needs + ";\n  --with-needed runs those first");
+        needs_ = told_needs(context_, selected_, plan);
     }
 }
 
@@ -309,6 +308,8 @@ void Run::run_cases(Recorder &recorder) {
 }
 
 const Summary &Run::finish(Recorder &recorder) const {
+    if (!needs_.empty() && !recorder.summary().good())
+        recorder.note(needs_ + " in the plan; --with-needed runs those first");
     for (Observer *observer : observers()) observer->run_ended(recorder.summary());
     const Summary &summary = recorder.finish(now_ns());
     take_notes(nullptr);

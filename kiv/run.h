@@ -57,6 +57,7 @@ class Run {
     std::string out_, flash_;
     Hold hold_;
     std::vector<std::string> remarks_;
+    std::string needs_;  // what selected cases build on that does not run before them
     std::vector<std::string> site_problems_;
     bool problems_shown_ = false;
     std::string why_;

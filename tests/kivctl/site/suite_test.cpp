@@ -144,7 +144,7 @@ TEST_F(SuiteFormatsTest, NoCaseThatReadsIsRegisteredTwice) {
 // difference.
 void expect_number(const Token &token, const std::string &what,
                    const std::function<bool(const std::string &, const std::string &)> &differ) {
-    const bool decimal = token.kind == Kind::decimal || token.kind == Kind::port;
+    const bool decimal = token.kind == Kind::decimal || token.kind == Kind::port || token.kind == Kind::vlan;
     const auto bit = [&](int n) {
         char text[32];
         snprintf(text, sizeof text, decimal ? "%lu" : "%lx", uint64_t{1} << n);
