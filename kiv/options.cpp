@@ -292,14 +292,6 @@ bool convert(const Written &written, const std::vector<std::string> &selectors, 
         *error = "--shard: \"" + written.shard + "\" is not I/N with I from 1 to N";
         return false;
     }
-    for (size_t i = 0; i < options->reports.files.size(); ++i)
-        for (size_t k = 0; k < i; ++k)
-            if (!options->reports.files[i].empty() &&
-                options->reports.files[i] == options->reports.files[k]) {
-                *error = std::string("--") + report_formats()[k].name + " and --" + report_formats()[i].name +
-                         " both write " + options->reports.files[i];
-                return false;
-            }
     for (const std::string &plan : written.plans)
         if (!read_plan(plan, &options->selectors, error)) return false;
     for (const std::string &word : selectors) options->selectors.push_back(make_selector(word));

@@ -73,12 +73,11 @@ int Run::execute() {
     std::vector<std::unique_ptr<Reporter>> reports = open_reports(options_.reports, &error);
     if (!error.empty()) return fail(error + kNothingWasRun);
 
-    // A case may close the original. Where a report goes to standard output, the run's own text does not.
-    const Descriptor out =
-        Descriptor::copy_of(options_.reports.to_standard_output() ? STDERR_FILENO : STDOUT_FILENO);
+    // Where a report goes to standard output, the run's own text does not.
+    const int out = options_.reports.to_standard_output() ? STDERR_FILENO : STDOUT_FILENO;
     std::optional<WritesFail> writes_fail;
     if (!options_.no_fork) writes_fail.emplace();  // else the cases would find it
-    Console console(out.number(), console_style_of(options_, out.number()));
+    Console console(out, console_style_of(options_, out));
     Recorder recorder(*schedule_, &console, std::move(reports), recorder_settings_of(options_, out_));
     begin(info, recorder);
     run_cases(recorder);

@@ -36,8 +36,9 @@ bool ReportRequest::list_cases() const {
 
 namespace {
 
-// What tells a regular file, whatever it is called by; empty for what is none.
+// What tells a regular file or a descriptor, whatever it is called by; empty for what is neither.
 std::string identity(const std::string &path) {
+    if (const int fd = reports::descriptor_named_by(path); fd >= 0) return std::to_string(fd);
     struct stat info;
     if (stat(path.c_str(), &info) == 0)
         return S_ISREG(info.st_mode) ? std::to_string(info.st_dev) + ":" + std::to_string(info.st_ino) : "";

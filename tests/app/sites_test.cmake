@@ -5,7 +5,7 @@ include(${CMAKE_CURRENT_LIST_DIR}/expect.cmake)
 run(${KIVCTL} site new new)
 expect_status(0)
 
-foreach(site ${SOURCES}/site/sim ${SOURCES}/site/lab ${WORK}/new)
+foreach(site ${SOURCES}/site/sim ${SOURCES}/site/lab ${SOURCES}/site/dual ${WORK}/new)
   run(${KIVCTL} site check ${site})
   expect_status(0)
   expect_in_output(" 0 problems\n")
