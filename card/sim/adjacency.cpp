@@ -33,8 +33,6 @@ prm_status_t check_adjacency(const prm_tx_adj &record) {
         (record.adj_flags3 & ~PRM_TX_ADJ_OPTION2) != 0)
         return CARD_ERROR_BAD_KIND;
     if (record.nh_idx == 0) return CARD_ERROR_BAD_VALUE;
-    // Over itself it could never be deleted.
-    if (record.adj_flags2 != 0 && record.nh_idx == record.nh_idx2) return CARD_ERROR_SAME_END;
     switch (record.adj_flags2) {
         case 0:
             return success_if(record.nh_idx2 == 0 && record.label0 == 0 && record.label1 == 0 &&
@@ -70,14 +68,16 @@ Adjacency as_programmed(const prm_tx_adj &record) {
     return adjacency;
 }
 
-void hold_references(Card &card, const Adjacency &adjacency) {
-    card.adjacency.hold_next_hop(adjacency.over);
+// One over itself leads nowhere, and does not keep itself: a client that names a fixed next hop may have been
+// given that very index.
+void hold_references(Card &card, u32 nh, const Adjacency &adjacency) {
+    if (adjacency.over != nh) card.adjacency.hold_next_hop(adjacency.over);
     card.adjacency.tunnels.use(adjacency.tunnel);
     card.interfaces.uidb_pool.use(adjacency.uidb);
 }
 
-void release_references(Card &card, const Adjacency &adjacency) {
-    card.adjacency.release_next_hop(adjacency.over);
+void release_references(Card &card, u32 nh, const Adjacency &adjacency) {
+    if (adjacency.over != nh) card.adjacency.release_next_hop(adjacency.over);
     card.adjacency.tunnels.unuse(adjacency.tunnel);
     card.interfaces.uidb_pool.unuse(adjacency.uidb);
 }
@@ -85,13 +85,23 @@ void release_references(Card &card, const Adjacency &adjacency) {
 void program(Card &card, u32 nh, Adjacency *entry, bool created, const prm_tx_adj &record) {
     const Adjacency before = *entry;
     *entry = as_programmed(record);
-    hold_references(card, *entry);
+    hold_references(card, nh, *entry);
     if (created) {
         card.adjacency.next_hops.use(nh);
     } else {
-        release_references(card, before);
+        release_references(card, nh, before);
     }
     card.adjacency.pending.erase(nh);
+}
+
+// A pseudowire goes out with the tunnel that its adjacency had when it was made.
+prm_status_t check_pseudowires(const Card &card, u32 nh, const Adjacency &before, const prm_tx_adj &record) {
+    if (before.flags2 != PRM_TX_ADJ_EOMPLS) return CERR_SUCCESS;
+    if (record.adj_flags2 == PRM_TX_ADJ_EOMPLS && record.tunnel_if == before.tunnel) return CERR_SUCCESS;
+    bool used = false;
+    card.l2.pseudowires.for_each(
+        [&](u32, const Pseudowire &pseudowire, u32) { used = used || pseudowire.next_hop == nh; });
+    return success_if(!used, CARD_ERROR_IN_USE);
 }
 
 prm_status_t add(Card &card, prm_handle_t client, prm_tx_adj *record) {
@@ -101,6 +111,9 @@ prm_status_t add(Card &card, prm_handle_t client, prm_tx_adj *record) {
     Adjacency *entry;
     bool created;
     if (const prm_status_t status = state.table.put(key_of(*record), &entry, &created)) return status;
+    if (!created)
+        if (const prm_status_t status = check_pseudowires(card, key_of(*record), *entry, *record))
+            return status;
     program(card, key_of(*record), entry, created, *record);
     return CERR_SUCCESS;
 }
@@ -111,6 +124,7 @@ prm_status_t mod(Card &card, prm_handle_t client, prm_tx_adj *record) {
     AdjacencyState &state = card.adjacency;
     Adjacency *const entry = state.table.find(key_of(*record));
     if (entry == nullptr) return CARD_ERROR_NOT_FOUND;
+    if (const prm_status_t status = check_pseudowires(card, key_of(*record), *entry, *record)) return status;
     program(card, key_of(*record), entry, false, *record);
     return CERR_SUCCESS;
 }
@@ -144,7 +158,7 @@ prm_status_t del(Card &card, prm_handle_t client, prm_tx_adj *record) {
 
     const Adjacency before = *entry;
     if (const prm_status_t status = state.table.remove(nh)) return status;
-    release_references(card, before);
+    release_references(card, nh, before);
     state.tunnels.retire(before.tunnel);
     state.next_hops.unuse(nh);
     state.next_hops.retire(nh);

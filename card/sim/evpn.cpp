@@ -101,8 +101,6 @@ void leave_domain(Card &card, u32 bd_id) {
 
 // ---- EVPN MACs.
 
-constexpr u8 kGroupBit = 1;  // of a MAC address's first byte
-
 prm_status_t check_mac(const Card &card, prm_handle_t client, const prm_evpn_mac_request *request,
                        EvpnMacKey *key) {
     if (const prm_status_t status = require(card, client, request)) return status;
@@ -111,7 +109,7 @@ prm_status_t check_mac(const Card &card, prm_handle_t client, const prm_evpn_mac
     }
     key->bd_id = request->entry.bd_id;
     std::memcpy(key->mac, request->entry.mac, sizeof key->mac);
-    if ((key->mac[0] & kGroupBit) != 0) return CARD_ERROR_NOT_UNICAST;
+    if (is_group(key->mac)) return CARD_ERROR_GROUP_MAC;
     constexpr u8 kNone[sizeof key->mac] = {};
     return success_if(std::memcmp(key->mac, kNone, sizeof kNone) != 0, CARD_ERROR_BAD_VALUE);
 }

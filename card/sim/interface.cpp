@@ -198,6 +198,7 @@ prm_status_t read_members(const Card &card, const uidb_lag_update &update, std::
         if (configured == card.interfaces.configured_members.end()) return CARD_ERROR_NOT_CONFIGURED;
         if (configured->second != update.lag_id) return CARD_ERROR_MEMBER_OF_ANOTHER;
         if (members->test(update.members[i])) return CARD_ERROR_PORT_TWICE;
+        if (card.span.is_destination(update.members[i])) return CARD_ERROR_MIRROR_DESTINATION;
         members->set(update.members[i]);
     }
     return CERR_SUCCESS;

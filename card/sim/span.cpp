@@ -21,17 +21,15 @@ bool in_a_bundle(const Card &card, u32 port) {
     return found;
 }
 
-// A destination port sends mirrored packets alone: no interface sits on it, and it is no other session's.
+// A destination port sends mirrored packets alone: no interface sits on it, so that no source is its own
+// destination, and it is no other session's.
 prm_status_t check_destination(const Card &card, u32 port) {
     prm_status_t status = success_if(!in_a_bundle(card, port), CARD_ERROR_PORT_HAS_INTERFACE);
     card.interfaces.table.for_each([&](u32, const Interface &interface, u32) {
         if (interface.kind == InterfaceKind::MAIN && interface.np_port == port)
             status = CARD_ERROR_PORT_HAS_INTERFACE;
     });
-    card.span.sessions.for_each([&](u32, const MirrorSession &session, u32) {
-        if (session.dest_port == port) status = CARD_ERROR_DESTINATION_TAKEN;
-    });
-    return status;
+    return card.span.is_destination(port) ? CARD_ERROR_DESTINATION_TAKEN : status;
 }
 
 prm_status_t session_add(Card &card, prm_handle_t client, prm_span_request *request) {
@@ -64,20 +62,14 @@ prm_status_t disable(Card &card, prm_handle_t client, prm_span_request *request)
     return CERR_SUCCESS;
 }
 
-// Whether an interface sends by a port: a main interface by its own, a bundle by those of its members, a
-// sub-interface by those of its parent.
-bool sends_by(const Card &card, u32 if_handle, u32 port) {
-    const Interface *interface = card.interfaces.table.find(if_handle);
-    if (interface->kind == InterfaceKind::SUB) interface = card.interfaces.table.find(interface->parent);
-    if (interface == nullptr) return false;
-    if (interface->kind == InterfaceKind::MAIN) return interface->np_port == port;
-    if (interface->kind != InterfaceKind::BUNDLE || !interface->has(Feature::LAG_ID)) return false;
-    const Bundle *const bundle =
-        card.interfaces.bundles.find(static_cast<u8>(interface->value(Feature::LAG_ID)));
-    return bundle != nullptr && bundle->members.test(port);
-}
-
 }  // namespace
+
+bool SpanState::is_destination(u32 port) const {
+    bool found = false;
+    sessions.for_each(
+        [&](u32, const MirrorSession &session, u32) { found = found || session.dest_port == port; });
+    return found;
+}
 
 prm_status_t check_mirror_source(const Card &card, u32 if_handle, u16 direction, u32 value) {
     const u32 session_id = value & ~UIDB_SPAN_SOURCE_REMOVE;
@@ -86,14 +78,12 @@ prm_status_t check_mirror_source(const Card &card, u32 if_handle, u16 direction,
     if (is_l3_sub_interface(*interface)) return CARD_ERROR_NO_MIRROR_SOURCE;
     if (direction > kLastDirection) return CARD_ERROR_BAD_DIRECTION;
     if (session_id >= PRM_SPAN_SESSIONS) return PRM_ERROR_BCM_E_BADID;
-    const MirrorSession *const session = card.span.sessions.find(session_id);
-    if (session == nullptr) return CARD_ERROR_NO_SESSION;
+    if (!card.span.sessions.contains(session_id)) return CARD_ERROR_NO_SESSION;
     const MirrorSource *const source = card.span.sources.find(mirror_source_key(if_handle, direction));
     if ((value & UIDB_SPAN_SOURCE_REMOVE) != 0) {
         return success_if(source != nullptr && source->session_id == session_id, CARD_ERROR_NOT_A_SOURCE);
     }
     if (source != nullptr) return success_if(source->session_id == session_id, CARD_ERROR_OTHER_SESSION);
-    if (sends_by(card, if_handle, session->dest_port)) return CARD_ERROR_OWN_DESTINATION;
     if (card.span.sessions.users(session_id) >= kMaxMirrorSources) return CARD_ERROR_TOO_MANY_SOURCES;
     return success_if(card.span.sources.account().has(1), CARD_ERROR_TABLE_FULL);
 }

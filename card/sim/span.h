@@ -31,6 +31,8 @@ struct SpanState {
     bool enabled = false;  // sessions can be created and keep their sources while mirroring is off
     Table<u32, MirrorSession> sessions;  // held by their sources
     Table<u64, MirrorSource> sources;    // each holds its session and its interface
+
+    bool is_destination(u32 port) const;
 };
 
 // Feature UIDB_FEATURE_SPAN_SOURCE of an interface: adds it to the session of that number as a source, or

@@ -111,7 +111,10 @@ Ends Resolver::describe_adjacency(u32 nh_idx, int depth) {
         if (!card_.adjacency.table.contains(adjacency->over)) {
             ends.text += ", no adjacency";
             ends.dangling = true;
-        } else if (depth < kLongestChain && adjacency->over != nh_idx) {
+        } else if (adjacency->over == nh_idx) {
+            ends.text += ", which is itself";
+            ends.dangling = true;
+        } else if (depth < kLongestChain) {
             ends.dangling = ends.dangling || ends_of_next_hop(adjacency->over, depth + 1).dangling;
         }
     }

@@ -39,45 +39,67 @@ the order of the fields in these files lets every reader of a folder find its ow
 "kivctl site check DIR" explains what is wrong with a site.
 )";
 
-// Example values for line `i` (from 0).
-std::string example(std::string_view name, int i) {
-    static const std::map<std::string_view, std::vector<std::string>> values{
-        {"NP_PORT", {"1", "2"}},
-        {"INTF_NAME", {"GigabitEthernet0/0/0/1", "GigabitEthernet0/0/0/2"}},
-        {"MAIN_IFH", {"8000088", "80000c8"}},
-        {"BDL_IFH", {"800c000"}},
-        {"LAG_ID", {"31"}},
-        {"SUB_IFH", {"800c110", "800c120", "800c130", "800c140"}},
-        {"OVLAN", {"310", "320", "330", "340"}},
-        {"IVLAN", {"0", "420", "0", "440"}},
-        {"OTPID", {"8100", "88a8"}},
-        {"IFH", {"800f210", "800f220"}},
-        {"UIDB", {"20", "21"}},
-        {"ROVLAN", {"1310", "1320"}},
-        {"RIVLAN", {"1410", "1420"}},
-        {"ROTPID", {"88a8"}},
-        {"BD-ID", {"500"}},
-        {"MAC_MOVE_SEC_ACTION", {"2"}},
-        {"MAC_MOVE_SEC_ENABLED", {"1"}},
-        {"MAC_LEARN_ENABLE", {"1"}},
-        {"bridge domain", {"500", "501"}},
-        {"VNI", {"10500", "70501"}},
-        {"source VTEP", {"c0a80101"}},
-        {"uidb index", {"20", "21"}},
-        {"circuit xid", {"8001f4"}},
-        {"remote VTEP", {"c0a80202", "c0a80303"}},
-        {"next hop", {"100500", "100501"}},
-        {"address or VNI", {"c0a80202"}},
-        {"interface handle", {"8000088"}},
-        {"is-SHG", {"1"}},
-    };
-    const auto found = values.find(name);
-    if (found == values.end()) return "0";
-    return found->second[static_cast<size_t>(i) % found->second.size()];
+// What stands beside a field in a file: the other fields, or that the second circuit has two tags.
+using Beside = std::vector<std::string_view>;
+constexpr std::string_view kTwoTags = "two tags";
+
+// Values of a field, one a line of a file and over again; `beside` in the file, unless it is empty.
+struct Example {
+    std::string_view name, beside;
+    std::vector<std::string> values;
+};
+
+// The first that fits is meant. They name what the inventory has, or nothing of it where a case makes it.
+const std::vector<Example> kExamples{
+    {"OVLAN", "SUB_IFH", {"110", "120", "130", "140"}},
+    {"IVLAN", "SUB_IFH", {"0", "20", "0", "40"}},
+    {"OTPID", "SUB_IFH", {"8100", "88a8"}},
+    {"IFH", kTwoTags, {"800f210", "800f230"}},
+    {"UIDB", kTwoTags, {"20", "22"}},
+    {"OVLAN", kTwoTags, {"310", "330"}},
+    {"IVLAN", kTwoTags, {"0", "33"}},
+    {"uidb index", "circuit xid", {"23"}},
+    {"NP_PORT", "", {"1", "2"}},
+    {"INTF_NAME", "", {"GigabitEthernet0/0/0/1", "GigabitEthernet0/0/0/2"}},
+    {"MAIN_IFH", "", {"8000088", "80000c8"}},
+    {"BDL_IFH", "", {"800c000"}},
+    {"LAG_ID", "", {"31"}},
+    {"SUB_IFH", "", {"800c110", "800c120", "800c130", "800c140"}},
+    {"OVLAN", "", {"310", "320"}},
+    {"IVLAN", "", {"0"}},
+    {"OTPID", "", {"8100"}},
+    {"IFH", "", {"800f210", "800f220"}},
+    {"UIDB", "", {"20", "21"}},
+    {"ROVLAN", "", {"1310", "1320"}},
+    {"RIVLAN", "", {"1410", "1420"}},
+    {"ROTPID", "", {"88a8"}},
+    {"BD-ID", "", {"500"}},
+    {"MAC_MOVE_SEC_ACTION", "", {"2"}},
+    {"MAC_MOVE_SEC_ENABLED", "", {"1"}},
+    {"MAC_LEARN_ENABLE", "", {"1"}},
+    {"bridge domain", "", {"500", "501"}},
+    {"VNI", "", {"10500", "70501"}},
+    {"source VTEP", "", {"c0a80101"}},
+    {"uidb index", "", {"20", "21"}},
+    {"circuit xid", "", {"8001f4"}},
+    {"remote VTEP", "", {"c0a80202", "c0a80303"}},
+    {"next hop", "", {"100500", "100501"}},
+    {"address or VNI", "", {"c0a80202"}},
+    {"interface handle", "", {"8000088"}},
+    {"is-SHG", "", {"1"}},
+};
+
+// For line `i` (from 0).
+std::string example(std::string_view name, const Beside &beside, int i) {
+    const auto found = std::find_if(kExamples.begin(), kExamples.end(), [&](const Example &its) {
+        return its.name == name &&
+               (its.beside.empty() || std::find(beside.begin(), beside.end(), its.beside) != beside.end());
+    });
+    return found == kExamples.end() ? "0" : found->values[static_cast<size_t>(i) % found->values.size()];
 }
 
 // One file for all readers of a folder: the fields of the reader that takes fewest come first.
-std::string input_file(std::vector<const Reader *> readers) {
+std::string input_file(std::vector<const Reader *> readers, bool two_tags = false) {
     std::sort(readers.begin(), readers.end(),
               [](const Reader *a, const Reader *b) { return a->fields < b->fields; });
     std::vector<std::string_view> names;
@@ -87,10 +109,12 @@ std::string input_file(std::vector<const Reader *> readers) {
         for (const Token &token : reader->tokens)
             if (std::find(names.begin(), names.end(), token.name) == names.end()) names.push_back(token.name);
     }
+    Beside beside(names);
+    if (two_tags) beside.push_back(kTwoTags);
     std::string text;
     for (int i = 0; i < lines; ++i)
         for (size_t k = 0; k < names.size(); ++k)
-            text += fmt::format("{}{}:{}{}", k == 0 ? "" : ",", names[k], example(names[k], i),
+            text += fmt::format("{}{}:{}{}", k == 0 ? "" : ",", names[k], example(names[k], beside, i),
                                 k + 1 == names.size() ? "\n" : "");
     return text;
 }
@@ -104,11 +128,14 @@ std::string script(const CaseFormat &format) {
     switch (input.script) {
         case Script::none:
             break;
-        case Script::records:
+        case Script::records: {
+            Beside beside;
+            for (const Token &field : input.fields) beside.push_back(field.name);
             for (size_t k = 0; k < input.fields.size(); ++k)
-                text += (k == 0 ? "" : ",") + example(input.fields[k].name, 0);
+                text += (k == 0 ? "" : ",") + example(input.fields[k].name, beside, 0);
             text += '\n';
             break;
+        }
         case Script::vplags:
             text = "c0a80101;1;2;100500,100501;c0a80202,c0a80303\n";
             break;
@@ -150,6 +177,10 @@ bool new_site(const std::string &directory, std::vector<std::string> *written, s
                 readers[fmt::format("{}/{}", shared ? "disk0" : fmt::format("cases/{}", format.folder),
                                     kiv::kInputFiles[reader->file])];
             if (std::find(list.begin(), list.end(), reader) == list.end()) list.push_back(reader);
+            // A rewrite from one tag to two has circuits of its own.
+            if (!shared && format.name.find("_dt_") != std::string_view::npos)
+                files[fmt::format("cases/{}/{}/{}", format.folder, format.name,
+                                  kiv::kInputFiles[reader->file])] = input_file({reader}, true);
         }
         if (format.input.script != Script::none)
             files[fmt::format("cases/{}/{}/stdin", format.folder, format.name)] = script(format);

@@ -98,7 +98,7 @@ const Mistake kMistakes[] = {
     {"a byte-order mark in the plan", "plan", before_all(kMark),
      ":1: a byte-order mark: write the file without it", 1},
     {"an unknown key", "card.toml", replace("ports = 64", "prots = 64"), ":19: card.prots: unknown field", 0},
-    {"an unknown section", "card.toml", replace("[limits]", "[limit]"), ":23: limit: unknown section", 0},
+    {"an unknown section", "card.toml", replace("[limits]", "[limit]"), ":24: limit: unknown section", 0},
     {"a duplicate handle in the inventory", "card.toml", replace("handle = 0x80000c8", "handle = 0x8000088"),
      ".handle: 0x8000088 is there twice", 0},
     {"a parent that does not exist", "card.toml", replace("parent = 0x8000088", "parent = 0x8000089"),

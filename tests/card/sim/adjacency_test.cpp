@@ -179,9 +179,15 @@ TEST_F(AdjacencyTest, IsHeldByWhateverNamesItsNextHop) {
     }
 }
 
-TEST_F(AdjacencyTest, AnAdjacencyOverItselfIsRefused) {
-    EXPECT_EQ(add(label_adjacency(7, 7)), CARD_ERROR_SAME_END);
-    EXPECT_EQ(add(eompls_adjacency(100030, 9)), CARD_ERROR_SAME_END);
+TEST_F(AdjacencyTest, AnAdjacencyOverItselfDoesNotKeepItself) {
+    ASSERT_EQ(add(label_adjacency(7, 7)), 0u);
+    EXPECT_EQ(card.adjacency.table.users(7), 0u);
+    ASSERT_EQ(add(label_adjacency(8, 7)), 0u) << "over another one now";
+    ASSERT_EQ(add(adjacency(8)), 0u);
+    EXPECT_EQ(card.adjacency.table.users(8), 1u);
+    ASSERT_EQ(add(label_adjacency(7, 7)), 0u);
+    EXPECT_EQ(card.adjacency.table.users(8), 0u);
+    EXPECT_EQ(del(adjacency_delete(7)), 0u);
 }
 
 // A group's paths name next hops and hold no adjacency.

@@ -109,7 +109,7 @@ TEST_F(Layer2AuditTest, BridgeDomainsAndOverlays) {
         {"the VNI taken away under overlays", mod(domain(1)), CARD_ERROR_IN_USE},
         {"MAC in a missing domain", add(mac(77, 1)), CARD_ERROR_UNKNOWN_BRIDGE_DOMAIN},
         {"MAC in a domain without a VNI", add(mac(3, 1)), CARD_ERROR_NO_VNI},
-        {"MAC ff:...", add(typed_mac(1, 0xFF, 1, 1)), CARD_ERROR_NOT_UNICAST},
+        {"MAC ff:...", add(typed_mac(1, 0xFF, 1, 1)), CARD_ERROR_GROUP_MAC},
         // What types and FECs there are is not known.
         {"MAC of type 99, FEC to nothing", add(typed_mac(1, 2, 99, 0xFFFFFFFF)), 0},
         {"MAC again with another FEC: it moved", add(typed_mac(1, 2, 1, 5)), 0},

@@ -1,6 +1,7 @@
 // Bundles: formed of configured members, held by their sub-interfaces, named by one interface.
 #include <cstring>
 
+#include "prm_srh_span.h"
 #include "tests/card/sim/interface_test.h"
 
 namespace sim {
@@ -88,6 +89,16 @@ TEST_F(BundleTest, AFormedBundleKeepsItsIdAndItsInterface) {
 TEST_F(BundleTest, IsFormedForAnInterfaceOnly) {
     EXPECT_EQ(lag(UIDB_LAG_CREATE, 77, {}), CARD_ERROR_NO_BUNDLE_INTERFACE);
     EXPECT_EQ(lag(UIDB_LAG_CREATE, 21, {}), 0u) << "with no members it is down, not wrong";
+}
+
+TEST_F(BundleTest, NoMemberIsTheDestinationOfAMirrorSession) {
+    ASSERT_EQ(lag(UIDB_LAG_CONFIG_MEMBER, 21, {40}), 0u);
+    prm_span_request session = {};
+    session.dest_port = 40;
+    ASSERT_EQ(prm_srh_span_fwd_add(client, &session), 0u);
+    EXPECT_EQ(lag(UIDB_LAG_CREATE, 21, {40}), CARD_ERROR_MIRROR_DESTINATION);
+    ASSERT_EQ(prm_srh_span_fwd_del(client, &session), 0u);
+    EXPECT_EQ(lag(UIDB_LAG_CREATE, 21, {40}), 0u);
 }
 
 TEST_F(BundleTest, APortIsInTheListOnce) {

@@ -148,7 +148,7 @@ TEST_F(EvpnTest, MacsThatMakeNoSenseAreRefused) {
     for (const u8 first : {0x01, 0x33, 0xFF}) {
         request = mac(kBd, 1);
         request.entry.mac[0] = first;
-        EXPECT_EQ(prm_srh_evpn_mac_install_add(client, &request), CARD_ERROR_NOT_UNICAST);
+        EXPECT_EQ(prm_srh_evpn_mac_install_add(client, &request), CARD_ERROR_GROUP_MAC);
     }
     request = mac(kBd, 1);
     request.xid_type = 0;

@@ -365,6 +365,22 @@ TEST_F(PseudowireTest, GoesOutOverAnAdjacencyWithLabelAndTunnelAlone) {
     EXPECT_EQ(used(Resource::circuit), 0u);
 }
 
+TEST_F(PseudowireTest, ItsAdjacencyKeepsItsTunnel) {
+    ASSERT_EQ(add(pseudowire(kPw, kAc, kNextHop, kTunnel)), 0u);
+    prm_tx_adj adjacency = {};
+    adjacency.adj_flags2 = PRM_TX_ADJ_EOMPLS;
+    adjacency.nh_idx = 100030;
+    adjacency.nh_idx2 = kNextHop;
+    adjacency.tunnel_if = kTunnel + 1;
+    EXPECT_EQ(prm_srh_tx_adj_mod(client, &adjacency), CARD_ERROR_IN_USE);
+    EXPECT_EQ(prm_srh_tx_adj_add(client, &adjacency), CARD_ERROR_IN_USE);
+    adjacency.tunnel_if = kTunnel;
+    EXPECT_EQ(prm_srh_tx_adj_mod(client, &adjacency), 0u);
+    adjacency.tunnel_if = kTunnel + 1;
+    ASSERT_EQ(del(pseudowire(kPw, kAc)), 0u);
+    EXPECT_EQ(prm_srh_tx_adj_mod(client, &adjacency), 0u);
+}
+
 // The remove deletes the adjacency that it names, with other options before and after the cross-connect.
 TEST_F(PseudowireTest, IsRemovedWithTheAdjacencyThatTheRequestsNameAndNoOther) {
     const auto remove_adjacency = [&](u32 nh, u32 tunnel, u8 options) {

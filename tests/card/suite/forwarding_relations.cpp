@@ -40,8 +40,8 @@ std::string users_are(const sim::Table<Key, Entry> &table, std::map<u32, u32> co
 
 std::string adjacency_is_held_by_all_that_name_it(const Card &card) {
     std::map<u32, u32> named;
-    card.adjacency.table.for_each([&](u32, const sim::Adjacency &its, u32) {
-        if (its.over != 0) ++named[its.over];
+    card.adjacency.table.for_each([&](u32 nh, const sim::Adjacency &its, u32) {
+        if (its.over != 0 && its.over != nh) ++named[its.over];
     });
     card.load_distribution.table.for_each([&](u32, const sim::LoadDistribution &its, u32) {
         for (const auto &path : its.paths) {

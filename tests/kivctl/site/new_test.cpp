@@ -48,10 +48,10 @@ TEST_F(NewSiteTest, OneFileServesEveryReaderOfAFolder) {
               "NP_PORT:2,INTF_NAME:GigabitEthernet0/0/0/2,MAIN_IFH:80000c8\n");
     EXPECT_EQ(text("cases/prm-kiv-l2/kiv_tcs_input_file"),
               "IFH:800f210,UIDB:20,OVLAN:310,IVLAN:0,OTPID:8100,ROVLAN:1310,RIVLAN:1410,ROTPID:88a8\n"
-              "IFH:800f220,UIDB:21,OVLAN:320,IVLAN:420,OTPID:88a8,ROVLAN:1320,RIVLAN:1420,ROTPID:88a8\n");
+              "IFH:800f220,UIDB:21,OVLAN:320,IVLAN:0,OTPID:8100,ROVLAN:1320,RIVLAN:1420,ROTPID:88a8\n");
     EXPECT_EQ(text("cases/prm-kiv-l3-bdl/kiv_tcs_input_file"),
-              "BDL_IFH:800c000,LAG_ID:31,SUB_IFH:800c110,OVLAN:310,IVLAN:0,OTPID:8100\n"
-              "BDL_IFH:800c000,LAG_ID:31,SUB_IFH:800c120,OVLAN:320,IVLAN:420,OTPID:88a8\n");
+              "BDL_IFH:800c000,LAG_ID:31,SUB_IFH:800c110,OVLAN:110,IVLAN:0,OTPID:8100\n"
+              "BDL_IFH:800c000,LAG_ID:31,SUB_IFH:800c120,OVLAN:120,IVLAN:20,OTPID:88a8\n");
     EXPECT_EQ(
         text("cases/prm-kiv-l2-vpls/kiv_tcs_input_file"),
         "IFH:800f210,UIDB:20,BD-ID:500,ING-DIS:0,EGR-DIS:0,MAC_MOVE_SEC_ENABLED:1,MAC_MOVE_SEC_ACTION:2,"
@@ -68,6 +68,13 @@ TEST_F(NewSiteTest, ScriptsOfEachKind) {
               "c0a80101;1;2;100500,100501;c0a80202,c0a80303\n");
     EXPECT_EQ(text("cases/prm-kiv-vxlan/tc_kiv_evpn_mac_install/stdin"), "00:1b:2c:3d:4e:01,500,0,100500\n");
     EXPECT_EQ(text("cases/prm-kiv-vxlan/tc_kiv_fpem_shg_df_add/stdin"), "c0a80202,8000088,1\n");
+}
+
+TEST_F(NewSiteTest, ARewriteFromOneTagToTwoHasACircuitWithTwoTags) {
+    EXPECT_EQ(text("cases/prm-kiv-l2/tc_kiv_xconnect_rw_st_push1_dt_norw/kiv_tcs_input_file"),
+              "IFH:800f210,UIDB:20,OVLAN:310,IVLAN:0,OTPID:8100,ROVLAN:1310,RIVLAN:1410,ROTPID:88a8\n"
+              "IFH:800f230,UIDB:22,OVLAN:330,IVLAN:33,OTPID:8100,ROVLAN:1320,RIVLAN:1420,ROTPID:88a8\n");
+    EXPECT_EQ(text("cases/prm-kiv-vxlan/tc_kiv_vxlan_vsp_ac_bind/stdin"), "500,8001f4,23\n");
 }
 
 TEST_F(NewSiteTest, TheCardReadsItsInventory) {
