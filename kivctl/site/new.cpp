@@ -169,6 +169,7 @@ bool new_site(const std::string &directory, std::vector<std::string> *written, s
                                              {"plan", std::string(kDefaultPlan)},
                                              {"README", kReadme}};
     std::map<std::string, std::vector<const Reader *>> readers;
+    std::map<std::string, const std::vector<const Reader *> *> of_two_tags;
     for (const CaseFormat &format : case_formats()) {
         for (const Reader *const reader : format.readers) {
             // Main interfaces are the same for every folder.
@@ -179,13 +180,14 @@ bool new_site(const std::string &directory, std::vector<std::string> *written, s
             if (std::find(list.begin(), list.end(), reader) == list.end()) list.push_back(reader);
             // A rewrite from one tag to two has circuits of its own.
             if (!shared && format.name.find("_dt_") != std::string_view::npos)
-                files[fmt::format("cases/{}/{}/{}", format.folder, format.name,
-                                  kiv::kInputFiles[reader->file])] = input_file({reader}, true);
+                of_two_tags[fmt::format("cases/{}/{}/{}", format.folder, format.name,
+                                        kiv::kInputFiles[reader->file])] = &list;
         }
         if (format.input.script != Script::none)
             files[fmt::format("cases/{}/{}/stdin", format.folder, format.name)] = script(format);
     }
     for (const auto &[path, list] : readers) files[path] = input_file(list);
+    for (const auto &[path, list] : of_two_tags) files[path] = input_file(*list, true);
 
     for (const auto &[name, text] : files) {
         const fs::path path = fs::path(directory) / name;
