@@ -108,6 +108,7 @@ prm_status_t add(Card &card, prm_handle_t client, prm_tx_adj *record) {
     if (const prm_status_t status = require(card, client, record)) return status;
     if (const prm_status_t status = check_adjacency(*record)) return status;
     AdjacencyState &state = card.adjacency;
+    if (state.next_hops.is_unreserved(key_of(*record))) return CARD_ERROR_NOT_RESERVED;
     Adjacency *entry;
     bool created;
     if (const prm_status_t status = state.table.put(key_of(*record), &entry, &created)) return status;

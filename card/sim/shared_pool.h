@@ -57,6 +57,13 @@ class SharedPool {
     }
 
     bool in_use(u32 index) const { return pool_.in_use(index); }
+    // Whether the index is the pool's to hand out, and no client has it reserved.
+    bool is_unreserved(u32 index) const {
+        if (!pool_.inside(index)) return false;
+        if (!pool_.in_use(index)) return true;
+        const auto slot = users_.find(index);
+        return slot != users_.end() && !slot->second.reserved;
+    }
     // Whether an entry names an index of the pool.
     bool is_named(u32 index) const { return users_.contains(index); }
 

@@ -23,8 +23,9 @@ class Suite {
     kiv_folder *folder(const char *name, kiv_folder *parent = nullptr) {
         return kiv_create_test_folder(context_, parent, name, name);
     }
-    void test(kiv_folder *folder, const char *name, int mode = KIV_MODE_AUTOMATIC) {
-        kiv_create_test_case(context_, folder, name, "", does_nothing, mode);
+    void test(kiv_folder *folder, const char *name, int mode = KIV_MODE_AUTOMATIC,
+              const char *description = "") {
+        kiv_create_test_case(context_, folder, name, description, does_nothing, mode);
     }
     kiv_context &context() {
         context_->number_duplicates();

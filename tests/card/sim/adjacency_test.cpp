@@ -89,8 +89,20 @@ TEST_F(AdjacencyTest, ATunnelOfTwoAdjacenciesStaysInUseUntilBothAreGone) {
     EXPECT_EQ(used(Resource::tunnel), 0u);
 }
 
+TEST_F(AdjacencyTest, ANextHopOfThePoolIsReservedBeforeItIsProgrammed) {
+    const u32 nh = next_hop();
+    EXPECT_EQ(add(adjacency(nh + 1)), CARD_ERROR_NOT_RESERVED);
+    EXPECT_EQ(add(ldi(64, nh + 1)), 0u) << "may name what is not there";
+    EXPECT_EQ(add(adjacency(nh + 1)), CARD_ERROR_NOT_RESERVED);
+    EXPECT_EQ(add(adjacency(nh)), 0u);
+    EXPECT_EQ(add(adjacency(nh)), 0u) << "again";
+    EXPECT_EQ(del(adjacency_delete(nh)), 0u);
+    EXPECT_EQ(add(adjacency(nh)), CARD_ERROR_NOT_RESERVED) << "the delete gave it back";
+    EXPECT_EQ(add(adjacency(7)), 0u) << "no next hop of the pool";
+}
+
 TEST_F(AdjacencyTest, APoolNeverHandsOutANamedNextHop) {
-    const u32 first = card.inventory.pools.next_hop;
+    const u32 first = next_hop();
     EXPECT_EQ(add(adjacency(first)), 0u);
     EXPECT_EQ(add(ldi(64, first + 1)), 0u);
     EXPECT_EQ(add4(recursive(ipv4_leaf(1), first + 2, first + 3)), 0u);
@@ -103,21 +115,21 @@ TEST_F(AdjacencyTest, APoolNeverHandsOutANamedNextHop) {
 }
 
 TEST_F(AdjacencyTest, ALabelAdjacencyKeepsTheNextHopThatItGoesOutOverInUse) {
-    const u32 first = card.inventory.pools.next_hop;
+    const u32 nh = next_hop(), first = nh + 1;
     const SharedPool &pool = card.adjacency.next_hops;
-    EXPECT_EQ(add(label_adjacency(first, first + 1)), 0u);
+    EXPECT_EQ(add(label_adjacency(first, nh)), 0u);
     EXPECT_EQ(used(Resource::next_hop), 2u);
-    EXPECT_EQ(next_hop(), first + 2);
+    EXPECT_EQ(next_hop(), first + 1);
     // Modified to go out over another, it lets the first one go.
-    EXPECT_EQ(mod(label_adjacency(first + 3, first + 1)), 0u);
+    EXPECT_EQ(mod(label_adjacency(first + 2, nh)), 0u);
     EXPECT_FALSE(pool.in_use(first));
     EXPECT_EQ(used(Resource::next_hop), 3u);
-    EXPECT_EQ(next_hop(), first + 4);
-    EXPECT_EQ(mod(label_adjacency(7, first + 1)), 0u) << "no next hop of the pool";
-    EXPECT_FALSE(pool.in_use(first + 3));
+    EXPECT_EQ(next_hop(), first + 3);
+    EXPECT_EQ(mod(label_adjacency(7, nh)), 0u) << "no next hop of the pool";
+    EXPECT_FALSE(pool.in_use(first + 2));
     EXPECT_EQ(used(Resource::next_hop), 3u);
-    EXPECT_EQ(del(adjacency_delete(first + 1)), 0u);
-    EXPECT_FALSE(pool.in_use(first + 1));
+    EXPECT_EQ(del(adjacency_delete(nh)), 0u);
+    EXPECT_FALSE(pool.in_use(nh));
     EXPECT_EQ(used(Resource::next_hop), 2u) << "those reserved";
 }
 
@@ -146,7 +158,7 @@ TEST_F(AdjacencyTest, AReleasedNextHopIsNotHandedOutAgainAtOnce) {
 
 // Whoever names the next hop, before its adjacency is there or after.
 TEST_F(AdjacencyTest, IsHeldByWhateverNamesItsNextHop) {
-    const u32 nh = next_hop();
+    u32 nh = 0;
     const struct {
         const char *name;
         std::function<u32()> hold, release;
@@ -164,6 +176,7 @@ TEST_F(AdjacencyTest, IsHeldByWhateverNamesItsNextHop) {
     for (const auto &user : users) {
         for (const bool adjacency_first : {true, false}) {
             SCOPED_TRACE(user.name);
+            nh = next_hop();
             if (adjacency_first) {
                 ASSERT_EQ(add(adjacency(nh)), 0u);
             }

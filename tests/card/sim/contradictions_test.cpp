@@ -151,9 +151,9 @@ TEST_F(ForwardingContradictionsTest, OfAdjacencies) {
           add(label_adjacency(100030, mpls_nh)));
     ASSERT_EQ(add(ldi(64, nh)), 0u);
     probe("deleted while an entry names it", CARD_ERROR_IN_USE, del(adjacency_delete(nh)));
-    ASSERT_EQ(add(ldi(128, nh + 50)), 0u);
-    ASSERT_EQ(add(adjacency(nh + 50)), 0u);
-    probe("deleted while an earlier entry names it", CARD_ERROR_IN_USE, del(adjacency_delete(nh + 50)));
+    ASSERT_EQ(add(ldi(128, 350)), 0u);
+    ASSERT_EQ(add(adjacency(350)), 0u);
+    probe("deleted while an earlier entry names it", CARD_ERROR_IN_USE, del(adjacency_delete(350)));
     ASSERT_EQ(add4(recursive(ipv4_leaf(1), nh + 60, 330)), 0u);
     ASSERT_EQ(add(adjacency(330)), 0u);
     probe("deleted while a recursive leaf names it", CARD_ERROR_IN_USE, del(adjacency_delete(330)));

@@ -439,6 +439,21 @@ TEST_F(ConsoleTest, TheCommandToRunAgainIsWrappedAndQuoted) {
     }
 }
 
+TEST_F(ConsoleTest, TheCommandToRunAgainTakesAsManyNamesALineAsFit) {
+    const std::string first(60, 'a'), second(36, 'b'), third(28, 'c'), fourth(43, 'd');
+    const std::string text = shown({}, [&](kiv::Console &console) {
+        kiv::RunInfo info;
+        info.program = "prm_kiv";
+        console.run_begins(info);
+        for (const std::string &name : {first, second, third, fourth})
+            console.case_ended(ended(name.c_str(), kiv::Verdict::failed));
+        console.run_ended({});
+    });
+    EXPECT_THAT(text, HasSubstr("\nAgain\n  prm_kiv acl/" + first + " \\\n      acl/" + second +
+                                " \\\n      acl/" + third + " \\\n      acl/" + fourth + "\n\n"))
+        << "third would end in column 79, before a blank and a backslash";
+}
+
 TEST_F(ConsoleTest, SummaryCountsEveryVerdictThatThereIs) {
     const std::string text = shown({}, [](kiv::Console &console) {
         kiv::Summary summary;
@@ -512,6 +527,21 @@ TEST_F(ProgressTest, GivesWayToOutputAndLines) {
     console_->flush();
     EXPECT_EQ(tick(601), "\r\033[K    | what?> ");
     EXPECT_EQ(tick(2000), "") << "its output is being shown";
+}
+
+TEST_F(ProgressTest, GivesWayToTheNextFolderAndToTheSummary) {
+    const auto show = [&] {
+        console_->case_begins("acl", "create");
+        tick(0);
+        EXPECT_NE(tick(100), "");
+    };
+    show();
+    console_->folder_begins({"qos", "QoS", 1});
+    console_->flush();
+    EXPECT_EQ(tick(101), "\r\033[K\nqos  QoS\n");
+    show();
+    console_->run_ended({});
+    EXPECT_THAT(tick(102), StartsWith("\r\033[K\n"));
 }
 
 TEST_F(ProgressTest, NobodyIsShownProgressWithoutATerminal) {

@@ -104,6 +104,29 @@ TEST(ClosedDocument, KeepsWhatItHadWhenTheDiskIsFull) {
     }
 }
 
+// A write that fails, with all that come after it doing well: nothing is shown that was not written.
+TEST(ClosedDocument, ShowsNothingOfAWriteThatFailed) {
+    class OneBadWrite : public MemorySink {
+      public:
+        OneBadWrite(std::string *content, size_t bad) : MemorySink(content), bad_(bad) {}
+        bool write(uint64_t offset, std::string_view text) override {
+            if (writes != bad_) return MemorySink::write(offset, text);
+            ++writes;
+            return false;
+        }
+
+      private:
+        const size_t bad_;
+    };
+    for (size_t bad = 0; bad < 200; ++bad) {
+        std::string content, error;
+        auto reporter = make_junit_reporter(std::make_unique<OneBadWrite>(&content, bad));
+        play_long_run(*reporter, 60, 6000);
+        junit_case_names(content, &error);
+        ASSERT_EQ(error, "") << "without write " << bad;
+    }
+}
+
 TEST(LineFile, NoLineCrossesAPage) {
     for (const size_t largest : {0u, 100u, 3000u, 20000u}) {
         std::string content, error;

@@ -115,6 +115,18 @@ TEST(Junit, AFileCutShortTellsHowManyCasesTheFolderHas) {
     EXPECT_EQ(document.child("testsuites").child("testsuite").attribute("tests").as_int(), 27);
 }
 
+TEST(Junit, ARunThatEndsInAFolderCountsWhatStandsThere) {
+    const std::string content = report_of(make_junit_reporter, [](Reporter &reporter) {
+        reporter.run_begins(sample_info());
+        reporter.folder_begins({"acl", "ACL Testcases", 27});
+        reporter.case_ended(passing_case("acl", "create"));
+        reporter.run_ended({});
+    });
+    pugi::xml_document document;
+    ASSERT_TRUE(document.load_string(content.c_str()));
+    EXPECT_EQ(document.child("testsuites").child("testsuite").attribute("tests").as_int(), 1);
+}
+
 TEST(Junit, AWorkerThatEndedBadlyIsAnErrorOfItsOwn) {
     const std::string content = report_of(make_junit_reporter, [](Reporter &reporter) {
         reporter.run_begins({});

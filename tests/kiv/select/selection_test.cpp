@@ -100,7 +100,7 @@ TEST_F(SelectionTest, ExcludesAloneTakeFromTheAutomaticCases) {
 TEST_F(SelectionTest, UnknownSelectorIsNamedWithItsNearestNames) {
     select({"acl/craete"});
     EXPECT_EQ(error_, "no folder or case is called \"acl/craete\"; did you mean acl/create?");
-    select({"acl/elete"});  // nothing like it: the folder is right
+    select({"acl/elete"});
     EXPECT_EQ(error_, "no folder or case is called \"acl/elete\"; did you mean acl/delete?");
     select({"acl/zzzzzzzz"});
     EXPECT_EQ(error_,
@@ -129,6 +129,12 @@ TEST_F(SelectionTest, UnknownSelectorIsNamedWithItsNearestNames) {
     EXPECT_THAT(error_, HasSubstr("\"aclx\""));
     select({"x*"});
     EXPECT_THAT(error_, HasSubstr("as a pattern, it matches none"));
+}
+
+TEST_F(SelectionTest, UnknownSelectorSelectsNothing) {
+    for (const std::vector<std::string> &words : std::vector<std::vector<std::string>>{
+             {"zzzzzzzz"}, {"acl", "zzzzzzzz"}, {"-aclx"}, {"acl", "-aclx"}})
+        EXPECT_THAT(select(words), ElementsAre("error")) << words.back();
 }
 
 TEST_F(SelectionTest, UnknownSelectorOfAPlanIsNamedWithItsLine) {

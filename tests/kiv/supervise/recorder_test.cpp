@@ -31,7 +31,8 @@ class RecorderTest : public testing::Test {
         kiv_folder *bare = suite_.folder("bare", outer);
         kiv_folder *inner = suite_.folder("inner", bare);
         kiv_add_fixture(inner, kiv_test::does_nothing, kiv_test::does_nothing);
-        for (const char *name : {"a", "b", "c"}) suite_.test(inner, name);
+        suite_.test(inner, "a", KIV_MODE_AUTOMATIC, "Checks a");
+        for (const char *name : {"b", "c"}) suite_.test(inner, name);
         suite_.test(outer, "last");
         make({});
     }
@@ -103,6 +104,14 @@ TEST_F(RecorderTest, VerdictFollowsChecksAndLines) {
     EXPECT_FALSE(told_->summary_.good());
     EXPECT_EQ(told_->cases_[0].duration.count(), 7);
     EXPECT_EQ(told_->cases_[0].started.count(), kStart - recorder_->run_started());
+}
+
+TEST_F(RecorderTest, AResultCarriesWhatTheCaseIsDescribedAs) {
+    run_case(0);
+    run_case(1);
+    ASSERT_EQ(told_->cases_.size(), 2u);
+    EXPECT_EQ(told_->cases_[0].description, "Checks a");
+    EXPECT_EQ(told_->cases_[1].description, "");
 }
 
 TEST_F(RecorderTest, FixtureThatFailsOrReportsAnErrorIsAFailedOne) {
