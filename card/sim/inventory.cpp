@@ -219,9 +219,10 @@ void read_limits(Fields &fields, const toml::table &table, Inventory *inventory)
 void read_pools(Fields &fields, const toml::table &table, Inventory *inventory) {
     const std::string prefix = "pools.";
     for (const auto &[key, node] : table) {
+        const std::string_view name = key.str();
         const auto pool = std::find_if(std::begin(kPools), std::end(kPools),
-                                       [&](const auto &row) { return row.name == key.str(); });
-        const std::string field = prefix + std::string(key.str());
+                                       [&](const auto &row) { return row.name == name; });
+        const std::string field = prefix + std::string(name);
         if (pool == std::end(kPools)) {
             fields.fail(node, field, "unknown pool");
             continue;

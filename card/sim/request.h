@@ -16,7 +16,17 @@ constexpr u32 kMaxLabel = 0xFFFFF;
 // Records carry up to two thousand reserved bytes: every byte equal to the next, and the first 0.
 template <size_t N>
 bool all_zero(const u8 (&bytes)[N]) {
-    return bytes[0] == 0 && std::memcmp(bytes, bytes + 1, N - 1) == 0;
+    // By words, in place: most requests have several such areas, and a call for each costs more than the
+    // rest.
+    u64 any = 0;
+    size_t i = 0;
+    for (; i + sizeof any <= N; i += sizeof any) {
+        u64 word;
+        std::memcpy(&word, bytes + i, sizeof word);
+        any |= word;
+    }
+    for (; i < N; ++i) any |= bytes[i];
+    return any == 0;
 }
 
 // The bytes that every reservation sends as 0.

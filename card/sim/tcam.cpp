@@ -153,7 +153,7 @@ prm_status_t TcamState::validate(const prm_info *info, u32 opcodes, bool names_e
 // What the results of a record name is there.
 prm_status_t TcamState::check_references(const prm_info &info) const {
     for (u32 i = 0; i < info.nr_entries; ++i) {
-        const References named = references_of(info.fea_id, info.result + i * kTcamResultBytes);
+        const References named = references_of(info.fea_id, info.result + size_t{i} * kTcamResultBytes);
         if (named.statistics != 0) {
             const bool there = info.fea_id == PRM_TCAM_FEATURE_ACL
                                    ? statistics_.in_use(named.statistics)
@@ -190,9 +190,10 @@ void TcamState::release(u32 feature, const u8 *result) {
 void TcamState::store(TcamTable *table, const prm_info &info) {
     for (u32 i = 0; i < info.nr_entries; ++i) {
         const u32 index = info.ace_index + i;
-        const u8 *const result = info.result + i * kTcamResultBytes;
+        const u8 *const result = info.result + size_t{i} * kTcamResultBytes;
         if (const TcamEntry *const before = table->at(index)) release(info.fea_id, before->result);
-        table->set(index, info.value + i * kTcamKeyBytes, info.mask + i * kTcamKeyBytes, result);
+        table->set(index, info.value + size_t{i} * kTcamKeyBytes, info.mask + size_t{i} * kTcamKeyBytes,
+                   result);
         hold(info.fea_id, result);
     }
 }
@@ -267,9 +268,9 @@ prm_status_t TcamState::read(const prm_info *info) const {
     for (u32 i = 0; i < request.nr_entries; ++i) {
         const TcamEntry entry =
             tcam_hardware_entry(request.fea_id, *found->entries.at(request.ace_index + i));
-        memcpy(request.value + i * kTcamKeyBytes, entry.value, sizeof entry.value);
-        memcpy(request.mask + i * kTcamKeyBytes, entry.mask, sizeof entry.mask);
-        memcpy(request.result + i * kTcamResultBytes, entry.result, sizeof entry.result);
+        memcpy(request.value + size_t{i} * kTcamKeyBytes, entry.value, sizeof entry.value);
+        memcpy(request.mask + size_t{i} * kTcamKeyBytes, entry.mask, sizeof entry.mask);
+        memcpy(request.result + size_t{i} * kTcamResultBytes, entry.result, sizeof entry.result);
     }
     return PRM_ERROR_NONE;
 }
