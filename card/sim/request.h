@@ -16,8 +16,7 @@ constexpr u32 kMaxLabel = 0xFFFFF;
 // Records carry up to two thousand reserved bytes: every byte equal to the next, and the first 0.
 template <size_t N>
 bool all_zero(const u8 (&bytes)[N]) {
-    // By words, in place: most requests have several such areas, and a call for each costs more than the
-    // rest.
+    // By words, in place of a call: most requests have several such areas.
     u64 any = 0;
     size_t i = 0;
     for (; i + sizeof any <= N; i += sizeof any) {
