@@ -13,7 +13,7 @@ namespace sim {
 
 constexpr u32 kMaxLabel = 0xFFFFF;
 
-// Records carry up to two thousand reserved bytes: every byte equal to the next, and the first 0.
+// Records carry up to two thousand reserved bytes.
 template <size_t N>
 bool all_zero(const u8 (&bytes)[N]) {
     // By words, in place of a call: most requests have several such areas.
