@@ -5,6 +5,7 @@
 #include <string>
 
 #include "card/boundary/failures.h"
+#include "card/boundary/layers.h"
 #include "card/codes.h"
 #include "card/sim/backend.h"
 #include "card/sim/card.h"
@@ -34,7 +35,7 @@ class CardGlue : public kiv::Observer {
     void worker_begins(int) override {
         the_card_ = std::make_unique<sim::Card>(inventory_);
         sim::set_current_card(the_card_.get());
-        card::use_backend(&sim::backend());
+        card::use_backend(&card::with_layers(sim::backend()));
         card::tell_failures([](const card::OperationRow &operation, prm_status_t status) {
             const char *const name = card::code_name(status);
             kiv::call_failed(operation.name, status, name != nullptr ? name : "");
