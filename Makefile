@@ -14,6 +14,7 @@ help:
 	@echo "make install   install below DESTDIR/PREFIX (default /usr/local)"
 	@echo "make bench     build and run the benchmarks"
 	@echo "make fuzz      build and run each fuzz target for a minute"
+	@echo "make sanitize  under ASan and UBSan: what make test runs there, and the tests of the suite's areas"
 	@echo "make lint      clang-format and clang-tidy, changing nothing"
 	@echo "make mutate    change what the branch touched in small ways; tell what no test notices"
 	@echo "make format    format all sources"
@@ -57,6 +58,12 @@ bench: packages-dev
 fuzz: packages-dev
 	@scripts/build fuzz fuzz_targets
 	@scripts/run-fuzzers
+
+# More than `make test` runs there: the tests of the suite's areas too.
+.PHONY: sanitize
+sanitize: packages-test
+	@scripts/build sanitize sanitized_tests sanitized_suite_tests
+	@ctest --test-dir build/sanitize -L sanitized -j "$$(nproc)" --output-on-failure
 
 .PHONY: lint format mutate coverage
 lint: packages-dev

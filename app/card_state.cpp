@@ -5,7 +5,7 @@
 #include "card/state/state.h"
 
 #include <fcntl.h>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <fnmatch.h>
 #include <sys/mman.h>
 #include <sys/stat.h>

@@ -1,5 +1,5 @@
 // kivctl compare: what changed between two runs.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <cmath>
 #include <map>
@@ -13,7 +13,7 @@
 namespace kivctl {
 namespace {
 
-struct Options {
+struct CompareOptions {
     std::string before, after;
     double factor = 2, at_least = 0.01;
     bool fail_on_slower = false;
@@ -69,7 +69,7 @@ class Listing {
     std::vector<std::string> lines_;
 };
 
-int compare(const Options &options) {
+int compare(const CompareOptions &options) {
     Results before, after;
     if (!load(options.before, &before) || !load(options.after, &after)) return kUnusable;
     const Outcomes old_ones = outcomes(before), new_ones = outcomes(after);
@@ -118,7 +118,7 @@ int compare(const Options &options) {
 }  // namespace
 
 void add_compare(CLI::App &app, int *status) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<CompareOptions>();
     CLI::App *const command = app.add_subcommand("compare", "Tell what changed between two runs");
     command->footer(
         "Exit status: 0 when nothing fails that did not fail before, 1 when something does, 2 when the "

@@ -1,5 +1,5 @@
 // kivctl gate: an exit status from results.
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -21,7 +21,7 @@
 namespace kivctl {
 namespace {
 
-struct Options {
+struct GateOptions {
     std::vector<std::string> files;
     bool unchecked = false, error_lines = true, not_run = true, incomplete = true, empty = true;
     bool failed_calls = kiv::in_ci();
@@ -32,7 +32,7 @@ struct Options {
     bool quiet = false;
 };
 
-bool fails(kiv::Verdict verdict, const Options &options) {
+bool fails(kiv::Verdict verdict, const GateOptions &options) {
     switch (verdict) {
         case kiv::Verdict::passed:
             return false;
@@ -57,7 +57,7 @@ bool has_failed_check(const kiv::FixtureResult &result) {
 
 // Of a case or a fixture.
 template <typename Result>
-bool fails(const Result &result, const Options &options) {
+bool fails(const Result &result, const GateOptions &options) {
     if (!result.calls.unnoticed.empty()) {
         if (options.failed_calls) return true;
         // The run itself may have counted them.
@@ -114,7 +114,7 @@ bool point_in_time(const std::string &text, int64_t *time) {
 }
 
 // Why results that could be read prove nothing; empty when they do.
-std::string useless(const Results &results, const Options &options) {
+std::string useless(const Results &results, const GateOptions &options) {
     std::string why = results.complete ? results.contradiction() : "";
     int64_t limit = 0, began = 0;
     if (!why.empty() || options.newer_than.empty()) return why;
@@ -151,7 +151,7 @@ void compare_with_plan(const std::vector<kiv::Selector> &plan, const std::map<st
         if (cases.at(name)) say(fmt::format("{} ran, which the plan leaves out", name));
 }
 
-int gate(const Options &options) {
+int gate(const GateOptions &options) {
     int64_t ignored = 0;
     if (!options.newer_than.empty() && !point_in_time(options.newer_than, &ignored))
         return unusable(
@@ -210,7 +210,7 @@ int gate(const Options &options) {
 }  // namespace
 
 void add_gate(CLI::App &app, int *status) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<GateOptions>();
     CLI::App *const command = app.add_subcommand("gate", "Turn results into an exit status");
     command->footer(
         "Exit status: 0 when nothing counts against the run, 1 when something does, 2 when the results "

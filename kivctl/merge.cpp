@@ -1,5 +1,5 @@
 // kivctl merge: the results of several runs as those of one.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <memory>
@@ -13,7 +13,7 @@
 namespace kivctl {
 namespace {
 
-struct Options {
+struct MergeOptions {
     std::vector<std::string> files;
     std::string output;
     bool partial = false;
@@ -116,7 +116,7 @@ Results merged(std::vector<Results> parts) {
     return whole;
 }
 
-int merge(const Options &options) {
+int merge(const MergeOptions &options) {
     std::vector<Results> parts;
     for (const std::string &file : options.files) {
         Results part;
@@ -140,7 +140,7 @@ int merge(const Options &options) {
 }  // namespace
 
 void add_merge(CLI::App &app, int *status) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<MergeOptions>();
     CLI::App *const command =
         app.add_subcommand("merge", "Make the results of several shards those of one run");
     command->footer("Exit status: 0, or 2 when the results cannot be used or do not belong together.");

@@ -8,12 +8,12 @@
 namespace kivctl {
 namespace {
 
-struct Options {
+struct ReportOptions {
     std::string file;
     kiv::ReportRequest reports;
 };
 
-int report(const Options &options) {
+int report(const ReportOptions &options) {
     Results results;
     if (!load(options.file, &results)) return kUnusable;
     results.finish(kNotReached);
@@ -31,7 +31,7 @@ int report(const Options &options) {
 }  // namespace
 
 void add_report(CLI::App &app, int *status) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ReportOptions>();
     CLI::App *const command = app.add_subcommand("report", "Write results in other formats");
     command->footer(
         "--json writes the results again, whole if they were cut off. Exit status: 0, or 2 when the results "

@@ -1,5 +1,5 @@
 // kivctl rerun: the selectors that repeat what did not pass.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <map>
 #include <memory>
@@ -12,13 +12,13 @@
 namespace kivctl {
 namespace {
 
-struct Options {
+struct RerunOptions {
     std::string file;
     bool only = false;
     kiv::reports::RerunRule rule;
 };
 
-int rerun(const Options &options) {
+int rerun(const RerunOptions &options) {
     Results results;
     if (!load(options.file, &results)) return kUnusable;
     const std::vector<kiv::reports::RerunCase> list = kiv::reports::rerun_list(results, options.rule);
@@ -45,7 +45,7 @@ int rerun(const Options &options) {
 }  // namespace
 
 void add_rerun(CLI::App &app, int *status) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<RerunOptions>();
     CLI::App *const command = app.add_subcommand(
         "rerun", "Print the selectors of what did not pass, and what they need before them");
     command->footer(

@@ -1,7 +1,7 @@
 // How the commands get at results.
 #include "kivctl/results.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "kiv/reports/results_reader.h"
 #include "kivctl/commands.h"

@@ -2,7 +2,7 @@
 #include "card/records/decode.h"
 
 #include <arpa/inet.h>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <bit>

@@ -1,5 +1,5 @@
 // State: TCAMs with their entries, ACL statistics, queues, policies and policers.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "card/state/families.h"
 #include "zor_vop_prm_tcam.h"

@@ -1,7 +1,7 @@
 // Values of an entry: see entry_writer.h.
 #include "card/state/entry_writer.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 namespace card {
 

@@ -1,5 +1,5 @@
 // State: interfaces with their features, bundles, mirror sessions and their sources.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <bitset>
 #include <set>

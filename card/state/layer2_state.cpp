@@ -1,6 +1,6 @@
 // State: bridge domains with their members, circuits, pseudowires, overlays.
 #include <absl/container/flat_hash_map.h>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "card/state/families.h"
 #include "prm_srh_l2.h"

@@ -1,7 +1,7 @@
 // Chains of references in words: see resolve.h.
 #include "card/state/resolve.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <iterator>
 

@@ -1,5 +1,5 @@
 // State: event managers, connections, clients, statistics pointers, and indices handed out or named.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "card/state/families.h"
 #include "prm_mgr.h"

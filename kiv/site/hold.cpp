@@ -44,7 +44,7 @@ std::string holder_of(const std::string &directory) {
         while (!command.empty() && command.back() == '\0') command.pop_back();
         for (char &c : command)
             if (static_cast<unsigned char>(c) < 0x20) c = ' ';
-        if (command.size() > 120) command = command.substr(0, 120) + "...";
+        if (command.size() > 120) command.replace(120, command.npos, "...");
         return "process " + std::to_string(process) + (command.empty() ? "" : " (" + command + ")");
     }
     return "another process";

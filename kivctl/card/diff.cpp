@@ -4,7 +4,7 @@
 // its fields.
 #include <absl/container/flat_hash_map.h>
 #include <absl/hash/hash.h>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <map>
 #include <nlohmann/json.hpp>

@@ -1,5 +1,5 @@
 // kivctl card show: a card's state as tables.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <cstdio>

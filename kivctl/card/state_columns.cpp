@@ -1,7 +1,7 @@
 // Columns as a network engineer looks for them: see state_columns.h.
 #include "kivctl/card/state_columns.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <iterator>

@@ -2,7 +2,7 @@
 #include "kivctl/card/state_reader.h"
 
 #include <fcntl.h>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <unistd.h>
 
 #include <algorithm>

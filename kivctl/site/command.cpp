@@ -1,5 +1,5 @@
 // kivctl site: checks a site's files, or writes a new site.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <memory>
 

@@ -80,7 +80,7 @@ class InputFile {
                 break;
             }
             if (!is_known(name))
-                problems.add(place, quoted(name), why_unknown(name));
+                problems.add(place, kivctl::quoted(name), why_unknown(name));
             else if (!seen.insert(name).second)
                 problems.add(place, name, "is there twice in the line");
         }

@@ -1,7 +1,7 @@
 // A starting point for a site: every file that the suite reads, with values that fit each other.
 #include "kivctl/site/new.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <cerrno>

@@ -15,7 +15,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-std::vector<std::string> told;
+std::vector<std::string> failures_told;
 prm_status_t answer;
 
 class Failures : public ::testing::Test {
@@ -30,10 +30,10 @@ class Failures : public ::testing::Test {
             answers.event_manager_create = [](u32, u32, u32, u32) { return prm_handle_t{}; };
             return answers;
         }();
-        told.clear();
+        failures_told.clear();
         use_backend(&backend);
         tell_failures([](const OperationRow &operation, prm_status_t status) {
-            told.push_back(std::string(operation.name) + " " + std::to_string(status));
+            failures_told.push_back(std::string(operation.name) + " " + std::to_string(status));
         });
     }
     ~Failures() override {
@@ -48,14 +48,14 @@ TEST_F(Failures, AreToldWithOperationAndCode) {
     EXPECT_EQ(uidb_delete_interface(1, 2), 22u);
     answer = PRM_ERROR_BCM_E_BUSY;
     EXPECT_EQ(prm_srh_bd_add(nullptr, nullptr), PRM_ERROR_BCM_E_BUSY);
-    EXPECT_THAT(told,
+    EXPECT_THAT(failures_told,
                 ElementsAre("prm_srh_bd_add 22", "uidb_delete_interface 22", "prm_srh_bd_add 2830668288"));
 }
 
 TEST_F(Failures, SuccessIsNone) {
     answer = CERR_SUCCESS;
     EXPECT_EQ(prm_srh_bd_add(nullptr, nullptr), CERR_SUCCESS);
-    EXPECT_THAT(told, IsEmpty());
+    EXPECT_THAT(failures_told, IsEmpty());
 }
 
 // A number that is no status, a handle, nothing at all.
@@ -65,7 +65,7 @@ TEST_F(Failures, OperationsWithoutAStatusHaveNone) {
     EXPECT_EQ(event_manager_create(0, 0, 14, 0), nullptr);
     event_manager_destroy(nullptr);
     cerr_strerror(1);
-    EXPECT_THAT(told, IsEmpty());
+    EXPECT_THAT(failures_told, IsEmpty());
     for (const OperationRow &row : kOperations)
         EXPECT_EQ(row.answers_status && row.family == "platform", false);
     EXPECT_TRUE(row(OperationId::wyk_hal_wrapper_engine_op).answers_status);

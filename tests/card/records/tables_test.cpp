@@ -2,7 +2,7 @@
 // record of every operation has a table.
 #include <gtest/gtest.h>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <set>
 #include <string>

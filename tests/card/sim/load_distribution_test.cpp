@@ -9,23 +9,23 @@ namespace {
 
 using LoadDistributionTest = L3Test;
 
-constexpr u32 kPointer = 200100u << 6;
+constexpr u32 kFirstPointer = 200100u << 6;
 
 TEST_F(LoadDistributionTest, AnAddIsFoundAndADeleteRemovesIt) {
-    EXPECT_EQ(add(ldi(kPointer)), 0u);
-    ASSERT_NE(card.load_distribution.table.find(kPointer), nullptr);
-    EXPECT_EQ(card.load_distribution.table.find(kPointer)->paths[0].nh_idx, 100005u);
+    EXPECT_EQ(add(ldi(kFirstPointer)), 0u);
+    ASSERT_NE(card.load_distribution.table.find(kFirstPointer), nullptr);
+    EXPECT_EQ(card.load_distribution.table.find(kFirstPointer)->paths[0].nh_idx, 100005u);
     EXPECT_EQ(used(Resource::nr_ldi), 1u);
-    EXPECT_EQ(del(ldi(kPointer)), 0u);
+    EXPECT_EQ(del(ldi(kFirstPointer)), 0u);
     EXPECT_EQ(used(Resource::nr_ldi), 0u);
-    EXPECT_EQ(del(ldi(kPointer)), CARD_ERROR_NOT_FOUND);
+    EXPECT_EQ(del(ldi(kFirstPointer)), CARD_ERROR_NOT_FOUND);
 }
 
 TEST_F(LoadDistributionTest, AnAddReplacesTheEntry) {
-    EXPECT_EQ(add(ldi(kPointer)), 0u);
-    EXPECT_EQ(add(swap_ldi(kPointer, 7, 8)), 0u);
+    EXPECT_EQ(add(ldi(kFirstPointer)), 0u);
+    EXPECT_EQ(add(swap_ldi(kFirstPointer, 7, 8)), 0u);
     EXPECT_EQ(used(Resource::nr_ldi), 1u);
-    const LoadDistribution &entry = *card.load_distribution.table.find(kPointer);
+    const LoadDistribution &entry = *card.load_distribution.table.find(kFirstPointer);
     ASSERT_EQ(entry.paths.size(), 1u);
     EXPECT_EQ(entry.paths[0].nh_idx, 7u);
     EXPECT_EQ(entry.paths[0].mpls_nh_idx, 8u);
@@ -34,8 +34,8 @@ TEST_F(LoadDistributionTest, AnAddReplacesTheEntry) {
 }
 
 TEST_F(LoadDistributionTest, ADeleteOfAnyFormRemovesTheEntry) {
-    EXPECT_EQ(add(ldi(kPointer)), 0u);
-    prm_nr_ldi block = swap_ldi(kPointer, 100005, 0);
+    EXPECT_EQ(add(ldi(kFirstPointer)), 0u);
+    prm_nr_ldi block = swap_ldi(kFirstPointer, 100005, 0);
     block.block = {};
     block.block.nh_idx = 100005;
     block.ldi_mode = PRM_NR_LDI_MODE_BLOCK;
@@ -44,7 +44,7 @@ TEST_F(LoadDistributionTest, ADeleteOfAnyFormRemovesTheEntry) {
 
 TEST_F(LoadDistributionTest, SpoiledFieldsAreRefused) {
     const auto refused = [&](u32 code, auto spoil) {
-        prm_nr_ldi record = swap_ldi(kPointer, 7, 8);
+        prm_nr_ldi record = swap_ldi(kFirstPointer, 7, 8);
         spoil(record);
         EXPECT_EQ(add(record), code);
         EXPECT_EQ(used(Resource::nr_ldi), 0u);
@@ -91,23 +91,23 @@ TEST_F(LoadDistributionTest, EveryPathBlockOfARecordIsKept) {
     for (const size_t count : {1, 2, 3, 15}) {
         std::vector<u32> wanted;
         for (size_t i = 0; i < count; ++i) wanted.push_back(static_cast<u32>(320 + i));
-        ASSERT_EQ(add(blocks(kPointer, wanted)), 0u) << count;
-        const LoadDistribution &entry = *card.load_distribution.table.find(kPointer);
+        ASSERT_EQ(add(blocks(kFirstPointer, wanted)), 0u) << count;
+        const LoadDistribution &entry = *card.load_distribution.table.find(kFirstPointer);
         EXPECT_EQ(next_hops_of(entry), wanted);
         EXPECT_FALSE(entry.words);
         for (const u32 nh : wanted) {
             ASSERT_EQ(add(adjacency(nh)), 0u);
             EXPECT_EQ(del(adjacency_delete(nh)), CARD_ERROR_IN_USE) << nh;
         }
-        EXPECT_EQ(del(blocks(kPointer, wanted)), 0u);
+        EXPECT_EQ(del(blocks(kFirstPointer, wanted)), 0u);
         for (const u32 nh : wanted) EXPECT_EQ(del(adjacency_delete(nh)), 0u) << nh;
     }
 }
 
 TEST_F(LoadDistributionTest, EveryPathBlockNeedsANextHop) {
-    EXPECT_EQ(add(blocks(kPointer, {320, 0})), CARD_ERROR_BAD_VALUE);
-    EXPECT_EQ(add(blocks(kPointer, {320, 0, 322})), CARD_ERROR_BAD_VALUE);
-    prm_nr_ldi record = blocks(kPointer, {320});
+    EXPECT_EQ(add(blocks(kFirstPointer, {320, 0})), CARD_ERROR_BAD_VALUE);
+    EXPECT_EQ(add(blocks(kFirstPointer, {320, 0, 322})), CARD_ERROR_BAD_VALUE);
+    prm_nr_ldi record = blocks(kFirstPointer, {320});
     for (const u32 length : {0u, 1u, 129u, 131u, 2048u, 2080u}) {
         record.path_len = length;
         EXPECT_EQ(add(record), CARD_ERROR_BAD_LENGTH) << length;
@@ -115,40 +115,40 @@ TEST_F(LoadDistributionTest, EveryPathBlockNeedsANextHop) {
 }
 
 TEST_F(LoadDistributionTest, EveryNextHopInWordsIsKept) {
-    prm_nr_ldi record = ldi(kPointer, 320);
+    prm_nr_ldi record = ldi(kFirstPointer, 320);
     const u32 second = 321, last = 322, other_list = 323;
     std::memcpy(record.path_data + 8, &second, sizeof second);
     std::memcpy(record.path_data + 128, &last, sizeof last);
     std::memcpy(record.path_data + 136, &other_list, sizeof other_list);
     ASSERT_EQ(add(record), 0u);
-    const LoadDistribution &entry = *card.load_distribution.table.find(kPointer);
+    const LoadDistribution &entry = *card.load_distribution.table.find(kFirstPointer);
     EXPECT_EQ(next_hops_of(entry), (std::vector<u32>{320, 321, 322, 323}));
     EXPECT_TRUE(entry.words);
     EXPECT_TRUE(entry.valid);
-    EXPECT_EQ(add(ldi(kPointer, 0)), CARD_ERROR_BAD_VALUE) << "the first is always there";
+    EXPECT_EQ(add(ldi(kFirstPointer, 0)), CARD_ERROR_BAD_VALUE) << "the first is always there";
 }
 
 TEST_F(LoadDistributionTest, AnEntryThatALeafPointsAtIsNotDeleted) {
-    EXPECT_EQ(add(ldi(kPointer)), 0u);
-    EXPECT_EQ(add4(pointing_at(ipv4_leaf(0x01010102), kPointer)), 0u);
-    EXPECT_EQ(del(ldi(kPointer)), CARD_ERROR_IN_USE);
+    EXPECT_EQ(add(ldi(kFirstPointer)), 0u);
+    EXPECT_EQ(add4(pointing_at(ipv4_leaf(0x01010102), kFirstPointer)), 0u);
+    EXPECT_EQ(del(ldi(kFirstPointer)), CARD_ERROR_IN_USE);
     EXPECT_EQ(del4(ipv4_leaf(0x01010102)), 0u);
-    EXPECT_EQ(del(ldi(kPointer)), 0u);
+    EXPECT_EQ(del(ldi(kFirstPointer)), 0u);
 }
 
 TEST_F(LoadDistributionTest, AReplacedEntryKeepsItsUsers) {
-    EXPECT_EQ(add(ldi(kPointer)), 0u);
-    EXPECT_EQ(add(ldi_label(55000, true, kPointer)), 0u);
-    EXPECT_EQ(add(swap_ldi(kPointer, 7, 8)), 0u);
-    EXPECT_EQ(del(ldi(kPointer)), CARD_ERROR_IN_USE);
+    EXPECT_EQ(add(ldi(kFirstPointer)), 0u);
+    EXPECT_EQ(add(ldi_label(55000, true, kFirstPointer)), 0u);
+    EXPECT_EQ(add(swap_ldi(kFirstPointer, 7, 8)), 0u);
+    EXPECT_EQ(del(ldi(kFirstPointer)), CARD_ERROR_IN_USE);
 }
 
 TEST_F(LoadDistributionTest, AnEntryHoldsTheAdjacencyThatItsNextHopHasButNeedsNone) {
     const u32 nh = next_hop();
-    EXPECT_EQ(add(ldi(kPointer, nh)), 0u);  // no adjacency yet: a name
+    EXPECT_EQ(add(ldi(kFirstPointer, nh)), 0u);  // no adjacency yet: a name
     EXPECT_EQ(add(adjacency(nh)), 0u);
     EXPECT_EQ(del(adjacency_delete(nh)), CARD_ERROR_IN_USE);
-    EXPECT_EQ(add(ldi(kPointer, 5)), 0u);
+    EXPECT_EQ(add(ldi(kFirstPointer, 5)), 0u);
     EXPECT_EQ(del(adjacency_delete(nh)), 0u);
 }
 

@@ -1,6 +1,6 @@
 // Every byte that the suite sends lies in a named field of a field table: every case is run against the
 // stand-in, with the default site's values and with the widest values that the readers take.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <filesystem>
 #include <fstream>

@@ -10,7 +10,7 @@ using standin::run;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 
-constexpr uint32_t kFailure = 0x1234;
+constexpr uint32_t kCallFailed = 0x1234;
 using Lines = std::vector<std::string>;
 
 standin::Bytes eompls_add(uint32_t nh, uint32_t tunnel) {
@@ -79,7 +79,7 @@ TEST_F(EomplsTest, TheTunnelIsPrintedBeforeItIsStored) {
 }
 
 TEST_F(EomplsTest, AFailedNextHopReservationGoesOnWithTheCallersValue) {
-    standin::fail_call(1, kFailure);
+    standin::fail_call(1, kCallFailed);
     add();
     Lines expected = add_lines();
     expected.at(1) = "print \"ERROR: Buddy Reserve failed for NH. rc = 0x1234 \"";
@@ -93,7 +93,7 @@ TEST_F(EomplsTest, AFailedNextHopReservationGoesOnWithTheCallersValue) {
 }
 
 TEST_F(EomplsTest, AFailedTunnelReservationStoresZero) {
-    standin::fail_call(2, kFailure);
+    standin::fail_call(2, kCallFailed);
     add();
     Lines expected = add_lines();
     expected.at(3) = "print \"ERROR: Buddy Reserve failed for tunnel. rc = 0x1234 \"";
@@ -106,7 +106,7 @@ TEST_F(EomplsTest, AFailedTunnelReservationStoresZero) {
 }
 
 TEST_F(EomplsTest, AFailedPendingMarkIsToldAndTheAddFollows) {
-    standin::fail_call(3, kFailure);
+    standin::fail_call(3, kCallFailed);
     add();
     Lines expected = add_lines();
     expected.insert(expected.begin() + 6, "print \"set nh idx hw pendinf call failed\"");
@@ -115,12 +115,12 @@ TEST_F(EomplsTest, AFailedPendingMarkIsToldAndTheAddFollows) {
 }
 
 TEST_F(EomplsTest, AFailedAddIsToldAndKeepsNextHopAndTunnel) {
-    standin::fail_call(4, kFailure);
+    standin::fail_call(4, kCallFailed);
     add();
     Lines expected = add_lines();
     expected.back() = "print \"ERROR: Tx Adj ADD failed. rc = 0x1234 \"";
     EXPECT_THAT(outline(), ElementsAreArray(expected));
-    EXPECT_EQ(status, kFailure);
+    EXPECT_EQ(status, kCallFailed);
     EXPECT_EQ(nh, 1001u);
     EXPECT_EQ(tunnel, 1002u);
 }
@@ -153,12 +153,12 @@ TEST_F(EomplsTest, DeleteNamesTheNextHopAtItsSecondPlaceOnly) {
 
 TEST_F(EomplsTest, AFailedDeleteSpeaksOfTheCrossConnectAndOfSuccess) {
     const uint32_t next_hop = 5, interface = 6;
-    standin::fail_call(1, kFailure);
+    standin::fail_call(1, kCallFailed);
     run([&] {
         status = tc_kiv_eompls_tx_adj_del(&next_hop, &interface, 1, 1);
         return 0;
     });
-    EXPECT_EQ(status, kFailure);
+    EXPECT_EQ(status, kCallFailed);
     EXPECT_THAT(outline(),
                 ElementsAre("print \"\\n tc_kiv_eompls_tx_adj_del call nh=5\\n\"", "call prm_srh_tx_adj_del",
                             "print \"\\n prm_srh_xid_del call 1 failed with rc=0x1234\\n\"",
