@@ -2,9 +2,12 @@
 #ifndef KIV_RESULTS_H
 #define KIV_RESULTS_H
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <iterator>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -131,6 +134,45 @@ struct FolderInfo {
     size_t selected_cases = 0;
 };
 
+// The cases of a run by their selectors, in order: kept here, or told by a source whenever one is asked for
+// (a run may have a hundred thousand).
+class CaseList {
+  public:
+    struct Item {
+        std::string selector;  // "span/session/create"
+        std::optional<std::string> description;
+    };
+    using Source = std::function<Item(size_t at)>;
+
+    CaseList() = default;
+    CaseList(std::initializer_list<std::string> selectors) {
+        for (const std::string &selector : selectors) push_back(selector);
+    }
+    // The source outlives the list and its copies.
+    CaseList(size_t size, Source source) : size_(size), source_(std::move(source)) {}
+
+    size_t size() const { return source_ ? size_ : kept_.size(); }
+    Item operator[](size_t at) const { return source_ ? source_(at) : kept_[at]; }
+    std::string selector(size_t at) const { return source_ ? source_(at).selector : kept_[at].selector; }
+
+    std::vector<std::string> selectors() const {
+        std::vector<std::string> all;
+        for (size_t at = 0; at < size(); ++at) all.push_back(selector(at));
+        return all;
+    }
+
+    void push_back(std::string selector, std::optional<std::string> description = {}) {
+        kept_.push_back({std::move(selector), std::move(description)});
+    }
+    // Of a list that is kept: those behind are dropped.
+    void shorten(size_t size) { kept_.resize(std::min(size, kept_.size())); }
+
+  private:
+    size_t size_ = 0;
+    Source source_;
+    std::vector<Item> kept_;
+};
+
 struct RunInfo {
     std::string program;
     std::vector<std::string> arguments;
@@ -145,12 +187,9 @@ struct RunInfo {
     uint32_t seed = 0;       // of --shuffle, 0 when the order is the registered one
     int repeat = 1;
     int shard_index = 0, shard_count = 1;
-    size_t selected_cases = 0;          // in all passes
-    std::vector<FolderInfo> folders;    // in run order, those with selected cases
-    std::vector<std::string> selected;  // selectors of the cases of one pass, the first, in run order
-    // Both lists are filled only for a report that needs them: a run may have a hundred thousand cases.
-    // Descriptions of the selected cases, in the same order (reports list what was not reached).
-    std::vector<std::string> descriptions;
+    size_t selected_cases = 0;        // in all passes
+    std::vector<FolderInfo> folders;  // in run order, those with selected cases
+    CaseList selected;                // one pass, the first (reports list what was not reached)
 };
 
 struct Summary {

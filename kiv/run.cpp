@@ -245,11 +245,10 @@ RunInfo Run::describe() const {
     info.shard_count = options_.shard_count;
     info.selected_cases = schedule_->size();
     std::vector<size_t> place(context_.folders.size());  // in info.folders, plus one
-    const bool listed = options_.reports.list_cases();
-    if (listed) {
-        info.selected.reserve(selected_.size());
-        info.descriptions.reserve(selected_.size());
-    }
+    info.selected = CaseList(selected_.size(), [this](size_t at) -> CaseList::Item {
+        const Case &test = schedule_->case_at(at);
+        return {test.selector(), test.description()};
+    });
     // The first pass stands for all: they run the same cases.
     for (uint64_t at = 0; at < selected_.size(); ++at) {
         const Case &test = schedule_->case_at(at);
@@ -258,9 +257,6 @@ RunInfo Run::describe() const {
             place[test.folder->id] = info.folders.size();
         }
         info.folders[place[test.folder->id] - 1].selected_cases += static_cast<size_t>(options_.repeat);
-        if (!listed) continue;
-        info.selected.push_back(test.selector());
-        info.descriptions.emplace_back(test.description());
     }
     return info;
 }

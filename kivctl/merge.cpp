@@ -92,8 +92,7 @@ Results merged(std::vector<Results> parts) {
     for (const Results &part : parts)
         if (whole.info.started_at.empty() || start_of(part) == start) whole.info = part.info;
     whole.info.folders.clear();
-    whole.info.selected.clear();
-    whole.info.descriptions.clear();
+    whole.info.selected = {};
     whole.info.selected_cases = 0;
     std::vector<std::string> &problems = whole.info.site_problems;
     for (const Results &part : parts)
@@ -108,8 +107,10 @@ Results merged(std::vector<Results> parts) {
             if (auto *const result = std::get_if<kiv::CaseResult>(&event)) result->started += offset;
         add_items(whole.events, part.events);
         add_folders(whole.info.folders, part.info.folders);
-        add_items(whole.info.selected, part.info.selected);
-        add_items(whole.info.descriptions, part.info.descriptions);
+        for (size_t at = 0; at < part.info.selected.size(); ++at) {
+            kiv::CaseList::Item test = part.info.selected[at];
+            whole.info.selected.push_back(std::move(test.selector), std::move(test.description));
+        }
         whole.info.selected_cases += part.info.selected_cases;
         add_summary(whole.summary, part.summary, offset);
     }

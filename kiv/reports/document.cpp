@@ -44,9 +44,7 @@ class FileSink : public Sink {
 
     bool seekable() const override { return place_ != Place::stream; }
 
-    bool begin(std::string_view text) override {
-        if (place_ == Place::itself && !truncate(0)) return false;
-        if (!write(0, text)) return false;
+    bool appear() override {
         if (place_ == Place::nameless && !give_name()) return false;
         if (temporary_.empty()) return true;
         if (rename(temporary_.c_str(), path_.c_str()) != 0) return complain();
@@ -56,6 +54,7 @@ class FileSink : public Sink {
 
     bool write(uint64_t offset, std::string_view text) override {
         if (outlet_) return outlet_->write(text) || complain(outlet_->problem());
+        if (place_ == Place::itself && offset == 0 && !truncate(0)) return false;
         while (!text.empty()) {
             const ssize_t n = pwrite(fd_, text.data(), text.size(), static_cast<off_t>(offset));
             if (n < 0) {
@@ -186,9 +185,14 @@ std::unique_ptr<Sink> open_file_sink(const std::string &path, std::string *error
     return std::make_unique<FileSink>(std::move(target), place, std::move(temporary), keep_descriptor(fd));
 }
 
+void LineFile::head(std::string_view piece) {
+    broken_ = broken_ || !sink_->write(size_, piece);
+    size_ += piece.size();
+}
+
 void LineFile::begin(std::string_view text) {
-    broken_ = !sink_->begin(text);
-    size_ = text.size();
+    head(text);
+    broken_ = broken_ || !sink_->appear();
 }
 
 void LineFile::add(std::string_view line) {
@@ -219,22 +223,27 @@ void LineFile::finish() {
     sink_->finish();
 }
 
-void ClosedDocument::begin(std::string_view head, std::string_view tail) {
+void ClosedDocument::head(std::string_view piece) {
+    broken_ = broken_ || !sink_->write(size_, piece);
+    size_ += piece.size();
+}
+
+void ClosedDocument::begin(std::string_view last, std::string_view tail) {
     tail_ = tail;
-    scratch_ = head;
+    scratch_ = last;
     if (sink_->seekable()) {
         // The closing text and the marks of a room behind it never cross a page.
-        while (!fits_in_page(scratch_.size(), tail.size() + marks())) scratch_ += ' ';
-        end_ = scratch_.size();
+        while (!fits_in_page(size_ + scratch_.size(), tail.size() + marks())) scratch_ += ' ';
+        end_ = size_ + scratch_.size();
         scratch_ += tail;
         scratch_ += open_;
-        while ((scratch_.size() + close_.size()) % kPage != 0) scratch_ += ' ';
+        while ((size_ + scratch_.size() + close_.size()) % kPage != 0) scratch_ += ' ';
         scratch_ += close_;
     } else {
-        end_ = scratch_.size();
+        end_ = size_ + scratch_.size();
     }
-    size_ = scratch_.size();
-    broken_ = !sink_->begin(scratch_);
+    head(scratch_);
+    broken_ = broken_ || !sink_->appear();
 }
 
 bool ClosedDocument::fits_in_page(uint64_t offset, uint64_t length) const {

@@ -21,11 +21,13 @@ inline constexpr uint64_t kPage = 4096;
 class Sink {
   public:
     virtual ~Sink() = default;
-    // Whether earlier bytes can be written again; else begin and write only ever continue the stream.
+    // Whether earlier bytes can be written again; else write only ever continues the stream.
     virtual bool seekable() const = 0;
-    // The first bytes; the file is seen with all of them or not at all.
-    virtual bool begin(std::string_view text) = 0;
     virtual bool write(uint64_t offset, std::string_view text) = 0;
+    // The file is not seen before. What is written until then is its head, from offset 0 on without a gap.
+    virtual bool appear() = 0;
+    // A head in one piece.
+    bool begin(std::string_view text) { return write(0, text) && appear(); }
     virtual bool truncate(uint64_t size) = 0;
     // Nothing follows: what a reader has yet to take is taken.
     virtual void finish() {}
@@ -52,7 +54,8 @@ class LineFile {
 
     LineFile(std::unique_ptr<Sink> sink, Padding padding) : sink_(std::move(sink)), padding_(padding) {}
 
-    // Everything up to the end of `text` appears at once.
+    // Everything up to the end of `text` appears at once; what comes before it may be given in pieces.
+    void head(std::string_view piece);
     void begin(std::string_view text);
     void add(std::string_view line);  // with its newline
     void flush();
@@ -86,7 +89,9 @@ class ClosedDocument {
     ClosedDocument(std::unique_ptr<Sink> sink, std::string_view open, std::string_view close)
         : sink_(std::move(sink)), open_(open), close_(close) {}
 
-    void begin(std::string_view head, std::string_view tail);
+    // The head may be given in pieces, of which begin takes the last.
+    void head(std::string_view piece);
+    void begin(std::string_view last, std::string_view tail);
     // Returns where body begins in the file. The bytes [whole, whole + length) of body stay in one page, so
     // that they can be patched; length 0 asks for nothing.
     uint64_t append(std::string_view body, std::string_view tail, uint64_t whole = 0, uint64_t length = 0);

@@ -7,6 +7,8 @@ namespace kiv::reports {
 
 // A line with this much text, escaped, and its other fields still fits a page.
 static constexpr size_t kOutputChunk = 2048;
+// The first line may be megabytes.
+static constexpr size_t kHeadPiece = 1 << 16;
 
 void EventReporter::open(const char *action, std::string_view folder) {
     line_ = "{\"Time\":\"";
@@ -124,19 +126,18 @@ void EventReporter::run_begins(const RunInfo &info) {
     }
     line_ += ']';
     line_ += ",\"Selected\":[";
-    size_t length = line_.size() + 64;
-    for (const std::string &selector : info.selected) length += selector.size() + 48;
-    for (const std::string &description : info.descriptions) length += description.size();
-    line_.reserve(length);  // this line may be megabytes: it is not to be there twice while it grows
     for (size_t i = 0; i < info.selected.size(); ++i) {
+        const CaseList::Item test = info.selected[i];
         line_ += i != 0 ? ",{\"Selector\":" : "{\"Selector\":";
-        string_item(info.selected[i]);
-        if (i < info.descriptions.size()) text("Description", info.descriptions[i]);
+        string_item(test.selector);
+        if (test.description) text("Description", *test.description);
         line_ += '}';
+        if (line_.size() < kHeadPiece) continue;
+        head(line_);
+        line_.clear();
     }
     line_ += "]}\n";
     first(line_);
-    line_ = {};
 }
 
 void EventReporter::folder_begins(const FolderInfo &folder) {

@@ -23,8 +23,9 @@ class EventReporter : public Reporter {
     void run_ended(const Summary &summary) override;
 
   protected:
-    // The first event, whole.
-    virtual void first(std::string_view line) = 0;
+    // The first event: what comes before its end, piece by piece, and the end, with which it is seen.
+    virtual void head(std::string_view piece) = 0;
+    virtual void first(std::string_view end) = 0;
     // One event, newline included.
     virtual void event(std::string_view line) = 0;
     // The events since the last call belong together and are to be seen now.

@@ -19,12 +19,14 @@ class HtmlReporter : public EventReporter {
     explicit HtmlReporter(std::unique_ptr<Sink> sink)
         : EventReporter(true), document_(std::move(sink), "<!--", "-->") {}
 
-  protected:
-    void first(std::string_view line) override {
-        std::string head(kPageHead);
-        head += line;
-        document_.begin(head, kPageEnd);
+    void run_begins(const RunInfo &info) override {
+        document_.head(kPageHead);
+        EventReporter::run_begins(info);
     }
+
+  protected:
+    void head(std::string_view piece) override { document_.head(piece); }
+    void first(std::string_view end) override { document_.begin(end, kPageEnd); }
     void event(std::string_view line) override { body_ += line; }
     void events_end() override {
         document_.append(body_, kPageEnd);

@@ -14,7 +14,8 @@ class JsonReporter : public EventReporter {
         : EventReporter(false), file_(std::move(sink), LineFile::Padding::blanks) {}
 
   protected:
-    void first(std::string_view line) override { file_.begin(line); }
+    void head(std::string_view piece) override { file_.head(piece); }
+    void first(std::string_view end) override { file_.begin(end); }
 
     // A line that no page could hold goes out in parts: strings that, joined, are the line.
     void event(std::string_view line) override {

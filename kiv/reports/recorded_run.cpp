@@ -106,12 +106,12 @@ void RecordedRun::finish(const std::string &reason) {
     std::map<std::string, int> reached = told();
     for (int pass = 0; pass < info.repeat; ++pass) {
         for (size_t i = 0; i < info.selected.size(); ++i) {
-            const std::string &selector = info.selected[i];
+            const auto [selector, description] = info.selected[i];
             if (reached[selector] > pass) continue;
             CaseResult result;
             result.folder = selector.substr(0, selector.rfind('/'));
             result.name = selector.substr(selector.rfind('/') + 1);
-            if (i < info.descriptions.size()) result.description = info.descriptions[i];
+            result.description = description.value_or("");
             result.verdict = Verdict::not_run;
             result.reason = reason;
             if (open.path != result.folder) {

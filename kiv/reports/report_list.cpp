@@ -11,8 +11,8 @@ namespace kiv {
 namespace {
 
 constexpr ReportFormat kFormats[] = {
-#define KIV_REPORT_FORMAT(name, help, variable, lists_cases) \
-    {#name, help, variable, lists_cases, make_##name##_reporter, tell_##name##_nothing_run},
+#define KIV_REPORT_FORMAT(name, help, variable) \
+    {#name, help, variable, make_##name##_reporter, tell_##name##_nothing_run},
 #include "kiv/reports/formats.def"
 #undef KIV_REPORT_FORMAT
 };
@@ -26,12 +26,6 @@ std::span<const ReportFormat> report_formats() {
 std::unique_ptr<Reporter> open_report(MakeReport &make, const std::string &path, std::string *error) {
     auto sink = reports::open_file_sink(path, error);
     return sink == nullptr ? nullptr : make(std::move(sink));
-}
-
-bool ReportRequest::list_cases() const {
-    for (size_t i = 0; i < files.size(); ++i)
-        if (!files[i].empty() && kFormats[i].lists_cases) return true;
-    return false;
 }
 
 namespace {

@@ -33,7 +33,6 @@ struct ReportFormat {
     const char *name;
     const char *help;
     const char *variable;  // or null
-    bool lists_cases;
     MakeReport *make;
     TellNothingRun *tell_nothing_run;  // a whole document
 };
@@ -55,8 +54,6 @@ struct ReportRequest {
     std::vector<std::string> files =
         std::vector<std::string>(report_formats().size());  // empty: not asked for
 
-    // Whether one foretells the cases, and so needs them all by name.
-    bool list_cases() const;
     bool to_standard_output() const;
 };
 

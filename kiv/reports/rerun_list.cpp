@@ -28,9 +28,11 @@ std::vector<RerunCase> rerun_list(const RecordedRun &run, const RerunRule &rule)
     }
     if (!run.complete) {
         std::map<std::string, int> told = run.told();
-        for (const std::string &selector : run.info.selected)
+        for (size_t at = 0; at < run.info.selected.size(); ++at) {
+            const std::string selector = run.info.selected.selector(at);
             if (told[selector] < run.info.repeat && counts(Verdict::not_run, rule))
                 place(selector).again = true;
+        }
     }
     std::set<std::string> broken;  // folders, each with a slash behind it; empty: all, when it was the worker
     for (const FixtureResult *const fixture : run.fixtures())

@@ -227,13 +227,16 @@ class Reader {
             info.folders.push_back({Event::list_item(fields.require("Package", "missing"), "Package"),
                                     fields.optional_text("Title"), fields.number<size_t>("Cases")});
         }
+        size_t described = 0;
         for (const json &item : event.list("Selected")) {
             if (!item.is_object()) throw Broken{"Selected", "holds something that is not a case"};
             const Event fields(item);
-            info.selected.push_back(Event::list_item(fields.require("Selector", "missing"), "Selector"));
-            if (item.contains("Description")) info.descriptions.push_back(fields.text("Description"));
+            std::optional<std::string> description;
+            if (item.contains("Description")) description = fields.text("Description"), ++described;
+            info.selected.push_back(Event::list_item(fields.require("Selector", "missing"), "Selector"),
+                                    std::move(description));
         }
-        if (!info.descriptions.empty() && info.descriptions.size() != info.selected.size())
+        if (described != 0 && described != info.selected.size())
             throw Broken{"Description", "missing for some of the selected cases"};
         list_one_pass(info);
         started_ = true;
@@ -244,8 +247,7 @@ class Reader {
     static void list_one_pass(RunInfo &info) {
         const size_t passes = static_cast<size_t>(std::max(info.repeat, 1));
         if (info.selected.size() != info.selected_cases || info.selected.size() % passes != 0) return;
-        info.selected.resize(info.selected.size() / passes);
-        if (!info.descriptions.empty()) info.descriptions.resize(info.selected.size());
+        info.selected.shorten(info.selected.size() / passes);
     }
 
     static FolderInfo folder(const Event &event) {

@@ -83,7 +83,7 @@ class TapReporter : public Reporter {
             suffix = " # no check was recorded";
         result_line(level, bad, result.name, suffix);
         // The level's next planned item, if the run follows its plan.
-        if (level.cursor < selected_.size() && sub_folder(level, selected_[level.cursor]).empty())
+        if (level.cursor < selected_.size() && sub_folder(level, selected_.selector(level.cursor)).empty())
             ++level.cursor;
         file_.flush();
     }
@@ -144,21 +144,21 @@ class TapReporter : public Reporter {
     }
 
     // The item of `level` that a selector belongs to: the sub-folder's path, or empty for a case.
-    static std::string_view sub_folder(const Level &level, std::string_view selector) {
+    static std::string sub_folder(const Level &level, const std::string &selector) {
         const size_t start = level.path.empty() ? 0 : level.path.size() + 1;
         const size_t slash = selector.find('/', start);
-        return slash == std::string_view::npos ? std::string_view() : selector.substr(0, slash);
+        return slash == std::string::npos ? std::string() : selector.substr(0, slash);
     }
 
     // Where the item that begins at `at` ends among the selected cases of the level.
     size_t item_end(const Level &level, size_t at) const {
-        const std::string_view folder = sub_folder(level, selected_[at]);
+        const std::string folder = sub_folder(level, selected_.selector(at));
         if (folder.empty()) return at + 1;
-        size_t end = at + 1;
-        while (end < selected_.size() && is_under(selected_[end], level.path) &&
-               sub_folder(level, selected_[end]) == folder)
-            ++end;
-        return end;
+        for (++at; at < selected_.size(); ++at) {
+            const std::string selector = selected_.selector(at);
+            if (!is_under(selector, level.path) || sub_folder(level, selector) != folder) break;
+        }
+        return at;
     }
 
     // Makes `path` the innermost level, closing and opening what lies between.
@@ -174,7 +174,7 @@ class TapReporter : public Reporter {
             close_to(levels_.size() - 1);
         while (levels_.back().path != path) {
             const std::string selector = path + "/";
-            const std::string child(sub_folder(levels_.back(), selector));
+            const std::string child = sub_folder(levels_.back(), selector);
             if (child.empty()) return;
             open_level(child, cases);
         }
@@ -187,9 +187,9 @@ class TapReporter : public Reporter {
         if (planned_) {
             // The parent's next item, if the run follows its plan; else the first place that fits.
             size_t at = parent.cursor;
-            while (at < selected_.size() && !is_under(selected_[at], path)) ++at;
+            while (at < selected_.size() && !is_under(selected_.selector(at), path)) ++at;
             if (at == selected_.size())
-                for (at = 0; at < selected_.size() && !is_under(selected_[at], path);) ++at;
+                for (at = 0; at < selected_.size() && !is_under(selected_.selector(at), path);) ++at;
             level.first = level.cursor = at;
             level.items = 0;
             const size_t end = at < selected_.size() ? item_end(parent, at) : at;
@@ -220,9 +220,10 @@ class TapReporter : public Reporter {
         while (level.done < level.items && level.cursor < selected_.size()) {
             const size_t at = level.cursor;
             level.cursor = item_end(level, at);
-            for (size_t i = at; i < level.cursor; ++i) left_over_.insert(selected_[i]);
-            const std::string_view folder = sub_folder(level, selected_[at]);
-            const std::string_view item = folder.empty() ? std::string_view(selected_[at]) : folder;
+            for (size_t i = at; i < level.cursor; ++i) left_over_.insert(selected_.selector(i));
+            const std::string selector = selected_.selector(at);
+            const std::string folder = sub_folder(level, selector);
+            const std::string &item = folder.empty() ? selector : folder;
             result_line(level, false, item.substr(item.rfind('/') + 1), " # SKIP not run");
         }
     }
@@ -248,7 +249,7 @@ class TapReporter : public Reporter {
     }
 
     LineFile file_;
-    std::vector<std::string> selected_;
+    CaseList selected_;
     bool planned_ = true;
     std::vector<Level> levels_;  // the run first
     std::set<std::string> left_over_;

@@ -26,7 +26,7 @@ TEST_F(Merge, MakesShardsOneRun) {
     EXPECT_TRUE(all.complete);
     EXPECT_EQ(all.info.shard_count, 1);
     EXPECT_EQ(all.info.started_at, "2026-11-21T04:00:00.000Z");
-    EXPECT_EQ(all.info.selected, (std::vector<std::string>{"a/x", "b/y", "c/z"}));
+    EXPECT_EQ(all.info.selected.selectors(), (std::vector<std::string>{"a/x", "b/y", "c/z"}));
     ASSERT_EQ(all.cases().size(), 3u);
     EXPECT_EQ(all.cases()[0]->started, std::chrono::milliseconds(1500))
         << "times are those of the earliest start";
@@ -109,7 +109,8 @@ TEST_F(Merge, AddsWhatTheSummariesSay) {
     EXPECT_EQ(all.info.started_at, "2026-11-21T04:00:01.5Z");
     EXPECT_EQ(all.info.shard_index, 0);
     EXPECT_EQ(all.info.selected_cases, 8u);
-    EXPECT_EQ(all.info.selected, (std::vector<std::string>{"b/case", "a/case", "a/case", "c/case"}));
+    EXPECT_EQ(all.info.selected.selectors(),
+              (std::vector<std::string>{"b/case", "a/case", "a/case", "c/case"}));
     ASSERT_EQ(all.info.folders.size(), 3u);
     EXPECT_EQ(all.info.folders[0].path, "b");
     EXPECT_EQ(all.info.folders[1].path, "a");

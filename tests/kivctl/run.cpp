@@ -36,8 +36,7 @@ std::string results_of(const std::vector<Play> &plays, bool ends, int shard, int
     info.shard_index = shard;
     info.shard_count = shards;
     for (const Play &play : plays) {
-        info.selected.push_back(play.name);
-        info.descriptions.push_back("describes " + play.name);
+        info.selected.push_back(play.name, "describes " + play.name);
     }
     info.selected_cases = plays.size();
     return kiv::test::report_of(kiv::make_json_reporter, [&](kiv::Reporter &reporter) {

@@ -85,7 +85,8 @@ TEST(ClosedDocument, OnAPipeIsWrittenFromBeginningToEnd) {
 // A sink whose n-th write fails, as on a full disk.
 class FullSink : public MemorySink {
   public:
-    FullSink(std::string *content, int good) : MemorySink(content), good_(good) {}
+    FullSink(std::string *content, int good, Observe observe = nullptr)
+        : MemorySink(content, std::move(observe)), good_(good) {}
     bool write(uint64_t offset, std::string_view text) override {
         return good_-- > 0 && MemorySink::write(offset, text);
     }
@@ -95,7 +96,7 @@ class FullSink : public MemorySink {
 };
 
 TEST(ClosedDocument, KeepsWhatItHadWhenTheDiskIsFull) {
-    for (int good = 0; good < 200; ++good) {
+    for (int good = 1; good < 200; ++good) {  // the first write is the head
         std::string content, error;
         auto reporter = make_junit_reporter(std::make_unique<FullSink>(&content, good));
         play_long_run(*reporter, 60, 6000);
@@ -118,12 +119,36 @@ TEST(ClosedDocument, ShowsNothingOfAWriteThatFailed) {
       private:
         const size_t bad_;
     };
-    for (size_t bad = 0; bad < 200; ++bad) {
+    for (size_t bad = 1; bad < 200; ++bad) {
         std::string content, error;
         auto reporter = make_junit_reporter(std::make_unique<OneBadWrite>(&content, bad));
         play_long_run(*reporter, 60, 6000);
         junit_case_names(content, &error);
         ASSERT_EQ(error, "") << "without write " << bad;
+    }
+}
+
+// The first event of 20,000 cases goes out in many pieces.
+TEST(Documents, DoNotAppearWithoutTheirWholeHead) {
+    for (const auto make : {make_json_reporter, make_html_reporter}) {
+        RunInfo info;
+        info.started_at = "2026-11-22T00:00:00.000Z";
+        info.selected = CaseList(20000, [](size_t at) {
+            return CaseList::Item{"folder/case" + std::to_string(at), "a case"};
+        });
+        std::string whole;
+        make(std::make_unique<MemorySink>(&whole))->run_begins(info);
+        EXPECT_THAT(whole, testing::HasSubstr("folder/case19999"));
+        for (int good = 0;; ++good) {
+            std::string content;
+            bool seen = false;
+            auto sink = std::make_unique<FullSink>(&content, good, [&](const std::string &) { seen = true; });
+            make(std::move(sink))->run_begins(info);
+            ASSERT_EQ(seen, content == whole) << "after " << good << " writes";
+            if (!seen) continue;
+            EXPECT_GT(good, 10);
+            break;
+        }
     }
 }
 

@@ -23,8 +23,8 @@ class MemorySink : public reports::Sink {
 
     bool seekable() const override { return seekable_; }
 
-    bool begin(std::string_view text) override {
-        *content_ = text;
+    bool appear() override {
+        appeared_ = true;
         seen();
         return true;
     }
@@ -53,12 +53,13 @@ class MemorySink : public reports::Sink {
 
   private:
     void seen() {
-        if (observe_) observe_(*content_);
+        if (observe_ && appeared_) observe_(*content_);
     }
 
     std::string *const content_;
     const Observe observe_;
     const bool seekable_;
+    bool appeared_ = false;
 };
 
 // What a report of that format holds when `play` has told it a run.

@@ -41,8 +41,7 @@ RunInfo sample_info() {
         {"prm-kiv/tc_prm_mpls_leaf_add", "Checks MPLS label Entry Add"},
     };
     for (const auto &[selector, description] : cases) {
-        info.selected.push_back(selector);
-        info.descriptions.push_back(description);
+        info.selected.push_back(selector, description);
     }
     info.selected_cases = info.selected.size();
     return info;
@@ -86,10 +85,11 @@ void play_sample_run(Reporter &reporter) {
     Summary summary;
     std::chrono::nanoseconds now = 2ms;
     const auto next = [&] {
-        const std::string &selector = info.selected[position];
+        const CaseList::Item test = info.selected[position++];
+        const std::string &selector = test.selector;
         CaseResult result =
             passing_case(selector.substr(0, selector.rfind('/')), selector.substr(selector.rfind('/') + 1));
-        result.description = info.descriptions[position++];
+        result.description = *test.description;
         result.started = now;
         result.duration = 1234567ns;
         return result;
@@ -216,8 +216,7 @@ void play_long_run(Reporter &reporter, int cases, size_t largest,
                    const std::function<void(int finished)> &after_case) {
     RunInfo info = sample_info();
     info.folders.clear();
-    info.selected.clear();
-    info.descriptions.clear();
+    info.selected = {};
     for (int i = 0; i < cases; ++i)
         info.selected.push_back("f" + std::to_string(i / 50) + "/case" + std::to_string(i));
     reporter.run_begins(info);
