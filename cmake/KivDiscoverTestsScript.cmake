@@ -5,6 +5,9 @@ execute_process(COMMAND ${PROGRAM} --list-folders ${SELECTORS}
 if(NOT status EQUAL 0 OR NOT problem STREQUAL "")
   message(FATAL_ERROR "${PROGRAM} --list-folders: ${status}\n${problem}")
 endif()
+# A list of CMake's: what separates its items may stand in a folder's name.
+string(ASCII 31 semicolon)
+string(REPLACE ";" "${semicolon}" folders "${folders}")
 string(REPLACE "\n" ";" folders "${folders}")
 
 # What the summary carries and no case can know.
@@ -41,4 +44,5 @@ foreach(folder IN LISTS folders)
   endif()
   string(APPEND text ")\n")
 endforeach()
+string(REPLACE "${semicolon}" ";" text "${text}")
 file(WRITE ${TESTS} "${text}")

@@ -259,6 +259,7 @@ int main(int argc, char **argv) {
     folder("becomes_nobody", becomes_nobody, fine);
     folder("kills_its_parent", kills_its_parent, fine);
     folder("programs", runs_programs_that_stay, fine);
+    folder("semi;colon", fine, fine);
     folder("long_text", checks_a_long_text, fine);
     folder("direct", writes_past_the_streams, fine);
     folder("much", prints_much, fine);
