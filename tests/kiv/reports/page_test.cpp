@@ -159,6 +159,37 @@ TEST_F(Browser, ARunThatIsCutOffSaysSo) {
     EXPECT_THAT(dom, HasSubstr("11 selected cases were not reached."));
 }
 
+TEST_F(Browser, AWorkerThatEndsBadlyAfterItsLastCaseIsTold) {
+    const std::string page = report_of(make_html_reporter, [](Reporter &reporter) {
+        RunInfo info;
+        info.selected = {"f/one"};
+        info.selected_cases = 1;
+        reporter.run_begins(info);
+        Summary summary;
+        summary.selected = 1;
+        const CaseResult good = passing_case("f", "one");
+        reporter.case_ended(good);
+        summary.add(good);
+        FixtureResult worker;
+        worker.of_worker = worker.ran = true;
+        worker.verdict = Verdict::crashed;
+        worker.reason = "left with exit code 23 after its last case";
+        worker.output = "a leak was found";
+        reporter.fixture_ended(worker);
+        summary.add(worker);
+        reporter.run_ended(summary);
+    });
+    const std::string dom = load(page);
+    EXPECT_THAT(dom, HasSubstr("<title>Failed: "));
+    EXPECT_THAT(dom, HasSubstr(">worker: crashed<"));
+    const auto text = ask(page,
+                          "for (const what of ['.folder', 'details']) for (const f of "
+                          "document.querySelectorAll(what)) { f.open "
+                          "= true; f.dispatchEvent(new Event('toggle')); } return document.body.innerText");
+    EXPECT_THAT(text, HasSubstr("left with exit code 23 after its last case"));
+    EXPECT_THAT(text, HasSubstr("a leak was found"));
+}
+
 TEST_F(Browser, ARepeatedRunThatIsCutOffCountsEveryPass) {
     const std::string dom = load(report_of(make_html_reporter, [](Reporter &reporter) {
         RunInfo info;
