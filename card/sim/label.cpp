@@ -60,6 +60,11 @@ void release_references(Card &card, const LabelEntry &entry) {
     card.label.indices.unuse(entry.leaf_hw_idx);
 }
 
+bool same_references(const LabelEntry &a, const LabelEntry &b) {
+    return points_at_entry(a) == points_at_entry(b) && a.pointer == b.pointer &&
+           a.leaf_hw_idx == b.leaf_hw_idx;
+}
+
 template <bool modify>
 prm_status_t add_or_modify(Card &card, prm_handle_t client, zor_label_request *request) {
     if (const prm_status_t status = require(card, client, request)) return status;
@@ -80,8 +85,12 @@ prm_status_t add_or_modify(Card &card, prm_handle_t client, zor_label_request *r
     }
     const LabelEntry before = *entry;
     *entry = wanted;
-    hold_references(card, wanted);
-    if (!created) release_references(card, before);
+    if (created) {
+        hold_references(card, wanted);
+    } else if (!same_references(wanted, before)) {
+        hold_references(card, wanted);
+        release_references(card, before);
+    }
     return CERR_SUCCESS;
 }
 

@@ -107,10 +107,11 @@ prm_status_t add(Card &card, prm_handle_t client, prm_nr_ldi *record) {
     const u32 pointer = record->ldi_ptr;
     if (const prm_status_t status = card.load_distribution.table.put(pointer, &entry, &created))
         return status;
-    hold_references(card, wanted);
     if (created) {
         card.load_distribution.indices.use(index_of(pointer));
-    } else {
+        hold_references(card, wanted);
+    } else if (wanted.paths != entry->paths) {
+        hold_references(card, wanted);
         release_references(card, *entry);
     }
     *entry = std::move(wanted);

@@ -17,6 +17,8 @@ struct LoadDistribution {
         u32 mpls_nh_idx = 0;  // 0: none
         u32 label0 = 0, label1 = 0;
         u8 flags = 0;  // PRM_NR_LDI_PATH_...
+
+        bool operator==(const Path &) const = default;
     };
     absl::InlinedVector<Path, 1> paths;  // at least one
     u8 mode = 0;                         // PRM_NR_LDI_MODE_...
