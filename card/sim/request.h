@@ -16,8 +16,8 @@ constexpr u32 kMaxLabel = 0xFFFFF;
 // Records carry up to two thousand reserved bytes.
 template <size_t N>
 bool all_zero(const u8 (&bytes)[N]) {
-    // By words, in place of a call: most requests have several such areas. Of long ones eight words at a time,
-    // none of which waits for another.
+    // By words, in place of a call: most requests have several such areas. Of long ones eight words at a
+    // time, none of which waits for another.
     u64 any = 0;
     size_t i = 0;
     if constexpr (N >= 128) {

@@ -318,12 +318,11 @@ TEST(Attack, ATestOfCTestPassesByTheRunsOwnSummaryOnly) {
 
 TEST(Attack, AFolderWithASemicolonInItsNameIsATestOfCTest) {
     const TemporaryDirectory directory;
-    const std::string script =
-        "cd " + directory.path() +
-        " && cmake -DPROGRAM=" SAMPLES
-        "/kiv_sample_hostile -DARGUMENTS=--no-site '-DSELECTORS=semi*;last'"
-        " -DPREFIX=t. -DWORKING_DIRECTORY=. -DTESTS=CTestTestfile.cmake -P " SCRIPTS
-        "/KivDiscoverTestsScript.cmake >out 2>&1 && ctest >>out 2>&1";
+    const std::string script = "cd " + directory.path() +
+                               " && cmake -DPROGRAM=" SAMPLES
+                               "/kiv_sample_hostile -DARGUMENTS=--no-site '-DSELECTORS=semi*;last'"
+                               " -DPREFIX=t. -DWORKING_DIRECTORY=. -DTESTS=CTestTestfile.cmake -P " SCRIPTS
+                               "/KivDiscoverTestsScript.cmake >out 2>&1 && ctest >>out 2>&1";
     EXPECT_EQ(system(script.c_str()), 0);
     EXPECT_THAT(read_text(directory.file("out")), ContainsRegex("t.semi;colon [.]+ +Passed"));
     EXPECT_THAT(read_text(directory.file("out")), HasSubstr("100% tests passed, 0 tests failed out of 2"));
