@@ -16,19 +16,11 @@ constexpr u32 kMaxLabel = 0xFFFFF;
 // Records carry up to two thousand reserved bytes.
 template <size_t N>
 bool all_zero(const u8 (&bytes)[N]) {
-    // By words, in place of a call: most requests have several such areas. Of long ones eight words at a
-    // time, none of which waits for another.
+    // Long ones against themselves, one byte on: nothing is faster than the C library's comparison.
+    if constexpr (N >= 128) return bytes[0] == 0 && std::memcmp(bytes, bytes + 1, N - 1) == 0;
+    // Short ones by words, in place of a call: most requests have several.
     u64 any = 0;
     size_t i = 0;
-    if constexpr (N >= 128) {
-        u64 lanes[8] = {};
-        for (; i + sizeof lanes <= N; i += sizeof lanes) {
-            u64 words[8];
-            std::memcpy(words, bytes + i, sizeof words);
-            for (size_t lane = 0; lane < 8; ++lane) lanes[lane] |= words[lane];
-        }
-        for (const u64 lane : lanes) any |= lane;
-    }
     for (; i + sizeof any <= N; i += sizeof any) {
         u64 word;
         std::memcpy(&word, bytes + i, sizeof word);
