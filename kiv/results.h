@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdint>
 #include <iterator>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -42,6 +43,7 @@ struct BasicCheck {
     Text file;
     Text function;
     int line = 0;
+    uint64_t number = 0;  // among the checks of its case or fixture, from 1; 0: not known
 
     // All of its texts, for who copies or sends them.
     static constexpr Text BasicCheck::*kTexts[] = {&BasicCheck::expected_name, &BasicCheck::status_text,
@@ -55,7 +57,8 @@ struct BasicCheck {
           is_condition(other.is_condition),
           status(other.status),
           expected(other.expected),
-          line(other.line) {
+          line(other.line),
+          number(other.number) {
         for (size_t i = 0; i < std::size(kTexts); ++i) this->*kTexts[i] = other.*BasicCheck<Other>::kTexts[i];
     }
 };
@@ -82,6 +85,28 @@ struct CallFailures {
     uint64_t unnoticed_count() const;
 };
 
+// A field of a record that a call was handed, as it is shown.
+struct ToldField {
+    std::string name;  // "record.bd_id"
+    std::string value;
+};
+
+// A call that a case or fixture made, for who reads why it is not good.
+struct ToldCall {
+    std::string text;               // all of it on one line
+    std::vector<ToldField> fields;  // those that are not 0
+    uint64_t checks_before = 0;     // checks of the case or fixture that came before it
+    bool failed = false;            // it returned a failure, or never returned
+};
+
+struct CallsTold {
+    uint64_t left_out = 0;  // earlier calls that were not kept
+    std::vector<ToldCall> calls;
+
+    // The calls that a failed check follows: those since the last check before it that passed.
+    std::span<const ToldCall> before(const Check &check, const std::vector<Check> &failures) const;
+};
+
 struct CaseResult {
     std::string folder;  // "span/session"
     std::string name;    // "tc_prm_v4_leaf_delete#2": unique in the folder
@@ -101,6 +126,8 @@ struct CaseResult {
     std::string output_file;      // where the whole output went when it was too long to keep; else empty
     std::vector<std::string> error_lines;  // outcome lines that report a failure; bounded
     CallFailures calls;
+    CallsTold calls_told;  // of who records them; empty when nobody does or nothing asks for them
+    std::vector<std::string> differences;  // from what the site's baseline has, a line each
 
     std::string selector() const { return folder + "/" + name; }
 };
@@ -119,6 +146,8 @@ struct FixtureResult {
     std::string output;
     std::chrono::nanoseconds duration{0};
     CallFailures calls;
+    CallsTold calls_told;
+    std::vector<std::string> differences;
 
     bool failed() const { return ran && !verdict_is_good(verdict); }
     const char *kind() const { return of_worker ? "worker" : set_up ? "set-up" : "tear-down"; }
