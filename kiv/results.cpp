@@ -36,11 +36,13 @@ void Summary::add(const CaseResult &result) {
     checks += result.checks;
     failed_checks += result.failed_checks;
     add(result.calls);
+    add(result.differences);
 }
 
 void Summary::add(const FixtureResult &fixture) {
     if (fixture.failed()) ++failed_fixtures;
     add(fixture.calls);
+    add(fixture.differences);
 }
 
 uint64_t CallFailures::unnoticed_count() const {
@@ -55,6 +57,12 @@ void Summary::add(const CallFailures &calls) {
     if (calls.unnoticed.empty()) return;
     unnoticed_calls += calls.unnoticed_count();
     ++with_unnoticed_calls;
+}
+
+void Summary::add(const Differences &found) {
+    if (found.count == 0) return;
+    differences += found.count;
+    ++with_differences;
 }
 
 bool Summary::good() const {

@@ -14,7 +14,7 @@ namespace kiv {
 
 enum class Verdict {
     passed,
-    failed,          // a check failed
+    failed,          // a check failed, or what counts as one: calls that failed unnoticed, or that differ
     aborted,         // the case called abort
     crashed,         // ended by another signal, or the worker left through exit
     timed_out,       // outran --timeout
@@ -107,6 +107,12 @@ struct CallsTold {
     std::span<const ToldCall> before(const Check &check, const std::vector<Check> &failures) const;
 };
 
+// How the calls of a case or fixture differ from what its site's baseline has.
+struct Differences {
+    uint64_t count = 0;
+    std::vector<std::string> told;  // a line each; bounded
+};
+
 struct CaseResult {
     std::string folder;  // "span/session"
     std::string name;    // "tc_prm_v4_leaf_delete#2": unique in the folder
@@ -126,8 +132,8 @@ struct CaseResult {
     std::string output_file;      // where the whole output went when it was too long to keep; else empty
     std::vector<std::string> error_lines;  // outcome lines that report a failure; bounded
     CallFailures calls;
-    CallsTold calls_told;  // of who records them; empty when nobody does or nothing asks for them
-    std::vector<std::string> differences;  // from what the site's baseline has, a line each
+    CallsTold calls_told;     // of who records them; empty when nobody does or nothing asks for them
+    Differences differences;  // of who compares; one that has some has failed, however good it was else
 
     std::string selector() const { return folder + "/" + name; }
 };
@@ -147,7 +153,7 @@ struct FixtureResult {
     std::chrono::nanoseconds duration{0};
     CallFailures calls;
     CallsTold calls_told;
-    std::vector<std::string> differences;
+    Differences differences;
 
     bool failed() const { return ran && !verdict_is_good(verdict); }
     const char *kind() const { return of_worker ? "worker" : set_up ? "set-up" : "tear-down"; }
@@ -176,6 +182,7 @@ struct RunInfo {
     int shard_index = 0, shard_count = 1;
     size_t selected_cases = 0;          // in all passes
     std::vector<FolderInfo> folders;    // in run order, those with selected cases
+    std::vector<FolderInfo> planned;    // those of the site's plan, or all there are, with their cases
     std::vector<std::string> selected;  // selectors of the cases of one pass, the first, in run order
     // Both lists are filled only for a report that needs them: a run may have a hundred thousand cases.
     // Descriptions of the selected cases, in the same order (reports list what was not reached).
@@ -196,11 +203,14 @@ struct Summary {
     uint64_t failed_calls = 0;
     uint64_t unnoticed_calls = 0;
     size_t with_unnoticed_calls = 0;  // cases and fixtures
+    uint64_t differences = 0;
+    size_t with_differences = 0;  // cases and fixtures
 
     // Counts what has ended: verdict, checks and calls of a case, a fixture that failed and its calls.
     void add(const CaseResult &result);
     void add(const FixtureResult &fixture);
     void add(const CallFailures &calls);
+    void add(const Differences &found);
     // Every case and every fixture did what it should.
     bool good() const;
 };

@@ -9,9 +9,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <set>
 
 #include "trace/baseline_line.h"
-#include "trace/text.h"
 
 namespace trace {
 namespace {
@@ -28,13 +28,18 @@ bool is_outcome(std::string_view text) {
     return digits > 0 && (checks.substr(digits) == " checks" || checks.substr(digits) == " check");
 }
 
-// A line without its indent; null when it is well.
-const char *add_line(std::string_view line, std::vector<BaselineSection> *sections) {
+bool is_call(std::string_view line, Baseline::Look look) {
+    CallLine call;
+    return look == Baseline::Look::EVERY_FIELD ? read_call_line(line, &call)
+                                               : !operation_of(line).empty() && line.find(')') != line.npos;
+}
+
+// What is wrong with a line; null when it is well.
+const char *add_line(std::string_view line, Baseline::Look look, std::vector<BaselineSection> *sections,
+                     std::set<std::string, std::less<>> *cases) {
     if (line.starts_with("  ")) {
         if (sections->empty()) return "a call before the first case";
-        CallLine call;
-        if (!read_call_line(line.substr(2), &call))
-            return "not a call: OPERATION(ARGUMENTS) = RESULT is wanted";
+        if (!is_call(line.substr(2), look)) return "not a call: OPERATION(ARGUMENTS) = RESULT is wanted";
         sections->back().calls.push_back(line.substr(2));
         return nullptr;
     }
@@ -45,6 +50,7 @@ const char *add_line(std::string_view line, std::vector<BaselineSection> *sectio
             return "a case wants \"case NAME: VERDICT, N checks\"";
         section.name = line.substr(kCase.size(), colon - kCase.size());
         section.outcome = line.substr(colon + 2);
+        if (!cases->insert(section.name).second) return "the case stands here twice";
     } else if (line == "set-up") {
         section.kind = SectionKind::SET_UP;
     } else if (line == "tear-down") {
@@ -68,17 +74,18 @@ std::string outcome_text(std::string_view verdict, uint64_t checks) {
     return fmt::format("{}, {} check{}", verdict, checks, checks == 1 ? "" : "s");
 }
 
-bool Baseline::read(std::string text, std::string_view path, std::string *error) {
+bool Baseline::read(std::string text, std::string_view path, std::string *error, Look look) {
     text_ = std::move(text);
     sections_.clear();
     size_t number = 0;
+    std::set<std::string, std::less<>> cases;
     for (size_t at = 0; at < text_.size();) {
         ++number;
         const size_t end = std::min(text_.find('\n', at), text_.size());
         const std::string_view line = std::string_view(text_).substr(at, end - at);
         at = end + 1;
         if (line.empty() || line.front() == '#') continue;
-        const char *wrong = add_line(line, &sections_);
+        const char *wrong = add_line(line, look, &sections_, &cases);
         if (end == text_.size()) wrong = "the file ends within this line";
         if (wrong == nullptr) continue;
         *error = fmt::format("{}:{}: {}", path, number, wrong);
@@ -89,7 +96,7 @@ bool Baseline::read(std::string text, std::string_view path, std::string *error)
     return false;
 }
 
-bool Baseline::read_file(const std::string &path, bool *exists, std::string *error) {
+bool Baseline::read_file(const std::string &path, bool *exists, std::string *error, Look look) {
     *exists = true;
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0 && (errno == ENOENT || errno == ENOTDIR)) {
@@ -115,7 +122,7 @@ bool Baseline::read_file(const std::string &path, bool *exists, std::string *err
         text.resize(size);
     }
     if (fd >= 0) close(fd);
-    return error->empty() && read(std::move(text), path, error);
+    return error->empty() && read(std::move(text), path, error, look);
 }
 
 std::string baseline_path(std::string_view directory, std::string_view folder) {
@@ -133,7 +140,7 @@ BaselineWriter::BaselineWriter(std::string_view folder)
           "# What the cases of this folder send and get back. prm_kiv --update-baseline wrote it: review "
           "what "
           "changes.\n# ") {
-    append_word(&text_, folder);
+    for (const char c : folder) text_ += c == '\n' ? ' ' : c;
     text_ += '\n';
 }
 
@@ -148,6 +155,7 @@ void BaselineWriter::call(std::string_view line) {
 }
 
 void BaselineWriter::end(SectionKind kind, std::string_view name, std::string_view outcome) {
+    is_empty_ = false;
     text_ += '\n';
     text_ += section_title(kind, name);
     if (kind == SectionKind::CASE) {

@@ -40,10 +40,13 @@ struct BaselineSection {
 
 class Baseline {
   public:
+    // How closely calls are looked at: as far as it takes to compare them, or whether each can be read.
+    enum class Look : uint8_t { FORM, EVERY_FIELD };
+
     // Reads a text; `path` is for messages. False, with *error "PATH:LINE: what is wrong".
-    bool read(std::string text, std::string_view path, std::string *error);
+    bool read(std::string text, std::string_view path, std::string *error, Look look = Look::EVERY_FIELD);
     // The same from a file. *exists tells whether there is one.
-    bool read_file(const std::string &path, bool *exists, std::string *error);
+    bool read_file(const std::string &path, bool *exists, std::string *error, Look look = Look::EVERY_FIELD);
 
     const std::vector<BaselineSection> &sections() const { return sections_; }
 
@@ -64,10 +67,12 @@ class BaselineWriter {
     void call(std::string_view line);
     void end(SectionKind kind, std::string_view name, std::string_view outcome);
 
+    bool is_empty() const { return is_empty_; }  // no section has ended
     const std::string &text() const { return text_; }
 
   private:
     std::string text_, calls_;
+    bool is_empty_ = true;
 };
 
 }  // namespace trace

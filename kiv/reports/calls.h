@@ -1,4 +1,5 @@
-// The wording of failed calls that nothing in their case accounts for.
+// The wording of calls that need a look: failed ones that nothing in their case accounts for, and those that
+// differ from the baseline.
 #ifndef KIV_REPORTS_CALLS_H
 #define KIV_REPORTS_CALLS_H
 
@@ -14,6 +15,13 @@ std::string unnoticed_text(const CallFailures &calls);
 
 // "2 calls failed unnoticed, in 1 case or fixture"; empty when there are none.
 std::string unnoticed_text(const Summary &summary);
+
+// "2 differences from the baseline: call 3: prm_srh_bd_add: flags: learn|flood, baseline learn, and 1 more";
+// empty when there are none.
+std::string differences_text(const Differences &differences);
+
+// "3 differences from the baseline, in 2 cases and fixtures"; empty when there are none.
+std::string differences_text(const Summary &summary);
 
 }  // namespace kiv::reports
 

@@ -27,6 +27,8 @@ constexpr size_t kSlowest = 5;
 constexpr size_t kListed = 50;         // names in the summary's lists
 constexpr size_t kShownOutput = 8192;  // of a case that did not pass; the rest is in the reports
 constexpr size_t kShownLines = 40;
+constexpr size_t kShownDifferences = 10;
+constexpr size_t kLongestDifference = 300;  // a whole call may be one; the rest is in the reports
 constexpr size_t kColumns = 80;
 
 const char *color_of(Verdict verdict) {
@@ -290,6 +292,7 @@ void Console::case_ended(const CaseResult &result) {
     folder_heading();
     verdict_line(result.verdict, result.duration, result.name);
     unnoticed(result.calls);
+    differences(result.differences);
     if (!result.reason.empty() && !good) out_ += "      " + visible(result.reason) + "\n";
     if (!good) checks(result.failures, result.failed_checks);
     if (!good && !live_ && !result.output.empty()) quote(result.output);
@@ -308,6 +311,20 @@ void Console::unnoticed(const CallFailures &calls) {
     out_ += '\n';
 }
 
+void Console::differences(const Differences &differences) {
+    size_t shown = 0;
+    for (; shown < differences.told.size() && shown < kShownDifferences; ++shown) {
+        std::string line = differences.told[shown];
+        if (line.size() > kLongestDifference) line = line.substr(0, kLongestDifference) + "...";
+        out_ += "      ";
+        paint(kYellow, "differs from the baseline: ");
+        out_ += visible(line) + "\n";
+    }
+    if (differences.count > shown)
+        out_ +=
+            "      and " + counted(differences.count - shown, "more difference", "more differences") + "\n";
+}
+
 void Console::fixture_ended(const FixtureResult &fixture) {
     end_live_line();
     live_ = false;
@@ -319,6 +336,7 @@ void Console::fixture_ended(const FixtureResult &fixture) {
     if (fixture.failed()) bad_fixtures_.push_back(fixture.name());
     if (good) add_name(unnoticed_, fixture.name());
     unnoticed(fixture.calls);
+    differences(fixture.differences);
     if (!fixture.reason.empty()) out_ += "      " + visible(fixture.reason) + "\n";
     checks(fixture.failures, fixture.failures.size());
     if (!good && !fixture.output.empty() && !style_.verbose) quote(fixture.output);
@@ -387,6 +405,8 @@ void Console::run_ended(const Summary &summary) {
             std::to_string(summary.failed_checks) + " failed, in " + duration_text(summary.duration) + "\n";
     const std::string calls = reports::unnoticed_text(summary);
     if (!calls.empty()) out_ += "        " + calls + "\n";
+    const std::string differing = reports::differences_text(summary);
+    if (!differing.empty()) out_ += "        " + differing + "\n";
     if (site_problems_ != 0) out_ += "        " + reports::site_problems_text(site_problems_) + "\n";
     for (const std::string &report : summary.unwritten) out_ += "NOT WRITTEN: " + visible(report) + "\n";
     flush();

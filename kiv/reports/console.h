@@ -53,6 +53,7 @@ class Console : public Reporter {
     void folder_heading();
     void clear_progress();
     void unnoticed(const CallFailures &calls);
+    void differences(const Differences &differences);
     void list_names(std::string_view title, const std::vector<std::string> &names);
 
     struct Slow {

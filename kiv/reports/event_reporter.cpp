@@ -216,6 +216,11 @@ void EventReporter::calls(const CallFailures &calls) {
     line_ += ']';
 }
 
+void EventReporter::differences(const Differences &differences) {
+    texts("Differences", differences.told);
+    if (differences.count != differences.told.size()) number("DifferenceCount", differences.count);
+}
+
 void EventReporter::fixture_ended(const FixtureResult &fixture) {
     const char *const name = fixture.kind();
     output(fixture.folder, "Fixture", name, fixture.output);
@@ -229,6 +234,7 @@ void EventReporter::fixture_ended(const FixtureResult &fixture) {
     if (fixture.signal != 0) number("Signal", fixture.signal);
     optional_text("Reason", fixture.reason);
     calls(fixture.calls);
+    differences(fixture.differences);
     close();
     events_end();
 }
@@ -261,6 +267,7 @@ void EventReporter::case_ended(const CaseResult &result) {
     optional_text("Reason", result.reason);
     texts("ErrorLines", result.error_lines);
     calls(result.calls);
+    differences(result.differences);
     if (result.output_size != result.output.size()) number("OutputSize", result.output_size);
     optional_text("OutputFile", result.output_file);
     close();
@@ -288,6 +295,10 @@ void EventReporter::run_ended(const Summary &summary) {
     if (summary.unnoticed_calls != 0) {
         number("UnnoticedCalls", summary.unnoticed_calls);
         number("WithUnnoticedCalls", static_cast<uint64_t>(summary.with_unnoticed_calls));
+    }
+    if (summary.differences != 0) {
+        number("Differences", summary.differences);
+        number("WithDifferences", static_cast<uint64_t>(summary.with_differences));
     }
     flag("Interrupted", summary.interrupted);
     optional_text("StoppedBecause", summary.stopped_because);

@@ -300,6 +300,14 @@ class Reader {
         return failures;
     }
 
+    static Differences differences(const Event &event) {
+        Differences found;
+        found.told = event.texts("Differences");
+        found.count = event.number_or<uint64_t>("DifferenceCount", found.told.size());
+        if (found.count < found.told.size()) throw Broken{"DifferenceCount", "fewer than are told"};
+        return found;
+    }
+
     void fixture(const Event &event) {
         enter(event);
         FixtureResult result;
@@ -314,6 +322,7 @@ class Reader {
         result.reason = event.optional_text("Reason");
         result.duration = event.seconds("Elapsed");
         result.calls = calls(event);
+        result.differences = differences(event);
         result.output = std::move(pending_.output);
         result.failures = std::move(pending_.checks);
         pending_ = {};
@@ -344,6 +353,7 @@ class Reader {
         result.reason = event.optional_text("Reason");
         result.error_lines = event.texts("ErrorLines");
         result.calls = calls(event);
+        result.differences = differences(event);
         result.output = std::move(pending_.output);
         result.output_size = event.number_or<uint64_t>("OutputSize", result.output.size());
         result.output_file = event.optional_text("OutputFile");
@@ -368,6 +378,8 @@ class Reader {
         summary.failed_calls = event.number_or<uint64_t>("FailedCalls", 0);
         summary.unnoticed_calls = event.number_or<uint64_t>("UnnoticedCalls", 0);
         summary.with_unnoticed_calls = event.number_or<size_t>("WithUnnoticedCalls", 0);
+        summary.differences = event.number_or<uint64_t>("Differences", 0);
+        summary.with_differences = event.number_or<size_t>("WithDifferences", 0);
         summary.interrupted = event.flag("Interrupted");
         summary.stopped_because = event.optional_text("StoppedBecause");
         summary.notes = event.texts("Notes");

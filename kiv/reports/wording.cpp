@@ -1,6 +1,7 @@
 // The wording that every format shares.
 #include "kiv/reports/wording.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "kiv/reports/calls.h"
@@ -55,8 +56,10 @@ static std::string end_or_reason(Verdict verdict, const std::string &reason, int
 template <typename Result>
 static std::string end_or_calls(const std::string &end, const Result &result) {
     const bool said = !end.empty() && end != verdict_text(result.verdict);
-    const std::string calls = said ? "" : unnoticed_text(result.calls);
-    return said ? end : !calls.empty() ? calls : verdict_text(result.verdict);
+    if (said) return end;
+    std::string text = unnoticed_text(result.calls);
+    if (text.empty()) text = differences_text(result.differences);
+    return text.empty() ? verdict_text(result.verdict) : text;
 }
 
 std::string headline(const CaseResult &result) {
@@ -89,6 +92,15 @@ static void add_line(std::string &text, std::string_view line) {
     if (text.back() != '\n') text += '\n';
 }
 
+static void add_differences(std::string &text, const Differences &differences) {
+    for (const std::string &line : differences.told) add_line(text, "differs from the baseline: " + line);
+    const uint64_t left = differences.count - std::min<uint64_t>(differences.count, differences.told.size());
+    if (left == 0) return;
+    text += "and ";
+    append_number(text, left);
+    text += left == 1 ? " more difference\n" : " more differences\n";
+}
+
 std::string details(const CaseResult &result) {
     std::string text;
     if (!result.description.empty()) add_line(text, "description: " + result.description);
@@ -101,6 +113,7 @@ std::string details(const CaseResult &result) {
                                                                    : " more failed checks\n";
     }
     add_line(text, unnoticed_text(result.calls));
+    add_differences(text, result.differences);
     for (const std::string &line : result.error_lines) add_line(text, "reported: " + line);
     if (!result.output_file.empty()) add_line(text, "whole output: " + result.output_file);
     return text;
@@ -111,6 +124,7 @@ std::string details(const FixtureResult &result) {
     add_line(text, end_or_reason(result.verdict, result.reason, result.signal, -1));
     for (const Check &check : result.failures) add_line(text, check_line(check));
     add_line(text, unnoticed_text(result.calls));
+    add_differences(text, result.differences);
     return text;
 }
 

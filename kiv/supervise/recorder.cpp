@@ -29,6 +29,12 @@ std::string reason_of(const WorkerEnd &end) {
     return reports::end_text(end.signal, end.exit_code);
 }
 
+// What differs from the baseline has failed, whatever else is good about it.
+template <typename Result>
+void count_differences(Result &result) {
+    if (result.differences.count > 0 && verdict_is_good(result.verdict)) result.verdict = Verdict::failed;
+}
+
 }  // namespace
 
 Recorder::Recorder(const Schedule &schedule, Console *console, std::vector<std::unique_ptr<Reporter>> reports,
@@ -92,6 +98,7 @@ void Recorder::fixture_begins(uint32_t folder, bool set_up, int64_t time) {
 
 void Recorder::report_fixture(FixtureResult &fixture) {
     for (Observer *observer : observers()) observer->complete(fixture);
+    count_differences(fixture);
     summary_.add(fixture);
     if (fixture.failed()) bad_seen_ = true;
     tell([&](Reporter &reporter) { reporter.fixture_ended(fixture); });
@@ -145,7 +152,8 @@ void Recorder::prepare_result(uint64_t position) {
     result_.calls.unnoticed.clear();
     result_.calls_told.left_out = 0;
     result_.calls_told.calls.clear();
-    result_.differences.clear();
+    result_.differences.count = 0;
+    result_.differences.told.clear();
     result_.duration = result_.started = std::chrono::nanoseconds(0);
 }
 
@@ -172,6 +180,7 @@ void Recorder::emit_case() {
     if (output_.size() > 0) output_.finish(&result_.output, &result_.output_size, &result_.output_file);
     if (calls_.failures().count > 0) result_.calls = calls_.failures();
     for (Observer *observer : observers()) observer->complete(result_);
+    count_differences(result_);
     summary_.add(result_);
     if (!verdict_is_good(result_.verdict)) bad_seen_ = true;
     item_ = Item::none;

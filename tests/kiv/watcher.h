@@ -49,10 +49,10 @@ class Watcher : public kiv::Observer {
              (bytes.size() > 100 ? std::to_string(bytes.size()) + " bytes" : std::string(bytes)));
     }
     void complete(kiv::CaseResult &result) override {
-        if (completes_) result.differences.push_back("of " + result.selector());
+        if (completes_) result.differences = {1, {"of " + result.selector()}};
     }
     void complete(kiv::FixtureResult &fixture) override {
-        if (completes_) fixture.differences.push_back("of " + fixture.name());
+        if (completes_) fixture.differences = {1, {"of " + fixture.name()}};
     }
     void worker_ends() override { tell("worker ends"); }
     const char *status_text(uint32_t status) override { return status == known_status_ ? "known" : nullptr; }

@@ -58,6 +58,15 @@ TEST(BaselineText, BrokenLinesAreNamed) {
     EXPECT_EQ(problem_of("set-up\n  a() = 0"), "b/x.txt:2: the file ends within this line");
 }
 
+TEST(BaselineText, ACaseStandsThereOnce) {
+    EXPECT_EQ(problem_of("case x: passed, 1 check\ncase y: passed, 1 check\ncase x: passed, 2 checks\n"),
+              "b/x.txt:3: the case stands here twice");
+    Baseline baseline;
+    std::string error;
+    EXPECT_TRUE(baseline.read("set-up\ntear-down\nset-up\n", "b", &error))
+        << "a fixture may run more than once";
+}
+
 TEST(BaselineText, NoBytesAreTooMuch) {
     for (const std::string &bad :
          {std::string(100'000, '{'), "set-up\n  a(" + std::string(100'000, '{') + "\n",
