@@ -87,6 +87,10 @@ void subscribe(Observer *observer);
 // summary and kept in Summary::notes. From an observer's call in either process.
 void add_note(std::string_view text);
 
+// In the supervising process, from a call of an observer: a line for who watches the run, shown where its
+// text goes.
+void show(std::string_view line);
+
 // A call of the running case or fixture to what it tests returned a failure: from whatever sees the calls
 // pass, in the worker, when the call returns. `code_name` ("CARD_ERROR_TABLE_FULL") may be empty; what the
 // code means is asked of status_text. The run counts it, and tells of it when nothing in the case does. Calls

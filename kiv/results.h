@@ -85,18 +85,12 @@ struct CallFailures {
     uint64_t unnoticed_count() const;
 };
 
-// A field of a record that a call was handed, as it is shown.
-struct ToldField {
-    std::string name;  // "record.bd_id"
-    std::string value;
-};
-
 // A call that a case or fixture made, for who reads why it is not good.
 struct ToldCall {
-    std::string text;               // all of it on one line
-    std::vector<ToldField> fields;  // those that are not 0
-    uint64_t checks_before = 0;     // checks of the case or fixture that came before it
-    bool failed = false;            // it returned a failure, or never returned
+    std::string text;                 // all of it on one line
+    std::vector<std::string> fields;  // those of its records that are not 0: "record.bd_id = 5"
+    uint64_t checks_before = 0;       // checks of the case or fixture that came before it
+    bool failed = false;              // it returned a failure, or never returned
 };
 
 struct CallsTold {
@@ -180,6 +174,7 @@ struct RunInfo {
     uint32_t seed = 0;       // of --shuffle, 0 when the order is the registered one
     int repeat = 1;
     int shard_index = 0, shard_count = 1;
+    bool shows_every_call = false;      // a report shows the calls of cases that are good, too
     size_t selected_cases = 0;          // in all passes
     std::vector<FolderInfo> folders;    // in run order, those with selected cases
     std::vector<FolderInfo> planned;    // those of the site's plan, or all there are, with their cases

@@ -240,6 +240,7 @@ RunInfo Run::describe() const {
     info.version = KIV_VERSION;
     info.started_at = utc_now();
     info.disk0 = flash_;
+    info.shows_every_call = options_.reports.show_calls();
     info.seed = options_.shuffle ? options_.seed : 0;
     info.repeat = options_.repeat;
     info.shard_index = options_.shard_index;

@@ -41,8 +41,8 @@ const Operation *Schema::operation(std::string_view name) const {
 }
 
 const prm_record *Schema::record(std::string_view name) const {
-    const auto found =
-        std::ranges::find_if(records, [&](const prm_record *one) { return one->name == name; });
+    const auto found = std::ranges::find_if(
+        records, [&](const prm_record *one) { return one != nullptr && one->name == name; });
     return found != records.end() ? *found : nullptr;
 }
 

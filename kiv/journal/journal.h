@@ -61,6 +61,8 @@ class Journal {
     // when empty.
     virtual void reads_input(std::string_view source, uint32_t lines) = 0;
     virtual void note(std::string_view text) = 0;
+    // For who watches the run; told in the supervising process alone.
+    virtual void show(std::string_view /*line*/) {}
     virtual void done() = 0;
     // With --fail-fast: whether the run goes on after the case that just ended. Waits for whoever decides.
     virtual bool go_on() = 0;

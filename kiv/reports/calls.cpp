@@ -63,4 +63,16 @@ std::string differences_text(const Summary &summary) {
            counted(summary.with_differences, " case or fixture", " cases and fixtures");
 }
 
+std::span<const ToldCall> last_calls(std::span<const ToldCall> calls) {
+    constexpr size_t kShown = 10;
+    return calls.size() > kShown ? calls.last(kShown) : calls;
+}
+
+std::string earlier_calls_text(const CallsTold &told, std::span<const ToldCall> before) {
+    uint64_t earlier = before.size() - last_calls(before).size();
+    if (before.data() == told.calls.data()) earlier += told.left_out;
+    if (earlier == 0) return "";
+    return counted(earlier, " call before these is not shown", " calls before these are not shown");
+}
+
 }  // namespace kiv::reports

@@ -3,6 +3,7 @@
 #ifndef KIV_REPORTS_CALLS_H
 #define KIV_REPORTS_CALLS_H
 
+#include <span>
 #include <string>
 
 #include "kiv/results.h"
@@ -22,6 +23,13 @@ std::string differences_text(const Differences &differences);
 
 // "3 differences from the baseline, in 2 cases and fixtures"; empty when there are none.
 std::string differences_text(const Summary &summary);
+
+// Of the calls that lead to something, those that are told beside it: the last ones.
+std::span<const ToldCall> last_calls(std::span<const ToldCall> calls);
+
+// "12 calls before these are not shown", of `before` a check; empty when there are none. `told` is all that
+// is told of the case.
+std::string earlier_calls_text(const CallsTold &told, std::span<const ToldCall> before);
 
 }  // namespace kiv::reports
 

@@ -174,6 +174,16 @@ void Console::announce(std::string_view line) {
     flush();
 }
 
+void Console::line(std::string_view line) {
+    if (live_ || !style_.quiet) folder_heading();
+    clear_progress();
+    end_live_line();
+    out_ += "    ";
+    reports::append_visible(out_, line);
+    out_ += '\n';
+    if (out_.size() > 65536) flush();
+}
+
 void Console::quoted(std::string_view text) {
     for (size_t i = 0; i < text.size();) {
         if (!live_line_open_) {
@@ -233,8 +243,28 @@ void Console::quote(std::string_view output) {
     end_live_line();
 }
 
-void Console::checks(const std::vector<Check> &failures, uint64_t failed) {
+// The calls that lead to a failed check, or to the end of a case without one.
+void Console::calls(const CallsTold &told, std::span<const ToldCall> before) {
+    const std::string earlier = reports::earlier_calls_text(told, before);
+    if (!earlier.empty()) {
+        out_ += "      ";
+        paint(kDim, earlier);
+        out_ += '\n';
+    }
+    for (const ToldCall &call : reports::last_calls(before)) {
+        out_ += "      ";
+        if (call.failed)
+            paint(kYellow, visible(call.text));
+        else
+            reports::append_visible(out_, call.text);
+        out_ += '\n';
+    }
+}
+
+void Console::checks(const std::vector<Check> &failures, uint64_t failed, const CallsTold &told) {
+    if (failures.empty()) calls(told, told.calls);
     for (const Check &check : failures) {
+        calls(told, told.before(check, failures));
         out_ += "      " + visible(check.file) + ", " + visible(check.function) + ", line " +
                 std::to_string(check.line) + "\n";
         // For terminals and editors, which open it.
@@ -294,7 +324,7 @@ void Console::case_ended(const CaseResult &result) {
     unnoticed(result.calls);
     differences(result.differences);
     if (!result.reason.empty() && !good) out_ += "      " + visible(result.reason) + "\n";
-    if (!good) checks(result.failures, result.failed_checks);
+    if (!good) checks(result.failures, result.failed_checks, result.calls_told);
     if (!good && !live_ && !result.output.empty()) quote(result.output);
     if (!result.output_file.empty())
         out_ += "      output: " + counted(result.output_size, "byte", "bytes") + ", whole in " +
@@ -338,7 +368,7 @@ void Console::fixture_ended(const FixtureResult &fixture) {
     unnoticed(fixture.calls);
     differences(fixture.differences);
     if (!fixture.reason.empty()) out_ += "      " + visible(fixture.reason) + "\n";
-    checks(fixture.failures, fixture.failures.size());
+    if (!good) checks(fixture.failures, fixture.failures.size(), fixture.calls_told);
     if (!good && !fixture.output.empty() && !style_.verbose) quote(fixture.output);
 }
 

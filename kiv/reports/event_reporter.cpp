@@ -194,7 +194,21 @@ void EventReporter::check(std::string_view folder, const char *kind, std::string
     text("File", check.file);
     text("Function", check.function);
     number("Line", check.line);
+    if (check.number != 0) number("Number", check.number);
     close();
+}
+
+void EventReporter::told(std::string_view folder, const char *kind, std::string_view name,
+                         const CallsTold &calls) {
+    for (const ToldCall &call : calls.calls) {
+        open("call", folder);
+        text(kind, name);
+        text("Text", call.text);
+        texts("Fields", call.fields);
+        number("ChecksBefore", call.checks_before);
+        if (call.failed) flag("Failed", true);
+        close();
+    }
 }
 
 void EventReporter::calls(const CallFailures &calls) {
@@ -224,6 +238,7 @@ void EventReporter::differences(const Differences &differences) {
 void EventReporter::fixture_ended(const FixtureResult &fixture) {
     const char *const name = fixture.kind();
     output(fixture.folder, "Fixture", name, fixture.output);
+    told(fixture.folder, "Fixture", name, fixture.calls_told);
     for (const Check &failure : fixture.failures) check(fixture.folder, "Fixture", name, failure);
     now_ += fixture.duration;
     open("fixture", fixture.folder);
@@ -235,6 +250,7 @@ void EventReporter::fixture_ended(const FixtureResult &fixture) {
     optional_text("Reason", fixture.reason);
     calls(fixture.calls);
     differences(fixture.differences);
+    if (fixture.calls_told.left_out != 0) number("CallsLeftOut", fixture.calls_told.left_out);
     close();
     events_end();
 }
@@ -250,6 +266,7 @@ void EventReporter::case_ended(const CaseResult &result) {
         now_ += result.duration;
     }
     output(result.folder, "Test", result.name, result.output);
+    told(result.folder, "Test", result.name, result.calls_told);
     for (const Check &failure : result.failures) check(result.folder, "Test", result.name, failure);
     open(result.verdict == Verdict::not_run ? "skip"
          : verdict_is_good(result.verdict)  ? "pass"
@@ -268,6 +285,7 @@ void EventReporter::case_ended(const CaseResult &result) {
     texts("ErrorLines", result.error_lines);
     calls(result.calls);
     differences(result.differences);
+    if (result.calls_told.left_out != 0) number("CallsLeftOut", result.calls_told.left_out);
     if (result.output_size != result.output.size()) number("OutputSize", result.output_size);
     optional_text("OutputFile", result.output_file);
     close();

@@ -11,8 +11,8 @@ namespace kiv {
 namespace {
 
 constexpr ReportFormat kFormats[] = {
-#define KIV_REPORT_FORMAT(name, help, variable, lists_cases) \
-    {#name, help, variable, lists_cases, make_##name##_reporter, tell_##name##_nothing_run},
+#define KIV_REPORT_FORMAT(name, help, variable, lists_cases, shows_calls) \
+    {#name, help, variable, lists_cases, shows_calls, make_##name##_reporter, tell_##name##_nothing_run},
 #include "kiv/reports/formats.def"
 #undef KIV_REPORT_FORMAT
 };
@@ -31,6 +31,12 @@ std::unique_ptr<Reporter> open_report(MakeReport &make, const std::string &path,
 bool ReportRequest::list_cases() const {
     for (size_t i = 0; i < files.size(); ++i)
         if (!files[i].empty() && kFormats[i].lists_cases) return true;
+    return false;
+}
+
+bool ReportRequest::show_calls() const {
+    for (size_t i = 0; i < files.size(); ++i)
+        if (!files[i].empty() && kFormats[i].shows_calls) return true;
     return false;
 }
 

@@ -34,6 +34,7 @@ struct ReportFormat {
     const char *help;
     const char *variable;  // or null
     bool lists_cases;
+    bool shows_calls;
     MakeReport *make;
     TellNothingRun *tell_nothing_run;  // a whole document
 };
@@ -57,6 +58,8 @@ struct ReportRequest {
 
     // Whether one foretells the cases, and so needs them all by name.
     bool list_cases() const;
+    // Whether one shows the calls of every case.
+    bool show_calls() const;
     bool to_standard_output() const;
 };
 

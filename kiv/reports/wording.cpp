@@ -101,11 +101,24 @@ static void add_differences(std::string &text, const Differences &differences) {
     text += left == 1 ? " more difference\n" : " more differences\n";
 }
 
+// Failed checks, each behind the calls that lead to it; of a case without one its last calls.
+static void add_checks(std::string &text, const CallsTold &calls, const std::vector<Check> &failures) {
+    const auto add_calls = [&](std::span<const ToldCall> of) {
+        add_line(text, earlier_calls_text(calls, of));
+        for (const ToldCall &call : last_calls(of)) add_line(text, "call: " + call.text);
+    };
+    for (const Check &check : failures) {
+        add_calls(calls.before(check, failures));
+        add_line(text, check_line(check));
+    }
+    if (failures.empty()) add_calls(calls.calls);
+}
+
 std::string details(const CaseResult &result) {
     std::string text;
     if (!result.description.empty()) add_line(text, "description: " + result.description);
     add_line(text, end_or_reason(result.verdict, result.reason, result.signal, result.exit_code));
-    for (const Check &check : result.failures) add_line(text, check_line(check));
+    add_checks(text, result.calls_told, result.failures);
     if (result.failed_checks > result.failures.size()) {
         text += "and ";
         append_number(text, result.failed_checks - result.failures.size());
@@ -122,7 +135,7 @@ std::string details(const CaseResult &result) {
 std::string details(const FixtureResult &result) {
     std::string text;
     add_line(text, end_or_reason(result.verdict, result.reason, result.signal, -1));
-    for (const Check &check : result.failures) add_line(text, check_line(check));
+    add_checks(text, result.calls_told, result.failures);
     add_line(text, unnoticed_text(result.calls));
     add_differences(text, result.differences);
     return text;

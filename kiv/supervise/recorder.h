@@ -52,6 +52,7 @@ class Recorder : public Journal {
     void sent(std::string_view bytes, bool last) override;
     void reads_input(std::string_view source, uint32_t lines) override;
     void note(std::string_view text) override;
+    void show(std::string_view line) override { console_->line(line); }
     void done() override { done_ = true; }
     bool go_on() override { return !(settings_.fail_fast && bad_seen_); }
 

@@ -72,6 +72,10 @@ void send(std::string_view bytes) {
     if (live.journal != nullptr) live.journal->sent(bytes, true);
 }
 
+void show(std::string_view line) {
+    if (note_taker != nullptr) note_taker->show(line);
+}
+
 Tally tally() {
     return {live.counters->checks, live.counters->failed};
 }
