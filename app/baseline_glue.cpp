@@ -121,7 +121,7 @@ class BaselineGlue : public kiv::Observer {
             if (Folder *const folder = folder_of(result.folder)) folder->can_be_written = false;
             return drop();
         }
-        Item item{SectionKind::CASE, result.folder, result.name};
+        Item item{SectionKind::CASE, result.folder, result.name, ""};
         item.outcome = trace::outcome_text(kiv::verdict_text(result.verdict), result.checks);
         item.has_ended = result.verdict != kiv::Verdict::aborted && result.verdict != kiv::Verdict::crashed &&
                          result.verdict != kiv::Verdict::timed_out;
@@ -132,7 +132,7 @@ class BaselineGlue : public kiv::Observer {
     void complete(kiv::FixtureResult &fixture) override {
         if (!active_ || fixture.of_worker) return;
         if (!fixture.ran) return drop();
-        Item item{fixture.set_up ? SectionKind::SET_UP : SectionKind::TEAR_DOWN, fixture.folder, ""};
+        Item item{fixture.set_up ? SectionKind::SET_UP : SectionKind::TEAR_DOWN, fixture.folder, "", ""};
         item.has_ended = item.is_good = !fixture.failed();
         finish(item, &fixture.differences);
     }
