@@ -128,7 +128,7 @@ class Capture::Writer {
                 block(what, address, pointer.size, false);
                 break;
             case Leads::record:
-                if (block(what, address, pointer.size, false) && pointer.has_buffers)
+                if (block(what, address, size_of_record(pointer, address), false) && pointer.has_buffers)
                     buffers(pointer, address);
                 break;
             case Leads::batch:
@@ -146,6 +146,17 @@ class Capture::Writer {
     }
 
   private:
+    // With the items behind its head; the head alone where it claims more than there is.
+    uint64_t size_of_record(const Pointer &pointer, uint64_t address) {
+        if (pointer.record == nullptr || pointer.record->items.record == nullptr ||
+            !readable_(address, pointer.size))
+            return pointer.size;
+        const card::Block head(static_cast<const u8 *>(pointer_to(address)), pointer.size);
+        const uint64_t whole =
+            card::size_with_items(*pointer.record, card::item_count(*pointer.record, head));
+        return readable_(address, std::min<uint64_t>(whole, kMostMemory)) ? whole : pointer.size;
+    }
+
     // False when the bytes are not all there.
     bool block(const What &what, uint64_t address, uint64_t size, bool cut) {
         if (capture_.count_ == kMostBlocks) return false;

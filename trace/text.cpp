@@ -122,7 +122,7 @@ class Teller {
             if (text_.ends_with("#unknown")) {
                 text_.resize(begin);
                 if (value <= UINT32_MAX)
-                    add(&text_, "{}", value);
+                    add(&text_, "{:#x}", value);
                 else
                     text_ += "address";
             }
@@ -233,9 +233,29 @@ class Teller {
         else if (value.bytes.size() > 8 &&
                  (value.field.kind == PRM_FIELD_HEX || value.field.kind == PRM_FIELD_RESERVED))
             append_bytes(&text_, value.bytes);
+        else if (value.field.kind == PRM_FIELD_FLAGS)
+            flags(value.field.bits, number);
         else if (number == 0 || !prm_handle_is_handed_out(kind) || !names_.append(&text_, kind, number))
             card::append_text(&text_, value);
         sink_.value(value.path, text_, number, value.field.kind);
+    }
+
+    void flags(prm_list<prm_bits> list, uint64_t number) {
+        const bool names_any = std::ranges::any_of(
+            list, [](const prm_bits &bits) { return prm_handle_is_handed_out(bits.handle); });
+        if (!names_any || number == 0) return card::append_flags(&text_, list, number);
+        card::for_each_part(list, number, [&](const card::Part &part) {
+            if (!text_.empty()) text_ += '|';
+            const size_t begin = text_.size();
+            if (part.bits != nullptr && prm_handle_is_handed_out(part.bits->handle)) {
+                add(&text_, "{}=", part.name);
+                if (names_.append(&text_, part.bits->handle, part.value)) return;
+                text_.resize(begin);
+            }
+            const uint64_t mask = part.bits != nullptr ? part.bits->mask : ~uint64_t{0};
+            const int low = part.bits != nullptr ? std::countr_zero(mask) : 0;
+            card::append_flags(&text_, list, part.value << low);
+        });
     }
 
     // Memory without a layout: a text, a handle, a number, bytes.

@@ -3,10 +3,10 @@
 
 #include <algorithm>
 #include <array>
-#include <iterator>
 #include <span>
 #include <tuple>
 #include <type_traits>
+#include <vector>
 
 #include "card/records/registry.h"
 
@@ -28,7 +28,7 @@ uint64_t number_of(Argument argument) {
         return static_cast<uint64_t>(argument);
 }
 
-// The record that the call is handed; empty when there is none.
+// What the call is handed, with what stands behind its head; empty when there is none.
 struct Block {
     const prm_record *record = nullptr;
     std::span<u8> bytes;
@@ -43,7 +43,8 @@ Block block_of(card::OperationId operation, const Arguments &arguments) {
     };
     if (auto *const record = reinterpret_cast<u8 *>(named("record"))) {
         const prm_record *const layout = card::record_layout(operation).before;
-        return {layout, {record, layout->size}};
+        const size_t items = card::item_count(*layout, {record, layout->size});
+        return {layout, {record, card::size_with_items(*layout, items)}};
     }
     if (auto *const request = reinterpret_cast<u8 *>(named("request"))) {
         const auto type = static_cast<u32>(named("hal_type"));
@@ -60,15 +61,20 @@ bool is_address(const prm_record &record, size_t byte) {
     });
 }
 
+// One of all, those of the record's buffers too.
 u8 *chosen_byte(const Block &block, u8 *mask) {
-    uint64_t random = (armed.seed + 1) * 0x9E3779B97F4A7C15u ^ armed.call * 0xBF58476D1CE4E5B9u;
-    for (int tries = 0; tries < 100; ++tries) {
-        random = (random ^ random >> 31) * 0x94D049BB133111EBu + 1;
-        const uint64_t bit = (random >> 11) % (8 * block.bytes.size());
-        *mask = static_cast<u8>(1 << bit % 8);
-        if (!is_address(*block.record, bit / 8)) return &block.bytes[bit / 8];
+    std::vector<u8 *> bytes;
+    for (size_t i = 0; i < block.bytes.size(); ++i)
+        if (!is_address(*block.record, i)) bytes.push_back(&block.bytes[i]);
+    for (const card::Buffer &buffer : card::buffers(*block.record, block.bytes, false)) {
+        auto *const at = reinterpret_cast<u8 *>(buffer.address);  // NOLINT(performance-no-int-to-ptr)
+        for (size_t i = 0; at != nullptr && i < buffer.item_size * buffer.count; ++i) bytes.push_back(at + i);
     }
-    return nullptr;
+    uint64_t random = (armed.seed * 0x9E3779B97F4A7C15u) ^ (armed.call * 0xBF58476D1CE4E5B9u);
+    random = (random ^ random >> 31) * 0x94D049BB133111EBu;
+    const uint64_t bit = (random >> 11) % (8 * bytes.size());
+    *mask = static_cast<u8>(1 << bit % 8);
+    return bytes[bit / 8];
 }
 
 template <card::OperationId id, class Call, class... Given>
@@ -81,18 +87,22 @@ auto passed_on(Call call, const std::tuple<Given...> &given) {
         },
         given);
     const Block block = block_of(id, arguments);
-    if (block.record == nullptr || block.bytes.empty()) return call();
-    told(id);
-    u8 mask = 0;
-    u8 *const byte = ++calls[static_cast<size_t>(id)] == armed.call && id == armed.operation
-                         ? chosen_byte(block, &mask)
-                         : nullptr;
-    if (byte == nullptr) return call();
-    *byte ^= mask;
-    const u8 sent = *byte;
-    const auto result = call();
-    if (*byte == sent) *byte ^= mask;
-    return result;
+    if constexpr (std::is_void_v<decltype(call())>) {
+        return call();
+    } else {
+        if (block.record == nullptr || block.bytes.empty()) return call();
+        told(id);
+        u8 mask = 0;
+        u8 *const byte = ++calls[static_cast<size_t>(id)] == armed.call && id == armed.operation
+                             ? chosen_byte(block, &mask)
+                             : nullptr;
+        if (byte == nullptr) return call();
+        *byte ^= mask;
+        const u8 sent = *byte;
+        const auto result = call();
+        if (*byte == sent) *byte ^= mask;
+        return result;
+    }
 }
 
 const card::Backend kInFront = {
