@@ -34,7 +34,9 @@ struct Folder {
     trace::Baseline baseline;
     bool exists = false;
     bool in_order = true;
-    size_t next = 0;  // of the baseline's sections
+    size_t next = 0;   // of the baseline's sections
+    bool ran = false;  // all of it, in this worker
+    bool begun = false;
     std::unique_ptr<trace::BaselineWriter> writer;
     bool can_be_written = true;
     size_t not_good = 0;  // cases, of those that are written
@@ -99,6 +101,10 @@ class BaselineGlue : public kiv::Observer {
                 "--update-baseline wants one pass in the plan's order: no --repeat, --shuffle or --shard";
             return false;
         }
+        if (info.seed != 0) {
+            info.remarks.emplace_back("Calls are not compared with the baseline: the cases are shuffled");
+            return true;
+        }
         for (const kiv::FolderInfo &folder : info.folders)
             if (!open_folder(folder.path, error)) return false;
         if (update_) find_what_can_be_written(info);
@@ -141,8 +147,8 @@ class BaselineGlue : public kiv::Observer {
         if (!active_) return;
         if (not_compared_ > 0)
             kiv::add_note(
-                fmt::format("baseline: {} not compared: the cases of their folder that the baseline has "
-                            "before them did not run before them",
+                fmt::format("baseline: {} not compared: what the baseline has before them did not run "
+                            "just so before them",
                             not_compared_ == 1 ? "1 case" : fmt::format("{} cases", not_compared_)));
         if (update_) write_folders();
     }
@@ -186,11 +192,13 @@ class BaselineGlue : public kiv::Observer {
             if (folder == nullptr) {
                 folder = std::make_unique<Folder>();
                 const std::string file = trace::baseline_path(directory_, part);
-                // What is written anew need not be readable.
-                if (!file.empty() && !update_ &&
-                    !folder->baseline.read_file(file, &folder->exists, error, trace::Baseline::Look::FORM))
-                    return false;
-                if (update_) folder->writer = std::make_unique<trace::BaselineWriter>(part);
+                if (!file.empty() &&
+                    !folder->baseline.read_file(file, &folder->exists, error, trace::Baseline::Look::FORM)) {
+                    if (!update_) return false;
+                    error->clear();  // of what is written anew
+                }
+                if (update_)
+                    folder->writer = std::make_unique<trace::BaselineWriter>(part, folder->baseline.after());
                 folder->can_be_written = !file.empty();
             }
             if (end == std::string::npos) return true;
@@ -247,6 +255,8 @@ class BaselineGlue : public kiv::Observer {
     }
 
     void write(const Item &item, Folder &folder) {
+        if (!folder.begun && !comes_in_its_turn(item.folder, folder)) folder.can_be_written = false;
+        folder.begun = true;
         folder.writer->begin();
         const uint64_t left_out = for_each_line([&](const std::string &line) { folder.writer->call(line); });
         if (!item.has_ended || is_too_long_ || left_out > 0) folder.can_be_written = false;
@@ -254,18 +264,35 @@ class BaselineGlue : public kiv::Observer {
         folder.writer->end(item.kind, item.name, item.outcome);
     }
 
-    // The section that the baseline has for the item; null when it has none, or in another order.
-    const trace::BaselineSection *expected(const Item &item, Folder &folder) {
-        const auto &sections = folder.baseline.sections();
-        const auto fits = [&](size_t at) {
-            return at < sections.size() && sections[at].is(item.kind, item.name);
-        };
-        if (!(folder.in_order && fits(folder.next)) && fits(0)) {
-            folder.next = 0;
-            folder.in_order = true;
+    // Whether the folders that must run before this one did, and none that must run after it.
+    bool comes_in_its_turn(std::string_view path, const Folder &folder) const {
+        const std::vector<std::string> &after = folder.baseline.after();
+        for (const auto &[other_path, other] : folders_) {
+            const std::vector<std::string> &of_other = other->baseline.after();
+            if (other->begun && std::ranges::find(of_other, path) != of_other.end()) return false;
         }
-        folder.in_order = folder.in_order && fits(folder.next);
-        return folder.in_order ? &sections[folder.next++] : nullptr;
+        return std::ranges::all_of(after, [&](const std::string &other) {
+            const auto before = folders_.find(other);
+            return before != folders_.end() && (update_ ? before->second->begun : before->second->ran);
+        });
+    }
+
+    // The section that the baseline has for the item; null when it has none, or has it in another order.
+    const trace::BaselineSection *expected(const Item &item, Folder &folder) const {
+        const auto &sections = folder.baseline.sections();
+        if (!folder.begun && !comes_in_its_turn(item.folder, folder)) folder.in_order = false;
+        folder.begun = true;
+        folder.in_order = folder.in_order && folder.next < sections.size() &&
+                          sections[folder.next].is(item.kind, item.name);
+        if (!folder.in_order) return nullptr;
+        const trace::BaselineSection *const section = &sections[folder.next++];
+        if (folder.next == sections.size()) folder.ran = true;
+        return section;
+    }
+
+    // A new worker has a new card, and the suite begins afresh.
+    void forget_what_ran() {
+        for (const auto &[path, folder] : folders_) folder->ran = false;
     }
 
     void compare(const Item &item, Folder &folder, kiv::Differences *differences) {
@@ -286,7 +313,10 @@ class BaselineGlue : public kiv::Observer {
             ++differences->count;
             differences->told.emplace_back("it made more calls than are kept, which are not compared");
         }
-        if (!item.has_ended) folder.in_order = false;
+        if (!item.has_ended && item.kind == SectionKind::CASE) {
+            folder.in_order = false;
+            forget_what_ran();
+        }
     }
 
     void tell_unknown(const Item &item, Folder &folder, kiv::Differences *differences) {
@@ -330,7 +360,8 @@ class BaselineGlue : public kiv::Observer {
             kiv::add_note(
                 fmt::format("baseline: {} of what was written did not do what it should", not_good));
         if (!left.empty())
-            kiv::add_note("baseline: not written, because not all of it ran to its end: " + left);
+            kiv::add_note("baseline: not written, because not all of it ran to its end, in its turn: " +
+                          left);
     }
 
     CLI::Option *named_ = nullptr;

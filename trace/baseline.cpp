@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,7 +17,7 @@
 namespace trace {
 namespace {
 
-constexpr std::string_view kCase = "case ";
+constexpr std::string_view kCase = "case ", kAfter = "after ";
 constexpr off_t kLargest = 256 << 20;
 
 // "passed, 3 checks".
@@ -62,6 +63,17 @@ const char *add_line(std::string_view line, Baseline::Look look, std::vector<Bas
     return nullptr;
 }
 
+// "prm-kiv, acl".
+const char *add_folders(std::string_view list, std::vector<std::string> *folders) {
+    for (size_t at = 0; at <= list.size();) {
+        const size_t end = std::min(list.find(", ", at), list.size());
+        if (end == at) return "\"after\" wants folders: after FOLDER, FOLDER";
+        folders->emplace_back(list.substr(at, end - at));
+        at = end + 2;
+    }
+    return nullptr;
+}
+
 }  // namespace
 
 std::string section_title(SectionKind kind, std::string_view name) {
@@ -77,6 +89,7 @@ std::string outcome_text(std::string_view verdict, uint64_t checks) {
 bool Baseline::read(std::string text, std::string_view path, std::string *error, Look look) {
     text_ = std::move(text);
     sections_.clear();
+    after_.clear();
     size_t number = 0;
     std::set<std::string, std::less<>> cases;
     for (size_t at = 0; at < text_.size();) {
@@ -85,7 +98,9 @@ bool Baseline::read(std::string text, std::string_view path, std::string *error,
         const std::string_view line = std::string_view(text_).substr(at, end - at);
         at = end + 1;
         if (line.empty() || line.front() == '#') continue;
-        const char *wrong = add_line(line, look, &sections_, &cases);
+        const bool is_after = line.starts_with(kAfter) && sections_.empty();
+        const char *wrong = is_after ? add_folders(line.substr(kAfter.size()), &after_)
+                                     : add_line(line, look, &sections_, &cases);
         if (end == text_.size()) wrong = "the file ends within this line";
         if (wrong == nullptr) continue;
         *error = fmt::format("{}:{}: {}", path, number, wrong);
@@ -135,13 +150,14 @@ std::string baseline_path(std::string_view directory, std::string_view folder) {
     return fmt::format("{}/{}.txt", directory, folder);
 }
 
-BaselineWriter::BaselineWriter(std::string_view folder)
+BaselineWriter::BaselineWriter(std::string_view folder, const std::vector<std::string> &after)
     : text_(
           "# What the cases of this folder send and get back. prm_kiv --update-baseline wrote it: review "
           "what "
           "changes.\n# ") {
     for (const char c : folder) text_ += c == '\n' ? ' ' : c;
     text_ += '\n';
+    if (!after.empty()) text_ += fmt::format("{}{}\n", kAfter, fmt::join(after, ", "));
 }
 
 void BaselineWriter::begin() {

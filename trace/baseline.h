@@ -1,6 +1,7 @@
 // The baseline of a folder: the calls that its cases are known to make, a text that people review.
 //
 //   # what the file is
+//   after prm-kiv, acl
 //   set-up
 //     prm_srh_register(-> client#1, 0, manager#1, set) = 0
 //   case tc_kiv_bd_add: passed, 3 checks
@@ -8,7 +9,8 @@
 //   tear-down
 //
 // Sections stand in the order in which they ran. A case is followed by its verdict and how many checks it
-// made.
+// made. "after" names the folders that must have run before: what they leave in the suite or on the card
+// shows in the calls of this one. People write that line; it is kept when the rest is written anew.
 #ifndef TRACE_BASELINE_H
 #define TRACE_BASELINE_H
 
@@ -49,10 +51,12 @@ class Baseline {
     bool read_file(const std::string &path, bool *exists, std::string *error, Look look = Look::EVERY_FIELD);
 
     const std::vector<BaselineSection> &sections() const { return sections_; }
+    const std::vector<std::string> &after() const { return after_; }
 
   private:
     std::string text_;  // that the calls are views of
     std::vector<BaselineSection> sections_;
+    std::vector<std::string> after_;
 };
 
 // "DIRECTORY/span/session.txt"; empty for a folder whose name leads out of the directory.
@@ -61,7 +65,7 @@ std::string baseline_path(std::string_view directory, std::string_view folder);
 // Makes the text of a baseline, section by section.
 class BaselineWriter {
   public:
-    explicit BaselineWriter(std::string_view folder);
+    BaselineWriter(std::string_view folder, const std::vector<std::string> &after);
 
     void begin();
     void call(std::string_view line);

@@ -54,7 +54,7 @@ std::vector<uint32_t> some_of(uint32_t calls) {
 
 TEST(Baseline, IsKeptByEveryRun) {
     for (const std::vector<std::string> &words :
-         std::vector<std::vector<std::string>>{{}, {"--all"}, {"acl", "prm-kiv"}, {"--repeat", "2", "acl"}}) {
+         std::vector<std::vector<std::string>>{{}, {"--all"}, {"acl", "prm-kiv"}, {"qos", "acl"}, {"--repeat", "2", "acl"}}) {
         const suite_run::Outcome &run = run_with(flip::Flip{}, words);
         EXPECT_TRUE(run.good) << testing::PrintToString(words);
         EXPECT_EQ(run.differences, 0u) << testing::PrintToString(words);

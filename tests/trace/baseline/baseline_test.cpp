@@ -23,7 +23,7 @@ std::string problem_of(const std::string &text) {
 }
 
 TEST(BaselineText, IsReadAsItIsWritten) {
-    BaselineWriter writer("a/b");
+    BaselineWriter writer("a/b", {"prm-kiv", "span/port"});
     writer.begin();
     writer.call("prm_srh_register(-> client#1, 0, null, set) = 0");
     writer.end(SectionKind::SET_UP, "", "");
@@ -38,6 +38,7 @@ TEST(BaselineText, IsReadAsItIsWritten) {
     std::string error;
     ASSERT_TRUE(baseline.read(writer.text(), "b", &error)) << error;
     ASSERT_EQ(baseline.sections().size(), 3u);
+    EXPECT_THAT(baseline.after(), ElementsAre("prm-kiv", "span/port"));
     EXPECT_TRUE(baseline.sections()[0].is(SectionKind::SET_UP, ""));
     EXPECT_THAT(baseline.sections()[0].calls, ElementsAre("prm_srh_register(-> client#1, 0, null, set) = 0"));
     EXPECT_TRUE(baseline.sections()[1].is(SectionKind::CASE, "tc_x: y"));
@@ -55,6 +56,7 @@ TEST(BaselineText, BrokenLinesAreNamed) {
     EXPECT_THAT(problem_of("case x: passed\n"), HasSubstr("b/x.txt:1: a case wants"));
     EXPECT_THAT(problem_of("case x: passed, many checks\n"), HasSubstr("b/x.txt:1: a case wants"));
     EXPECT_THAT(problem_of("case x: passed, 1 check\n<<<<<<< mine\n"), HasSubstr("b/x.txt:2: neither"));
+    EXPECT_THAT(problem_of("after a, \nset-up\n"), HasSubstr("b/x.txt:1: \"after\" wants folders"));
     EXPECT_EQ(problem_of("set-up\n  a() = 0"), "b/x.txt:2: the file ends within this line");
 }
 
