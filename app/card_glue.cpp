@@ -43,7 +43,7 @@ class CardGlue : public kiv::Observer {
     }
 
     const char *status_text(uint32_t status) override {
-        return card::code_name(status) != nullptr ? cerr_strerror(status) : nullptr;
+        return card::code_name(status) != nullptr ? sim::backend().cerr_strerror(status) : nullptr;
     }
 
   private:

@@ -1,6 +1,9 @@
 // Names and texts of the codes.
 #include "card/codes.h"
 
+#include <array>
+#include <iterator>
+
 namespace card {
 namespace {
 
@@ -38,6 +41,15 @@ const char *code_text(u32 code) {
 const char *code_name(u32 code) {
     const CodeRow *const row = row_of(code);
     return row != nullptr ? row->name : nullptr;
+}
+
+std::span<const u32> all_codes() {
+    static constexpr auto kValues = [] {
+        std::array<u32, std::size(kCodes)> values{};
+        for (size_t i = 0; i < values.size(); ++i) values[i] = kCodes[i].code;
+        return values;
+    }();
+    return kValues;
 }
 
 }  // namespace card

@@ -3,6 +3,8 @@
 #ifndef CARD_CODES_H
 #define CARD_CODES_H
 
+#include <span>
+
 #include "cerr.h"
 #include "prm_types.h"
 
@@ -18,6 +20,9 @@ const char *code_text(u32 code);
 
 // Name of a code ("CARD_ERROR_TABLE_FULL"), or null for an unknown one.
 const char *code_name(u32 code);
+
+// Every known code, CERR_SUCCESS first.
+std::span<const u32> all_codes();
 
 }  // namespace card
 

@@ -62,6 +62,13 @@ class Observer {
     // In the worker, when it has run its last case and leaves in good order; flush here.
     virtual void worker_ends() {}
 
+    // In the supervising process, during the case or fixture that sent them: the bytes of one send(), whole.
+    virtual void received(std::string_view bytes) { (void)bytes; }
+    // In the supervising process, when a case or fixture has its verdict and before any report is told of it;
+    // of those that did not run, too. Fill in calls_told and differences.
+    virtual void complete(CaseResult &result) { (void)result; }
+    virtual void complete(FixtureResult &fixture) { (void)fixture; }
+
     // In the supervising process, after the last worker is gone and before the summary is printed.
     virtual void run_ended(const Summary &) {}
 
@@ -80,11 +87,26 @@ void subscribe(Observer *observer);
 // summary and kept in Summary::notes. From an observer's call in either process.
 void add_note(std::string_view text);
 
+// In the supervising process, from a call of an observer: a line for who watches the run, shown where its
+// text goes.
+void show(std::string_view line);
+
 // A call of the running case or fixture to what it tests returned a failure: from whatever sees the calls
 // pass, in the worker, when the call returns. `code_name` ("CARD_ERROR_TABLE_FULL") may be empty; what the
 // code means is asked of status_text. The run counts it, and tells of it when nothing in the case does. Calls
 // in a child that a case forks are not counted.
 void call_failed(std::string_view operation, uint32_t code, std::string_view code_name);
+
+// From an observer in the worker to the observers in the supervising process, of whatever length: they arrive
+// in order with what else the running case or fixture tells, also when the worker dies afterwards.
+void send(std::string_view bytes);
+
+// The checks of the running case or fixture so far, in the worker.
+struct Tally {
+    uint64_t checks = 0;
+    uint64_t failed = 0;
+};
+Tally tally();
 
 }  // namespace kiv
 

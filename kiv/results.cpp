@@ -1,6 +1,8 @@
 // The words for verdicts, the same in every report, and sums of results.
 #include "kiv/results.h"
 
+#include <algorithm>
+
 namespace kiv {
 
 const char *verdict_text(Verdict verdict) {
@@ -34,11 +36,13 @@ void Summary::add(const CaseResult &result) {
     checks += result.checks;
     failed_checks += result.failed_checks;
     add(result.calls);
+    add(result.differences);
 }
 
 void Summary::add(const FixtureResult &fixture) {
     if (fixture.failed()) ++failed_fixtures;
     add(fixture.calls);
+    add(fixture.differences);
 }
 
 uint64_t CallFailures::unnoticed_count() const {
@@ -55,10 +59,28 @@ void Summary::add(const CallFailures &calls) {
     ++with_unnoticed_calls;
 }
 
+void Summary::add(const Differences &found) {
+    if (found.count == 0) return;
+    differences += found.count;
+    ++with_differences;
+}
+
 bool Summary::good() const {
     return failed_fixtures == 0 && !interrupted &&
            counts[static_cast<size_t>(Verdict::passed)] + counts[static_cast<size_t>(Verdict::unchecked)] ==
                selected;
+}
+
+std::span<const ToldCall> CallsTold::before(const Check &check, const std::vector<Check> &failures) const {
+    // Checks between this one and the last that passed all failed, and so have their numbers in the list.
+    uint64_t passed = check.number == 0 ? 0 : check.number - 1;
+    for (size_t i = failures.size(); i > 0; --i)
+        if (failures[i - 1].number == passed && passed > 0) --passed;
+    const auto first = std::find_if(calls.begin(), calls.end(),
+                                    [&](const ToldCall &call) { return call.checks_before >= passed; });
+    const auto last = std::find_if(first, calls.end(),
+                                   [&](const ToldCall &call) { return call.checks_before >= check.number; });
+    return {calls.data() + (first - calls.begin()), static_cast<size_t>(last - first)};
 }
 
 }  // namespace kiv

@@ -8,6 +8,7 @@
 #include <functional>
 #include <iterator>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,7 +17,7 @@ namespace kiv {
 
 enum class Verdict {
     passed,
-    failed,          // a check failed
+    failed,          // a check failed, or what counts as one: calls that failed unnoticed, or that differ
     aborted,         // the case called abort
     crashed,         // ended by another signal, or the worker left through exit
     timed_out,       // outran --timeout
@@ -45,6 +46,7 @@ struct BasicCheck {
     Text file;
     Text function;
     int line = 0;
+    uint64_t number = 0;  // among the checks of its case or fixture, from 1; 0: not known
 
     // All of its texts, for who copies or sends them.
     static constexpr Text BasicCheck::*kTexts[] = {&BasicCheck::expected_name, &BasicCheck::status_text,
@@ -58,7 +60,8 @@ struct BasicCheck {
           is_condition(other.is_condition),
           status(other.status),
           expected(other.expected),
-          line(other.line) {
+          line(other.line),
+          number(other.number) {
         for (size_t i = 0; i < std::size(kTexts); ++i) this->*kTexts[i] = other.*BasicCheck<Other>::kTexts[i];
     }
 };
@@ -85,6 +88,28 @@ struct CallFailures {
     uint64_t unnoticed_count() const;
 };
 
+// A call that a case or fixture made, for who reads why it is not good.
+struct ToldCall {
+    std::string text;                 // all of it on one line
+    std::vector<std::string> fields;  // those of its records that are not 0: "record.bd_id = 5"
+    uint64_t checks_before = 0;       // checks of the case or fixture that came before it
+    bool failed = false;              // it returned a failure, or never returned
+};
+
+struct CallsTold {
+    uint64_t left_out = 0;  // earlier calls that were not kept
+    std::vector<ToldCall> calls;
+
+    // The calls that a failed check follows: those since the last check before it that passed.
+    std::span<const ToldCall> before(const Check &check, const std::vector<Check> &failures) const;
+};
+
+// How the calls of a case or fixture differ from what its site's baseline has.
+struct Differences {
+    uint64_t count = 0;
+    std::vector<std::string> told;  // a line each; bounded
+};
+
 struct CaseResult {
     std::string folder;  // "span/session"
     std::string name;    // "tc_prm_v4_leaf_delete#2": unique in the folder
@@ -104,6 +129,8 @@ struct CaseResult {
     std::string output_file;      // where the whole output went when it was too long to keep; else empty
     std::vector<std::string> error_lines;  // outcome lines that report a failure; bounded
     CallFailures calls;
+    CallsTold calls_told;     // of who records them; empty when nobody does or nothing asks for them
+    Differences differences;  // of who compares; one that has some has failed, however good it was else
 
     std::string selector() const { return folder + "/" + name; }
 };
@@ -122,6 +149,8 @@ struct FixtureResult {
     std::string output;
     std::chrono::nanoseconds duration{0};
     CallFailures calls;
+    CallsTold calls_told;
+    Differences differences;
 
     bool failed() const { return ran && !verdict_is_good(verdict); }
     const char *kind() const { return of_worker ? "worker" : set_up ? "set-up" : "tear-down"; }
@@ -187,8 +216,10 @@ struct RunInfo {
     uint32_t seed = 0;       // of --shuffle, 0 when the order is the registered one
     int repeat = 1;
     int shard_index = 0, shard_count = 1;
+    bool shows_every_call = false;    // a report shows the calls of cases that are good, too
     size_t selected_cases = 0;        // in all passes
     std::vector<FolderInfo> folders;  // in run order, those with selected cases
+    std::vector<FolderInfo> planned;  // those of the site's plan, or all there are, with their cases
     CaseList selected;                // one pass, the first (reports list what was not reached)
 };
 
@@ -206,11 +237,14 @@ struct Summary {
     uint64_t failed_calls = 0;
     uint64_t unnoticed_calls = 0;
     size_t with_unnoticed_calls = 0;  // cases and fixtures
+    uint64_t differences = 0;
+    size_t with_differences = 0;  // cases and fixtures
 
     // Counts what has ended: verdict, checks and calls of a case, a fixture that failed and its calls.
     void add(const CaseResult &result);
     void add(const FixtureResult &fixture);
     void add(const CallFailures &calls);
+    void add(const Differences &found);
     // Every case and every fixture did what it should.
     bool good() const;
 };

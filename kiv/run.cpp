@@ -166,6 +166,7 @@ void Run::heed_needs(const SelectionRequest &request) {
     if ((has_plan && !read_plan(site_->plan(), &planned.selectors, &error)) ||
         !select_cases(context_, planned, &plan, &error))
         return;  // of a plan that is broken nothing follows; it has been told of
+    plan_ = plan;
     const bool any_named = std::any_of(request.selectors.begin(), request.selectors.end(),
                                        [](const Selector &selector) { return !selector.excludes; });
     if (options_.all && !any_named) selected_ = in_plan_order(selected_, plan);
@@ -239,6 +240,7 @@ RunInfo Run::describe() const {
     info.version = KIV_VERSION;
     info.started_at = utc_now();
     info.disk0 = flash_;
+    info.shows_every_call = options_.reports.show_calls();
     info.seed = options_.shuffle ? options_.seed : 0;
     info.repeat = options_.repeat;
     info.shard_index = options_.shard_index;
@@ -258,6 +260,11 @@ RunInfo Run::describe() const {
         }
         info.folders[place[test.folder->id] - 1].selected_cases += static_cast<size_t>(options_.repeat);
     }
+    std::vector<size_t> cases(context_.folders.size());
+    for (size_t at = 0; at < (plan_.empty() ? context_.cases.size() : plan_.size()); ++at)
+        ++cases[context_.cases[plan_.empty() ? at : plan_[at]].folder->id];
+    for (const kiv_folder &folder : context_.folders)
+        if (cases[folder.id] > 0) info.planned.push_back({folder.path, folder.title, cases[folder.id]});
     return info;
 }
 

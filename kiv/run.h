@@ -54,6 +54,7 @@ class Run {
     Options options_;
     std::optional<Site> site_;
     std::vector<uint32_t> selected_;
+    std::vector<uint32_t> plan_;  // the cases of the site's plan, where there is one
     std::string out_, flash_;
     Hold hold_;
     std::vector<std::string> remarks_;

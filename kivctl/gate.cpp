@@ -25,7 +25,7 @@ struct GateOptions {
     std::vector<std::string> files;
     bool unchecked = false, error_lines = true, not_run = true, incomplete = true, empty = true;
     bool failed_calls = kiv::in_ci();
-    bool allow_site_problems = false;
+    bool allow_site_problems = false, allow_differences = false;
     std::string newer_than;  // a file or a time
     std::optional<size_t> expect_cases;
     std::string expect_plan;
@@ -58,11 +58,11 @@ bool has_failed_check(const kiv::FixtureResult &result) {
 // Of a case or a fixture.
 template <typename Result>
 bool fails(const Result &result, const GateOptions &options) {
-    if (!result.calls.unnoticed.empty()) {
-        if (options.failed_calls) return true;
-        // The run itself may have counted them.
-        if (result.verdict == kiv::Verdict::failed && !has_failed_check(result)) return false;
-    }
+    const bool has_unnoticed = !result.calls.unnoticed.empty(), differs = result.differences.count > 0;
+    if ((has_unnoticed && options.failed_calls) || (differs && !options.allow_differences)) return true;
+    // The run itself may have counted them.
+    if ((has_unnoticed || differs) && result.verdict == kiv::Verdict::failed && !has_failed_check(result))
+        return false;
     return fails(result.verdict, options);
 }
 
@@ -236,6 +236,8 @@ void add_gate(CLI::App &app, int *status) {
     choice("--empty", &options->empty, "Results in which no case ran");
     command->add_flag("--allow-site-problems", options->allow_site_problems,
                       "Let what is wrong with the site's files pass");
+    command->add_flag("--allow-differences", options->allow_differences,
+                      "Let cases and fixtures pass whose calls differ from the site's baseline");
     command
         ->add_option("--newer-than", options->newer_than,
                      "Refuse results of a run that began before this file was last changed, or this time")

@@ -73,6 +73,8 @@ void add_summary(kiv::Summary &whole, const kiv::Summary &part, std::chrono::nan
     whole.failed_calls += part.failed_calls;
     whole.unnoticed_calls += part.unnoticed_calls;
     whole.with_unnoticed_calls += part.with_unnoticed_calls;
+    whole.differences += part.differences;
+    whole.with_differences += part.with_differences;
     whole.interrupted = whole.interrupted || part.interrupted;
     if (whole.stopped_because.empty()) whole.stopped_because = part.stopped_because;
     whole.notes.insert(whole.notes.end(), part.notes.begin(), part.notes.end());

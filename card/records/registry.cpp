@@ -151,11 +151,10 @@ struct ArgumentRow {
 // Handles among the arguments, but for `client`, which is a client's everywhere.
 constexpr ArgumentRow kArguments[] = {
     {Op::event_manager_destroy, "manager", PRM_HANDLE_EVENT_MANAGER},
-    {Op::prm_mgr_open, "evm", PRM_HANDLE_EVENT_MANAGER},
-    {Op::prm_mgr_open, "client", PRM_HANDLE_NONE},  // a name
+    {Op::prm_mgr_open, "manager", PRM_HANDLE_EVENT_MANAGER},
     {Op::prm_mgr_open, "out", PRM_HANDLE_CONNECTION},
     {Op::prm_mgr_close, "connection", PRM_HANDLE_CONNECTION},
-    {Op::prm_srh_register, "evm", PRM_HANDLE_EVENT_MANAGER},
+    {Op::prm_srh_register, "manager", PRM_HANDLE_EVENT_MANAGER},
     {Op::prm_srh_register, "out", PRM_HANDLE_CLIENT},
     {Op::prm_stats_cl_alloc, "pointer", PRM_HANDLE_STATISTICS},
     {Op::prm_set_nh_idx_hw_pending, "nh_index", PRM_HANDLE_NEXT_HOP},
@@ -222,6 +221,10 @@ prm_handle_kind argument_kind(OperationId operation, std::string_view parameter)
         if (row.operation == operation && row.parameter == parameter) return row.kind;
     }
     return parameter == "client" ? PRM_HANDLE_CLIENT : PRM_HANDLE_NONE;
+}
+
+prm_handle_kind result_kind(OperationId operation) {
+    return operation == Op::event_manager_create ? PRM_HANDLE_EVENT_MANAGER : PRM_HANDLE_NONE;
 }
 
 prm_handle_kind reserved_kind(OperationId operation) {

@@ -47,6 +47,9 @@ HalSizes hal_sizes(OperationId operation, u32 hal_type, u32 policies, const void
 // What the parameter of that name names, where it is a handle: in, or out through a pointer.
 prm_handle_kind argument_kind(OperationId operation, std::string_view parameter);
 
+// What the number that an operation returns names, where it is a handle.
+prm_handle_kind result_kind(OperationId operation);
+
 // What PRM_HANDLE_RESERVED_INDEX is in an operation's record. Of a load-distribution reservation the pointers
 // of a block lie 1 << PRM_NR_LDI_PTR_SHIFT apart, else indices follow each other.
 prm_handle_kind reserved_kind(OperationId operation);

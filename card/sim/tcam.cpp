@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "card/boundary/client_memory.h"
 #include "card/sim/backend.h"
-#include "card/sim/client_memory.h"
 #include "card/sim/traffic_manager.h"
 
 namespace sim {
@@ -33,14 +33,14 @@ bool among(u32 opcode, u32 opcodes) {
 }
 
 bool buffers_readable(const prm_info &info) {
-    ClientMemory memory;
+    card::ClientMemory memory;
     const size_t keys = size_t{info.nr_entries} * kTcamKeyBytes;
     return memory.readable(info.value, keys) && memory.readable(info.mask, keys) &&
            memory.readable(info.result, size_t{info.nr_entries} * kTcamResultBytes);
 }
 
 bool buffers_writable(const prm_info &info) {
-    ClientMemory memory;
+    card::ClientMemory memory;
     const size_t keys = size_t{info.nr_entries} * kTcamKeyBytes;
     return memory.writable(info.value, keys) && memory.writable(info.mask, keys) &&
            memory.writable(info.result, size_t{info.nr_entries} * kTcamResultBytes);

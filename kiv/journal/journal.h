@@ -55,10 +55,14 @@ class Journal {
     // After a failed call of the same case or fixture: a check, passed or failed, carried this status.
     virtual void status_checked(uint32_t /*status*/) {}
     virtual void text(Printed kind, std::string_view text) = 0;
+    // From observers to observers; the bytes up to and with the `last` piece belong together.
+    virtual void sent(std::string_view /*bytes*/, bool /*last*/) {}
     // The case reads standard input for the first time: from `source`, `lines` lines; from whoever is there
     // when empty.
     virtual void reads_input(std::string_view source, uint32_t lines) = 0;
     virtual void note(std::string_view text) = 0;
+    // For who watches the run; told in the supervising process alone.
+    virtual void show(std::string_view /*line*/) {}
     virtual void done() = 0;
     // With --fail-fast: whether the run goes on after the case that just ended. Waits for whoever decides.
     virtual bool go_on() = 0;

@@ -65,6 +65,7 @@ struct FailedCheck {
     uint32_t is_condition;
     uint32_t status, expected;
     int32_t line;
+    uint32_t number_low, number_high;
     uint32_t sizes[kTexts];  // in the order of CheckView::kTexts
 };
 
@@ -105,6 +106,12 @@ struct StatusChecked {
     uint32_t status;
 };
 
+struct Sent {
+    static constexpr uint32_t kType = 15, kTexts = 1;
+    uint32_t last;
+    uint32_t sizes[kTexts];
+};
+
 template <typename Fixed>
 constexpr size_t fixed_size() {
     return std::is_empty_v<Fixed> ? 0 : sizeof(Fixed);
@@ -131,7 +138,7 @@ constexpr RecordFormat kRecords[] = {
     format<FixtureEnded, 24>(),   //
     format<CaseBegins, 16>(),     //
     format<CaseEnded, 24>(),      //
-    format<FailedCheck, 36>(),    //
+    format<FailedCheck, 44>(),    //
     format<Text, 8>(),            //
     format<ReadsInput, 8>(),      //
     format<Note, 4>(),            //
@@ -139,6 +146,7 @@ constexpr RecordFormat kRecords[] = {
     format<Question, 0>(),        //
     format<CallFailed, 16>(),     //
     format<StatusChecked, 4>(),   //
+    format<Sent, 8>(),            //
 };
 
 constexpr bool in_order_of_type() {
@@ -184,7 +192,7 @@ class Writers {
         }
     };
     using All = Of<GroupBegins, GroupEnded, FixtureBegins, FixtureEnded, CaseBegins, CaseEnded, FailedCheck,
-                   Text, ReadsInput, Note, Done, Question, CallFailed, StatusChecked>;
+                   Text, ReadsInput, Note, Done, Question, CallFailed, StatusChecked, Sent>;
     static_assert(All::kCount == std::size(kRecords));
 
     static _Unwind_Reason_Code look(_Unwind_Context *context, void *argument) {
@@ -317,7 +325,14 @@ void RingJournal::failed_check(const CheckView &check) {
     std::string cut[FailedCheck::kTexts];
     for (size_t i = 0; i < std::size(texts); ++i)
         texts[i] = at_most(kLongestCheckText, check.*CheckView::kTexts[i], &cut[i]);
-    put(FailedCheck{check.is_condition, check.status, check.expected, check.line, {}}, texts);
+    put(FailedCheck{check.is_condition,
+                    check.status,
+                    check.expected,
+                    check.line,
+                    static_cast<uint32_t>(check.number),
+                    static_cast<uint32_t>(check.number >> 32),
+                    {}},
+        texts);
 }
 
 void RingJournal::failed_call(const FailedCall &call) {
@@ -337,6 +352,12 @@ void RingJournal::text(Printed kind, std::string_view text) {
     // The later pieces of a long print are no prints of their own.
     for (size_t at = kLongestText; at < text.size(); at += kLongestText)
         put_text(Text{static_cast<uint32_t>(Printed::direct), {}}, text.substr(at, kLongestText));
+}
+
+void RingJournal::sent(std::string_view bytes, bool last) {
+    for (; bytes.size() > kLongestText; bytes.remove_prefix(kLongestText))
+        put_text(Sent{false, {}}, bytes.substr(0, kLongestText));
+    put_text(Sent{last, {}}, bytes);
 }
 
 void RingJournal::reads_input(std::string_view source, uint32_t lines) {
@@ -414,6 +435,7 @@ void replay_check(const char *payload, Journal &journal) {
     check.status = fixed.status;
     check.expected = fixed.expected;
     check.line = fixed.line;
+    check.number = fixed.number_low | uint64_t{fixed.number_high} << 32;
     const char *at = payload + sizeof fixed;
     for (size_t i = 0; i < FailedCheck::kTexts; ++i) {
         check.*CheckView::kTexts[i] = {at, fixed.sizes[i]};
@@ -486,6 +508,11 @@ void replay_record(const RecordHeader &header, const char *payload, Ring &ring, 
         case StatusChecked::kType:
             journal.status_checked(fixed_part<StatusChecked>(payload).status);
             break;
+        case Sent::kType: {
+            const auto sent = fixed_part<Sent>(payload);
+            journal.sent(text_of(sent, payload), sent.last != 0);
+            break;
+        }
         case Done::kType:
             journal.done();
             break;

@@ -1,4 +1,4 @@
-// The wording of failed calls that nothing in their case accounts for.
+// The wording of calls that need a look: see calls.h.
 #include "kiv/reports/calls.h"
 
 #include <cinttypes>
@@ -44,6 +44,35 @@ std::string unnoticed_text(const Summary &summary) {
     if (summary.unnoticed_calls == 0) return "";
     return counted(summary.unnoticed_calls, " call failed unnoticed, in ", " calls failed unnoticed, in ") +
            counted(summary.with_unnoticed_calls, " case or fixture", " cases and fixtures");
+}
+
+std::string differences_text(const Differences &differences) {
+    if (differences.count == 0) return "";
+    std::string text =
+        counted(differences.count, " difference from the baseline", " differences from the baseline");
+    if (differences.told.empty()) return text;
+    text += ": " + differences.told.front();
+    if (differences.count > 1) text += ", and " + std::to_string(differences.count - 1) + " more";
+    return text;
+}
+
+std::string differences_text(const Summary &summary) {
+    if (summary.differences == 0) return "";
+    return counted(summary.differences, " difference from the baseline, in ",
+                   " differences from the baseline, in ") +
+           counted(summary.with_differences, " case or fixture", " cases and fixtures");
+}
+
+std::span<const ToldCall> last_calls(std::span<const ToldCall> calls) {
+    constexpr size_t kShown = 10;
+    return calls.size() > kShown ? calls.last(kShown) : calls;
+}
+
+std::string earlier_calls_text(const CallsTold &told, std::span<const ToldCall> before) {
+    uint64_t earlier = before.size() - last_calls(before).size();
+    if (before.data() == told.calls.data()) earlier += told.left_out;
+    if (earlier == 0) return "";
+    return counted(earlier, " call before these is not shown", " calls before these are not shown");
 }
 
 }  // namespace kiv::reports

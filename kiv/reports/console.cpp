@@ -27,6 +27,8 @@ constexpr size_t kSlowest = 5;
 constexpr size_t kListed = 50;         // names in the summary's lists
 constexpr size_t kShownOutput = 8192;  // of a case that did not pass; the rest is in the reports
 constexpr size_t kShownLines = 40;
+constexpr size_t kShownDifferences = 10;
+constexpr size_t kLongestDifference = 300;  // a whole call may be one; the rest is in the reports
 constexpr size_t kColumns = 80;
 
 const char *color_of(Verdict verdict) {
@@ -172,6 +174,16 @@ void Console::announce(std::string_view line) {
     flush();
 }
 
+void Console::line(std::string_view line) {
+    if (live_ || !style_.quiet) folder_heading();
+    clear_progress();
+    end_live_line();
+    out_ += "    ";
+    reports::append_visible(out_, line);
+    out_ += '\n';
+    if (out_.size() > 65536) flush();
+}
+
 void Console::quoted(std::string_view text) {
     for (size_t i = 0; i < text.size();) {
         if (!live_line_open_) {
@@ -231,8 +243,28 @@ void Console::quote(std::string_view output) {
     end_live_line();
 }
 
-void Console::checks(const std::vector<Check> &failures, uint64_t failed) {
+// The calls that lead to a failed check, or to the end of a case without one.
+void Console::calls(const CallsTold &told, std::span<const ToldCall> before) {
+    const std::string earlier = reports::earlier_calls_text(told, before);
+    if (!earlier.empty()) {
+        out_ += "      ";
+        paint(kDim, earlier);
+        out_ += '\n';
+    }
+    for (const ToldCall &call : reports::last_calls(before)) {
+        out_ += "      ";
+        if (call.failed)
+            paint(kYellow, visible(call.text));
+        else
+            reports::append_visible(out_, call.text);
+        out_ += '\n';
+    }
+}
+
+void Console::checks(const std::vector<Check> &failures, uint64_t failed, const CallsTold &told) {
+    if (failures.empty()) calls(told, told.calls);
     for (const Check &check : failures) {
+        calls(told, told.before(check, failures));
         out_ += "      " + visible(check.file) + ", " + visible(check.function) + ", line " +
                 std::to_string(check.line) + "\n";
         // For terminals and editors, which open it.
@@ -290,8 +322,9 @@ void Console::case_ended(const CaseResult &result) {
     folder_heading();
     verdict_line(result.verdict, result.duration, result.name);
     unnoticed(result.calls);
+    differences(result.differences);
     if (!result.reason.empty() && !good) out_ += "      " + visible(result.reason) + "\n";
-    if (!good) checks(result.failures, result.failed_checks);
+    if (!good) checks(result.failures, result.failed_checks, result.calls_told);
     if (!good && !live_ && !result.output.empty()) quote(result.output);
     if (!result.output_file.empty())
         out_ += "      output: " + counted(result.output_size, "byte", "bytes") + ", whole in " +
@@ -308,6 +341,20 @@ void Console::unnoticed(const CallFailures &calls) {
     out_ += '\n';
 }
 
+void Console::differences(const Differences &differences) {
+    size_t shown = 0;
+    for (; shown < differences.told.size() && shown < kShownDifferences; ++shown) {
+        std::string line = differences.told[shown];
+        if (line.size() > kLongestDifference) line = line.substr(0, kLongestDifference) + "...";
+        out_ += "      ";
+        paint(kYellow, "differs from the baseline: ");
+        out_ += visible(line) + "\n";
+    }
+    if (differences.count > shown)
+        out_ +=
+            "      and " + counted(differences.count - shown, "more difference", "more differences") + "\n";
+}
+
 void Console::fixture_ended(const FixtureResult &fixture) {
     end_live_line();
     live_ = false;
@@ -319,8 +366,9 @@ void Console::fixture_ended(const FixtureResult &fixture) {
     if (fixture.failed()) bad_fixtures_.push_back(fixture.name());
     if (good) add_name(unnoticed_, fixture.name());
     unnoticed(fixture.calls);
+    differences(fixture.differences);
     if (!fixture.reason.empty()) out_ += "      " + visible(fixture.reason) + "\n";
-    checks(fixture.failures, fixture.failures.size());
+    if (!good) checks(fixture.failures, fixture.failures.size(), fixture.calls_told);
     if (!good && !fixture.output.empty() && !style_.verbose) quote(fixture.output);
 }
 
@@ -387,6 +435,8 @@ void Console::run_ended(const Summary &summary) {
             std::to_string(summary.failed_checks) + " failed, in " + duration_text(summary.duration) + "\n";
     const std::string calls = reports::unnoticed_text(summary);
     if (!calls.empty()) out_ += "        " + calls + "\n";
+    const std::string differing = reports::differences_text(summary);
+    if (!differing.empty()) out_ += "        " + differing + "\n";
     if (site_problems_ != 0) out_ += "        " + reports::site_problems_text(site_problems_) + "\n";
     for (const std::string &report : summary.unwritten) out_ += "NOT WRITTEN: " + visible(report) + "\n";
     flush();

@@ -39,6 +39,8 @@ class Console : public Reporter {
     bool is_watched() const { return style_.verbose || style_.progress; }
     // A line of the run's own, between the others.
     void announce(std::string_view line);
+    // The same for what there are many of: plain, and not at once.
+    void line(std::string_view line);
     // Rewrites the progress line when it is time to.
     void tick(int64_t now);
     void flush();
@@ -46,13 +48,15 @@ class Console : public Reporter {
   private:
     void paint(const char *color, std::string_view text);
     void verdict_line(Verdict verdict, std::chrono::nanoseconds duration, std::string_view name);
-    void checks(const std::vector<Check> &failures, uint64_t failed);
+    void checks(const std::vector<Check> &failures, uint64_t failed, const CallsTold &told);
+    void calls(const CallsTold &told, std::span<const ToldCall> before);
     void quote(std::string_view output);
     void quoted(std::string_view text);
     void end_live_line();
     void folder_heading();
     void clear_progress();
     void unnoticed(const CallFailures &calls);
+    void differences(const Differences &differences);
     void list_names(std::string_view title, const std::vector<std::string> &names);
 
     struct Slow {

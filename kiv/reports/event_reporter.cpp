@@ -195,7 +195,21 @@ void EventReporter::check(std::string_view folder, const char *kind, std::string
     text("File", check.file);
     text("Function", check.function);
     number("Line", check.line);
+    if (check.number != 0) number("Number", check.number);
     close();
+}
+
+void EventReporter::told(std::string_view folder, const char *kind, std::string_view name,
+                         const CallsTold &calls) {
+    for (const ToldCall &call : calls.calls) {
+        open("call", folder);
+        text(kind, name);
+        text("Text", call.text);
+        texts("Fields", call.fields);
+        number("ChecksBefore", call.checks_before);
+        if (call.failed) flag("Failed", true);
+        close();
+    }
 }
 
 void EventReporter::calls(const CallFailures &calls) {
@@ -217,9 +231,15 @@ void EventReporter::calls(const CallFailures &calls) {
     line_ += ']';
 }
 
+void EventReporter::differences(const Differences &differences) {
+    texts("Differences", differences.told);
+    if (differences.count != differences.told.size()) number("DifferenceCount", differences.count);
+}
+
 void EventReporter::fixture_ended(const FixtureResult &fixture) {
     const char *const name = fixture.kind();
     output(fixture.folder, "Fixture", name, fixture.output);
+    told(fixture.folder, "Fixture", name, fixture.calls_told);
     for (const Check &failure : fixture.failures) check(fixture.folder, "Fixture", name, failure);
     now_ += fixture.duration;
     open("fixture", fixture.folder);
@@ -230,6 +250,8 @@ void EventReporter::fixture_ended(const FixtureResult &fixture) {
     if (fixture.signal != 0) number("Signal", fixture.signal);
     optional_text("Reason", fixture.reason);
     calls(fixture.calls);
+    differences(fixture.differences);
+    if (fixture.calls_told.left_out != 0) number("CallsLeftOut", fixture.calls_told.left_out);
     close();
     events_end();
 }
@@ -245,6 +267,7 @@ void EventReporter::case_ended(const CaseResult &result) {
         now_ += result.duration;
     }
     output(result.folder, "Test", result.name, result.output);
+    told(result.folder, "Test", result.name, result.calls_told);
     for (const Check &failure : result.failures) check(result.folder, "Test", result.name, failure);
     open(result.verdict == Verdict::not_run ? "skip"
          : verdict_is_good(result.verdict)  ? "pass"
@@ -262,6 +285,8 @@ void EventReporter::case_ended(const CaseResult &result) {
     optional_text("Reason", result.reason);
     texts("ErrorLines", result.error_lines);
     calls(result.calls);
+    differences(result.differences);
+    if (result.calls_told.left_out != 0) number("CallsLeftOut", result.calls_told.left_out);
     if (result.output_size != result.output.size()) number("OutputSize", result.output_size);
     optional_text("OutputFile", result.output_file);
     close();
@@ -289,6 +314,10 @@ void EventReporter::run_ended(const Summary &summary) {
     if (summary.unnoticed_calls != 0) {
         number("UnnoticedCalls", summary.unnoticed_calls);
         number("WithUnnoticedCalls", static_cast<uint64_t>(summary.with_unnoticed_calls));
+    }
+    if (summary.differences != 0) {
+        number("Differences", summary.differences);
+        number("WithDifferences", static_cast<uint64_t>(summary.with_differences));
     }
     flag("Interrupted", summary.interrupted);
     optional_text("StoppedBecause", summary.stopped_because);

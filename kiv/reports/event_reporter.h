@@ -46,6 +46,8 @@ class EventReporter : public Reporter {
     void output(std::string_view folder, const char *kind, std::string_view name, std::string_view output);
     void check(std::string_view folder, const char *kind, std::string_view name, const Check &check);
     void calls(const CallFailures &calls);
+    void differences(const Differences &differences);
+    void told(std::string_view folder, const char *kind, std::string_view name, const CallsTold &calls);
     void folder_fields(const FolderInfo &folder);
 
     const bool in_page_;

@@ -11,8 +11,8 @@ namespace kiv {
 namespace {
 
 constexpr ReportFormat kFormats[] = {
-#define KIV_REPORT_FORMAT(name, help, variable) \
-    {#name, help, variable, make_##name##_reporter, tell_##name##_nothing_run},
+#define KIV_REPORT_FORMAT(name, help, variable, shows_calls) \
+    {#name, help, variable, shows_calls, make_##name##_reporter, tell_##name##_nothing_run},
 #include "kiv/reports/formats.def"
 #undef KIV_REPORT_FORMAT
 };
@@ -26,6 +26,12 @@ std::span<const ReportFormat> report_formats() {
 std::unique_ptr<Reporter> open_report(MakeReport &make, const std::string &path, std::string *error) {
     auto sink = reports::open_file_sink(path, error);
     return sink == nullptr ? nullptr : make(std::move(sink));
+}
+
+bool ReportRequest::show_calls() const {
+    for (size_t i = 0; i < files.size(); ++i)
+        if (!files[i].empty() && kFormats[i].shows_calls) return true;
+    return false;
 }
 
 namespace {

@@ -33,6 +33,7 @@ struct ReportFormat {
     const char *name;
     const char *help;
     const char *variable;  // or null
+    bool shows_calls;
     MakeReport *make;
     TellNothingRun *tell_nothing_run;  // a whole document
 };
@@ -54,6 +55,8 @@ struct ReportRequest {
     std::vector<std::string> files =
         std::vector<std::string>(report_formats().size());  // empty: not asked for
 
+    // Whether one shows the calls of every case.
+    bool show_calls() const;
     bool to_standard_output() const;
 };
 

@@ -146,6 +146,7 @@ struct Pending {
     std::string output;
     std::vector<Check> checks;
     std::optional<int64_t> begun;  // of a case
+    std::vector<ToldCall> calls = {};
 };
 
 class Reader {
@@ -179,6 +180,7 @@ class Reader {
             return;
         }
         if (action == "check") return check(event);
+        if (action == "call") return call(event);
         if (action == "fixture") return fixture(event);
         if (action == "pass" || action == "fail" || action == "skip") return case_ended(event, action);
         if (action == "summary") return summary(event);
@@ -281,7 +283,26 @@ class Reader {
         check.file = event.text("File");
         check.function = event.text("Function");
         check.line = event.number<int>("Line");
+        check.number = event.number_or<uint64_t>("Number", 0);
         pending_.checks.push_back(std::move(check));
+    }
+
+    void call(const Event &event) {
+        enter(event);
+        ToldCall call;
+        call.text = event.text("Text");
+        call.fields = event.texts("Fields");
+        call.checks_before = event.number_or<uint64_t>("ChecksBefore", 0);
+        call.failed = event.has("Failed") && event.flag("Failed");
+        pending_.calls.push_back(std::move(call));
+    }
+
+    template <class Result>
+    void take_calls(const Event &event, Result *result) {
+        result->calls = calls(event);
+        result->calls_told.left_out = event.number_or<uint64_t>("CallsLeftOut", 0);
+        result->calls_told.calls = std::move(pending_.calls);
+        result->differences = differences(event);
     }
 
     static CallFailures calls(const Event &event) {
@@ -302,6 +323,14 @@ class Reader {
         return failures;
     }
 
+    static Differences differences(const Event &event) {
+        Differences found;
+        found.told = event.texts("Differences");
+        found.count = event.number_or<uint64_t>("DifferenceCount", found.told.size());
+        if (found.count < found.told.size()) throw Broken{"DifferenceCount", "fewer than are told"};
+        return found;
+    }
+
     void fixture(const Event &event) {
         enter(event);
         FixtureResult result;
@@ -315,7 +344,7 @@ class Reader {
         result.signal = event.number_or<int>("Signal", 0);
         result.reason = event.optional_text("Reason");
         result.duration = event.seconds("Elapsed");
-        result.calls = calls(event);
+        take_calls(event, &result);
         result.output = std::move(pending_.output);
         result.failures = std::move(pending_.checks);
         pending_ = {};
@@ -345,7 +374,7 @@ class Reader {
         result.exit_code = event.number_or<int>("ExitCode", -1);
         result.reason = event.optional_text("Reason");
         result.error_lines = event.texts("ErrorLines");
-        result.calls = calls(event);
+        take_calls(event, &result);
         result.output = std::move(pending_.output);
         result.output_size = event.number_or<uint64_t>("OutputSize", result.output.size());
         result.output_file = event.optional_text("OutputFile");
@@ -370,6 +399,8 @@ class Reader {
         summary.failed_calls = event.number_or<uint64_t>("FailedCalls", 0);
         summary.unnoticed_calls = event.number_or<uint64_t>("UnnoticedCalls", 0);
         summary.with_unnoticed_calls = event.number_or<size_t>("WithUnnoticedCalls", 0);
+        summary.differences = event.number_or<uint64_t>("Differences", 0);
+        summary.with_differences = event.number_or<size_t>("WithDifferences", 0);
         summary.interrupted = event.flag("Interrupted");
         summary.stopped_because = event.optional_text("StoppedBecause");
         summary.notes = event.texts("Notes");

@@ -98,6 +98,7 @@ class TapReporter : public Reporter {
         if (!summary.stopped_because.empty()) diagnostics("", "stopped: " + summary.stopped_because);
         for (const std::string &note : summary.notes) diagnostics("", note);
         diagnostics("", unnoticed_text(summary));
+        diagnostics("", differences_text(summary));
         diagnostics("", site_problems_text(site_problems_));
         std::string totals = "# Totals:";
         for (size_t i = 0; i < std::size(summary.counts); ++i)

@@ -1,6 +1,7 @@
 // The wording that every format shares.
 #include "kiv/reports/wording.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "kiv/reports/calls.h"
@@ -55,8 +56,10 @@ static std::string end_or_reason(Verdict verdict, const std::string &reason, int
 template <typename Result>
 static std::string end_or_calls(const std::string &end, const Result &result) {
     const bool said = !end.empty() && end != verdict_text(result.verdict);
-    const std::string calls = said ? "" : unnoticed_text(result.calls);
-    return said ? end : !calls.empty() ? calls : verdict_text(result.verdict);
+    if (said) return end;
+    std::string text = unnoticed_text(result.calls);
+    if (text.empty()) text = differences_text(result.differences);
+    return text.empty() ? verdict_text(result.verdict) : text;
 }
 
 std::string headline(const CaseResult &result) {
@@ -89,11 +92,33 @@ static void add_line(std::string &text, std::string_view line) {
     if (text.back() != '\n') text += '\n';
 }
 
+static void add_differences(std::string &text, const Differences &differences) {
+    for (const std::string &line : differences.told) add_line(text, "differs from the baseline: " + line);
+    const uint64_t left = differences.count - std::min<uint64_t>(differences.count, differences.told.size());
+    if (left == 0) return;
+    text += "and ";
+    append_number(text, left);
+    text += left == 1 ? " more difference\n" : " more differences\n";
+}
+
+// Failed checks, each behind the calls that lead to it; of a case without one its last calls.
+static void add_checks(std::string &text, const CallsTold &calls, const std::vector<Check> &failures) {
+    const auto add_calls = [&](std::span<const ToldCall> of) {
+        add_line(text, earlier_calls_text(calls, of));
+        for (const ToldCall &call : last_calls(of)) add_line(text, "call: " + call.text);
+    };
+    for (const Check &check : failures) {
+        add_calls(calls.before(check, failures));
+        add_line(text, check_line(check));
+    }
+    if (failures.empty()) add_calls(calls.calls);
+}
+
 std::string details(const CaseResult &result) {
     std::string text;
     if (!result.description.empty()) add_line(text, "description: " + result.description);
     add_line(text, end_or_reason(result.verdict, result.reason, result.signal, result.exit_code));
-    for (const Check &check : result.failures) add_line(text, check_line(check));
+    add_checks(text, result.calls_told, result.failures);
     if (result.failed_checks > result.failures.size()) {
         text += "and ";
         append_number(text, result.failed_checks - result.failures.size());
@@ -101,6 +126,7 @@ std::string details(const CaseResult &result) {
                                                                    : " more failed checks\n";
     }
     add_line(text, unnoticed_text(result.calls));
+    add_differences(text, result.differences);
     for (const std::string &line : result.error_lines) add_line(text, "reported: " + line);
     if (!result.output_file.empty()) add_line(text, "whole output: " + result.output_file);
     return text;
@@ -109,8 +135,9 @@ std::string details(const CaseResult &result) {
 std::string details(const FixtureResult &result) {
     std::string text;
     add_line(text, end_or_reason(result.verdict, result.reason, result.signal, -1));
-    for (const Check &check : result.failures) add_line(text, check_line(check));
+    add_checks(text, result.calls_told, result.failures);
     add_line(text, unnoticed_text(result.calls));
+    add_differences(text, result.differences);
     return text;
 }
 

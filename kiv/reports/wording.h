@@ -23,7 +23,7 @@ std::string site_problems_text(size_t count);
 std::string end_text(int signal, int exit_code);
 
 // One line that says why the case did not pass: its first failed check, error line or reason, or the calls
-// that failed unnoticed.
+// that failed unnoticed or differ from the baseline.
 std::string headline(const CaseResult &result);
 std::string headline(const FixtureResult &result);
 

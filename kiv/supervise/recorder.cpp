@@ -4,6 +4,7 @@
 #include <csignal>
 
 #include "kiv/files.h"
+#include "kiv/observers.h"
 #include "kiv/reports/wording.h"
 
 namespace kiv {
@@ -26,6 +27,12 @@ std::string reason_of(const WorkerEnd &end) {
     if (!end.how.empty()) return end.how;
     if (end.signal == SIGABRT) return "called abort";
     return reports::end_text(end.signal, end.exit_code);
+}
+
+// What differs from the baseline has failed, whatever else is good about it.
+template <typename Result>
+void count_differences(Result &result) {
+    if (result.differences.count > 0 && verdict_is_good(result.verdict)) result.verdict = Verdict::failed;
 }
 
 }  // namespace
@@ -76,6 +83,7 @@ void Recorder::start_item(Item item, int64_t time) {
     outcome_.restart();
     calls_.restart();
     operator_types_ = false;
+    sent_.clear();
 }
 
 void Recorder::fixture_begins(uint32_t folder, bool set_up, int64_t time) {
@@ -88,7 +96,9 @@ void Recorder::fixture_begins(uint32_t folder, bool set_up, int64_t time) {
         std::erase(open_, fixture_folder_);
 }
 
-void Recorder::report_fixture(const FixtureResult &fixture) {
+void Recorder::report_fixture(FixtureResult &fixture) {
+    for (Observer *observer : observers()) observer->complete(fixture);
+    count_differences(fixture);
     summary_.add(fixture);
     if (fixture.failed()) bad_seen_ = true;
     tell([&](Reporter &reporter) { reporter.fixture_ended(fixture); });
@@ -140,6 +150,10 @@ void Recorder::prepare_result(uint64_t position) {
     result_.checks = result_.failed_checks = 0;
     result_.calls.count = 0;
     result_.calls.unnoticed.clear();
+    result_.calls_told.left_out = 0;
+    result_.calls_told.calls.clear();
+    result_.differences.count = 0;
+    result_.differences.told.clear();
     result_.duration = result_.started = std::chrono::nanoseconds(0);
 }
 
@@ -165,6 +179,8 @@ void Recorder::emit_case() {
     if (!outcome_.failing_lines().empty()) result_.error_lines = outcome_.failing_lines();
     if (output_.size() > 0) output_.finish(&result_.output, &result_.output_size, &result_.output_file);
     if (calls_.failures().count > 0) result_.calls = calls_.failures();
+    for (Observer *observer : observers()) observer->complete(result_);
+    count_differences(result_);
     summary_.add(result_);
     if (!verdict_is_good(result_.verdict)) bad_seen_ = true;
     item_ = Item::none;
@@ -230,6 +246,18 @@ void Recorder::text(Printed kind, std::string_view text) {
         heed_told_failures();
     }
     if (console_->shows_output() || operator_types_) console_->live_output(text);
+}
+
+void Recorder::sent(std::string_view bytes, bool last) {
+    if (item_ == Item::none) return;
+    std::string_view whole = bytes;
+    if (!last || !sent_.empty()) {
+        sent_ += bytes;
+        whole = sent_;
+    }
+    if (!last) return;
+    for (Observer *observer : observers()) observer->received(whole);
+    sent_.clear();
 }
 
 void Recorder::reads_input(std::string_view source, uint32_t lines) {

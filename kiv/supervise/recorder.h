@@ -49,8 +49,10 @@ class Recorder : public Journal {
     void failed_call(const FailedCall &call) override;
     void status_checked(uint32_t status) override { calls_.checked(status); }
     void text(Printed kind, std::string_view text) override;
+    void sent(std::string_view bytes, bool last) override;
     void reads_input(std::string_view source, uint32_t lines) override;
     void note(std::string_view text) override;
+    void show(std::string_view line) override { console_->line(line); }
     void done() override { done_ = true; }
     bool go_on() override { return !(settings_.fail_fast && bad_seen_); }
 
@@ -98,7 +100,7 @@ class Recorder : public Journal {
     void close_group();
     void open_group(uint64_t position, uint32_t count);
     FixtureResult end_fixture(int64_t time, const Counters &counters);
-    void report_fixture(const FixtureResult &fixture);
+    void report_fixture(FixtureResult &fixture);
     void report_owed_tear_downs(const std::string &reason);
     Verdict judge(const Counters &counters);
     void finish_output();
@@ -139,6 +141,7 @@ class Recorder : public Journal {
     bool bad_seen_ = false;
     bool done_ = false;
     bool operator_types_ = false;
+    std::string sent_;   // pieces whose last one has not come
     std::string stray_;  // output between the items, kept for the next one
 };
 

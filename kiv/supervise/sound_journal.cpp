@@ -107,6 +107,10 @@ void SoundJournal::text(Printed kind, std::string_view text) {
     if (expect(kind == Printed::print || kind == Printed::direct)) journal_.text(kind, text);
 }
 
+void SoundJournal::sent(std::string_view bytes, bool last) {
+    if (expect(true)) journal_.sent(bytes, last);
+}
+
 void SoundJournal::reads_input(std::string_view source, uint32_t lines) {
     if (expect(true)) journal_.reads_input(source, lines);
 }

@@ -34,6 +34,7 @@ class SoundJournal : public Journal {
     void failed_call(const FailedCall &call) override;
     void status_checked(uint32_t status) override;
     void text(Printed kind, std::string_view text) override;
+    void sent(std::string_view bytes, bool last) override;
     void reads_input(std::string_view source, uint32_t lines) override;
     void note(std::string_view text) override;
     void done() override;

@@ -76,6 +76,7 @@ void record(CheckView &check) {
     if (live.journal == nullptr) return;
     if (live.call_failed) tell_status(check);
     if (!check.passed) ++live.counters->failed;
+    check.number = live.counters->checks;
     const bool kept = !check.passed && live.counters->failed <= Journal::kKeptFailures;
     if (!kept && !live.watched_checks) return;
     if (!check.is_condition && !check.passed) check.status_text = status_text(check.status);

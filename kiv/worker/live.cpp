@@ -68,6 +68,18 @@ void call_failed(std::string_view operation, uint32_t code, std::string_view cod
     live.journal->failed_call({code, operation, code_name, status_text(code)});
 }
 
+void send(std::string_view bytes) {
+    if (live.journal != nullptr) live.journal->sent(bytes, true);
+}
+
+void show(std::string_view line) {
+    if (note_taker != nullptr) note_taker->show(line);
+}
+
+Tally tally() {
+    return {live.counters->checks, live.counters->failed};
+}
+
 Journal *take_notes(Journal *journal) {
     Journal *const before = note_taker;
     note_taker = journal;

@@ -16,6 +16,7 @@
 #include "kivctl/site/scripts.h"
 #include "kivctl/site/tree.h"
 #include "kivctl/site/values.h"
+#include "trace/baseline.h"
 
 namespace kivctl {
 namespace {
@@ -23,6 +24,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char *kInventory = "card.toml", *kPlan = "plan";
+constexpr std::string_view kBaselineEnding = ".txt";
 
 void check_inventory(const std::string &directory, bool required, Tree &tree, Values &values,
                      Problems &problems) {
@@ -102,6 +104,33 @@ void check_strange_files(const Tree &tree, Problems &problems) {
     }
 }
 
+// The baseline: a file for each folder that has one.
+void check_baseline(const std::string &directory, Problems &problems) {
+    const std::string top = directory + "/baseline";
+    std::error_code ignored;
+    std::vector<std::string> files;
+    for (fs::recursive_directory_iterator at(top, ignored), end; at != end && !ignored; at.increment(ignored))
+        if (!at->is_directory(ignored)) files.push_back(at->path().string().substr(directory.size() + 1));
+    for (const std::string &file : files) {
+        const std::string folder = file.substr(file.find('/') + 1);
+        if (!folder.ends_with(kBaselineEnding) ||
+            !is_folder(folder.substr(0, folder.size() - kBaselineEnding.size()))) {
+            problems.add(
+                {file}, "",
+                join("a baseline is called FOLDER", kBaselineEnding, " after a folder of the suite"));
+            continue;
+        }
+        trace::Baseline baseline;
+        bool exists = false;
+        std::string error;
+        if (baseline.read_file(directory + "/" + file, &exists, &error)) continue;
+        // "PATH:LINE: TEXT", or "PATH: TEXT".
+        const std::string rest = error.substr(std::min(error.size(), directory.size() + 1 + file.size() + 1));
+        problems.add({file, std::atoi(rest.c_str())}, "",
+                     rest.substr(std::min(rest.size(), rest.find(' ') + 1)));
+    }
+}
+
 }  // namespace
 
 bool check_site(const std::string &directory, SiteCheck *check, std::string *error, const SiteUse &use) {
@@ -128,6 +157,7 @@ bool check_site(const std::string &directory, SiteCheck *check, std::string *err
     check_scripts(tree, values, problems);
     check_directories(tree, problems);
     check_strange_files(tree, problems);
+    if (use.reads_baseline) check_baseline(directory, problems);
     check->problems = problems.sorted();
     check->files = tree.files_read();
     check->cases = case_formats().size();

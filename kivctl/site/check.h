@@ -17,6 +17,7 @@ struct SiteCheck {
 struct SiteUse {
     bool simulated_card = false;  // which has no interfaces but those of the inventory
     bool reads_plan = true;       // false: whoever asks knows all cases, and checks the plan by them
+    bool reads_baseline = true;   // false: whoever asks reads it
 };
 
 // False, with *error set, when the directory is no site.

@@ -26,6 +26,7 @@ class JournalLines : public kiv::Journal {
         add("case-end", at(time), counters.failed);
     }
     void failed_check(const kiv::CheckView &check) override {
+        numbers_.push_back(check.number);
         text_ += std::string(check.is_condition ? "condition " : "code ") + std::to_string(check.status) +
                  " " + std::to_string(check.expected) + " " + std::to_string(check.line) + " " +
                  std::string(check.expected_name) + "|" + std::string(check.status_text) + "|" +
@@ -38,12 +39,14 @@ class JournalLines : public kiv::Journal {
         text_ += "\n";
         bytes_ += text.size();
     }
+    void sent(std::string_view bytes, bool last) override { add(last ? "sent" : "piece", bytes.size(), 0); }
     void reads_input(std::string_view source, uint32_t lines) override { add(std::string(source), lines, 0); }
     void note(std::string_view text) override { text_ += "note " + std::string(text) + "\n"; }
     void done() override { done_ = true; }
     bool go_on() override { return ++questions_ < answers_; }
 
     std::string text_;
+    std::vector<uint64_t> numbers_;  // of the failed checks
     uint64_t bytes_ = 0;
     bool done_ = false;
     bool timed_ = true;  // with the times that come with the events; else 0

@@ -44,11 +44,22 @@ class Watcher : public kiv::Observer {
              check.message + "|" + std::to_string(check.line));
     }
     void print(std::string_view text) override { tell("print " + std::string(text)); }
+    void received(std::string_view bytes) override {
+        tell("received " +
+             (bytes.size() > 100 ? std::to_string(bytes.size()) + " bytes" : std::string(bytes)));
+    }
+    void complete(kiv::CaseResult &result) override {
+        if (completes_) result.differences = {1, {"of " + result.selector()}};
+    }
+    void complete(kiv::FixtureResult &fixture) override {
+        if (completes_) fixture.differences = {1, {"of " + fixture.name()}};
+    }
     void worker_ends() override { tell("worker ends"); }
     const char *status_text(uint32_t status) override { return status == known_status_ ? "known" : nullptr; }
 
     std::string text_;
     unsigned interests_ = 0;
+    bool completes_ = false;
     uint32_t known_status_ = 0;
     std::function<void(int)> on_worker_begins_;
 

@@ -1,102 +1,29 @@
 // Calls of the default site's plan fail, one in each run: no such run is good and says nothing of it, and the
 // run in which none is made to fail raises no alarm.
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
+#include <cstdio>
 #include <iterator>
 #include <map>
-#include <string>
 #include <vector>
 
 #include "card/sim/backend.h"
-#include "kiv/observer.h"
 #include "tests/app/calls/fault.h"
-
-int prm_kiv_main(int argc, char **argv);  // the suite's
+#include "tests/app/calls/suite_run.h"
 
 namespace {
 
 using card::OperationId;
 using fault::Fault;
+using suite_run::Outcome;
 
-// What a run leaves for the process that started it.
-struct Outcome {
-    struct Call {
-        OperationId operation;
-        bool good;
-    };
-    bool good;  // it came to its end, and everything in it is good
-    size_t with_unnoticed_calls;
-    uint32_t calls;
-    Call call[8192];
-
-    bool silent() const { return good && with_unnoticed_calls == 0; }
-};
-
-Outcome &outcome() {
-    static Outcome *const shared = static_cast<Outcome *>(
-        mmap(nullptr, sizeof(Outcome), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-    return *shared;
-}
-
-void note_call(OperationId operation, prm_status_t status) {
-    Outcome &run = outcome();
-    if (run.calls < std::size(run.call)) run.call[run.calls++] = {operation, status == CERR_SUCCESS};
-}
-
-// Subscribed behind the glue of the card: what it chooses stands in front of the simulated card.
-class Saboteur : public kiv::Observer {
-  public:
-    explicit Saboteur(const Fault &fault) : fault_(fault) {}
-    void worker_begins(int) override {
-        card::use_backend(&fault::in_front_of(sim::backend(), fault_, note_call));
-    }
-    void run_ended(const kiv::Summary &summary) override {
-        outcome().good = summary.good();
-        outcome().with_unnoticed_calls = summary.with_unnoticed_calls;
-    }
-
-  private:
-    const Fault fault_;
-};
-
-// In a process that begins like a fresh program.
-[[noreturn]] void run_suite(const Fault &fault, const std::string &directory, const char *selection) {
-    const int nothing = open("/dev/null", O_RDWR);
-    for (const int fd : {0, 1, 2}) dup2(nothing, fd);
-    unsetenv("CI");
-    Saboteur saboteur(fault);
-    kiv::subscribe(&saboteur);
-    std::vector<std::string> words = {"prm_kiv",         "--no-fork", "--quiet", "--site",
-                                      CARD_DEFAULT_SITE, "--out",     directory};
-    if (selection != nullptr) words.emplace_back(selection);
-    std::vector<char *> arguments;
-    for (std::string &word : words) arguments.push_back(word.data());
-    prm_kiv_main(static_cast<int>(words.size()), arguments.data());
-    _exit(0);
-}
-
-// What came of it stays until the next run.
+// Without the baseline, which sees every call.
 const Outcome &run_with(const Fault &fault, const char *selection = nullptr) {
-    const std::string directory = testing::TempDir() + "unnoticed." + std::to_string(getpid());
-    std::filesystem::remove_all(directory);
-    Outcome &run = outcome();
-    run.good = false;
-    run.with_unnoticed_calls = 0;
-    run.calls = 0;
-    const pid_t child = fork();
-    if (child == 0) run_suite(fault, directory, selection);
-    int status = 0;
-    waitpid(child, &status, 0);
-    if (!WIFEXITED(status)) run.good = false;  // a case ended it
-    std::filesystem::remove_all(directory);
-    return run;
+    std::vector<std::string> words = {"--no-baseline"};
+    if (selection != nullptr) words.emplace_back(selection);
+    return suite_run::run(
+        [&] { card::use_backend(&fault::in_front_of(sim::backend(), fault, suite_run::note_call)); }, words);
 }
 
 // A code that no operation answers by itself.

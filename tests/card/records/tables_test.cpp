@@ -164,7 +164,11 @@ TEST(FieldTables, EveryKindOfHandleHasAWord) {
 
 TEST(FieldTables, HandlesAmongTheArgumentsAreKnown) {
     EXPECT_EQ(argument_kind(OperationId::prm_srh_bd_add, "client"), PRM_HANDLE_CLIENT);
-    EXPECT_EQ(argument_kind(OperationId::prm_mgr_open, "client"), PRM_HANDLE_NONE);
+    EXPECT_EQ(argument_kind(OperationId::prm_mgr_open, "name"), PRM_HANDLE_NONE);
+    EXPECT_EQ(argument_kind(OperationId::prm_mgr_open, "manager"), PRM_HANDLE_EVENT_MANAGER);
+    EXPECT_EQ(argument_kind(OperationId::prm_srh_register, "manager"), PRM_HANDLE_EVENT_MANAGER);
+    EXPECT_EQ(result_kind(OperationId::event_manager_create), PRM_HANDLE_EVENT_MANAGER);
+    EXPECT_EQ(result_kind(OperationId::prm_mgr_open), PRM_HANDLE_NONE);
     EXPECT_EQ(argument_kind(OperationId::prm_stats_cl_alloc, "pointer"), PRM_HANDLE_STATISTICS);
     EXPECT_EQ(argument_kind(OperationId::prm_stats_cl_alloc, "count"), PRM_HANDLE_NONE);
     EXPECT_EQ(argument_kind(OperationId::uidb_delete_interface, "if_handle"), PRM_HANDLE_INTERFACE);

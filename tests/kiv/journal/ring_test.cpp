@@ -176,8 +176,8 @@ TEST_F(RingTest, TextsThatRunOverTheirRecordAreDamage) {
         {12, [](kiv::Journal &journal) { journal.text(Printed::print, "12345678"); }},
         {12, [](kiv::Journal &journal) { journal.reads_input("12345678", 1); }},
         {8, [](kiv::Journal &journal) { journal.note("12345678"); }},
-        {24, [](kiv::Journal &journal) { journal.failed_check(CheckView()); }},
-        {40, [](kiv::Journal &journal) { journal.failed_check(CheckView()); }},
+        {32, [](kiv::Journal &journal) { journal.failed_check(CheckView()); }},
+        {48, [](kiv::Journal &journal) { journal.failed_check(CheckView()); }},
     };
     for (const auto &[place, tell_one] : kCases) {
         for (const uint32_t wrong : {20u, 0xffffffffu}) {

@@ -13,6 +13,7 @@
 #include "tests/kiv/lines.h"
 #include "tests/kiv/process.h"
 #include "tests/kiv/suite.h"
+#include "tests/kiv/watcher.h"
 
 namespace {
 
@@ -174,6 +175,51 @@ TEST_F(RecorderTest, DyingWorkerLeavesACaseAndTheTearDownsItOwes) {
     EXPECT_EQ(recorder_->dead_set_up(), nullptr);
     EXPECT_EQ(recorder_->next_position(), 1u);
     EXPECT_EQ(recorder_->group_end(), 3u);
+}
+
+TEST_F(RecorderTest, ObserversCompleteEveryResultBeforeItIsTold) {
+    kiv_test::Watcher::fresh().completes_ = true;
+    fixture(0, true);
+    run_case(0);
+    recorder_->case_begins(1, kStart);
+    recorder_->worker_died(ended_by(SIGABRT), kStart, {});
+    recorder_->skip_to(3, "left out");
+    kiv_test::Watcher::fresh();
+    for (const kiv::CaseResult &result : told_->cases_)
+        EXPECT_THAT(result.differences.told, ElementsAre("of " + result.selector()));
+    EXPECT_EQ(told_->cases_.size(), 3u);
+    ASSERT_EQ(told_->fixtures_.size(), 2u);
+    EXPECT_THAT(told_->fixtures_[0].differences.told, ElementsAre("of set-up of outer"));
+    EXPECT_THAT(told_->fixtures_[1].differences.told, ElementsAre("of tear-down of outer"));
+}
+
+TEST_F(RecorderTest, WhatDiffersFromTheBaselineHasFailed) {
+    kiv_test::Watcher::fresh().completes_ = true;
+    fixture(0, true);
+    run_case(0);
+    recorder_->case_begins(1, kStart);
+    recorder_->worker_died(ended_by(SIGABRT), kStart, {});
+    kiv_test::Watcher::fresh();
+    EXPECT_EQ(told_->fixtures_[0].verdict, kiv::Verdict::failed);
+    EXPECT_EQ(told_->cases_[0].verdict, kiv::Verdict::failed);
+    EXPECT_EQ(told_->cases_[1].verdict, kiv::Verdict::aborted);
+    EXPECT_EQ(recorder_->summary().differences, 4u) << "of the tear-down, which did not run, too";
+    EXPECT_EQ(recorder_->summary().with_differences, 4u);
+    EXPECT_FALSE(recorder_->summary().good());
+}
+
+TEST_F(RecorderTest, WhatWasSentInPiecesIsReceivedWhole) {
+    kiv_test::Watcher &watcher = kiv_test::Watcher::fresh();
+    recorder_->sent("before a case", true);
+    recorder_->case_begins(0, kStart);
+    recorder_->sent("on", false);
+    recorder_->sent("e", true);
+    recorder_->sent("two", true);
+    recorder_->sent("never ended", false);
+    recorder_->case_ended(kStart, {});
+    recorder_->case_begins(1, kStart);
+    recorder_->sent("three", true);
+    EXPECT_EQ(watcher.text_, "received one\nreceived two\nreceived three\n");
 }
 
 TEST_F(RecorderTest, EndOfAWorkerHasAVerdictAndAReason) {

@@ -160,6 +160,12 @@ int opens_a_file() {
     return passes();
 }
 
+int sends_and_dies() {
+    kiv::send("first");
+    kiv::send(std::string(300'000, 'x'));
+    abort();
+}
+
 // Does something beside the test, from a process of its own, which ends with this.
 class Beside {
   public:
@@ -399,6 +405,13 @@ TEST_F(SupervisorTest, WorkerThatHangsBetweenCasesIsEnded) {
     EXPECT_THAT(run(), HasSubstr("no worker came as far"));
     EXPECT_EQ(fixtures_.at(0).reason, "did nothing for 100 ms between cases");
     EXPECT_EQ(fixtures_.at(0).verdict, kiv::Verdict::timed_out);
+}
+
+TEST_F(SupervisorTest, WhatAWorkerSendsArrivesWholeAlthoughItDies) {
+    Watcher &watcher = Watcher::fresh();
+    add("sends", sends_and_dies);
+    run();
+    EXPECT_EQ(watcher.text_, "received first\nreceived 300000 bytes\n");
 }
 
 TEST_F(SupervisorTest, EachWorkerHasItsNumberAndItsNotesArrive) {

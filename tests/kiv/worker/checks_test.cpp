@@ -43,6 +43,16 @@ TEST_F(ChecksTest, StatusCheckReturnsWhetherItPassed) {
     EXPECT_EQ(journal_.text_, "code 3 4 5 NAME|||file|function\n");
 }
 
+TEST_F(ChecksTest, FailedCheckKnowsItsNumber) {
+    check_status(0);
+    check_condition(0);
+    check_status(0);
+    check_status(1);
+    EXPECT_THAT(journal_.numbers_, testing::ElementsAre(2, 4));
+    EXPECT_EQ(kiv::tally().checks, 4u);
+    EXPECT_EQ(kiv::tally().failed, 2u);
+}
+
 TEST_F(ChecksTest, ConditionIsReturnedAsItCame) {
     EXPECT_EQ(check_condition(22), 22);
     EXPECT_EQ(check_condition(0), 0);

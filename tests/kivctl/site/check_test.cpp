@@ -39,6 +39,20 @@ TEST_F(CheckTest, ProblemsStandByFileAndLine) {
                                         HasSubstr("cases/prm-kiv-l2-bdl/kiv_tcs_input_file:1: ")));
 }
 
+TEST_F(CheckTest, ABaselineIsReadAndBelongsToAFolder) {
+    put("baseline/acl.txt", "set-up\n  a(1) = 0\n\ncase x: passed, 1 check\n  b({c 1}) = 0\n");
+    put("baseline/span/session.txt", "case x: passed, 1 check\n");
+    EXPECT_THAT(problems(), IsEmpty());
+    put("baseline/qos.txt", "case x: passed, 1 check\n  a(1\n");
+    put("baseline/other.txt", "");
+    put("baseline/span/session", "");
+    const std::string called = "a baseline is called FOLDER.txt after a folder of the suite";
+    EXPECT_THAT(problems(),
+                ElementsAre("baseline/other.txt: " + called,
+                            "baseline/qos.txt:2: not a call: OPERATION(ARGUMENTS) = RESULT is wanted",
+                            "baseline/span/session: " + called));
+}
+
 TEST_F(CheckTest, FilesThatAreMissing) {
     std::filesystem::remove(directory_.path("site/cases/prm-kiv-l2-vpls/kiv_tcs_input_file"));
     std::filesystem::remove(

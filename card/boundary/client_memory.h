@@ -1,12 +1,12 @@
 // Whether memory that a client's record points at can be touched, so that a stray pointer is an invalid
 // argument and not a crash. Asks the kernel, a page at a time; takes no signal handlers.
-#ifndef CARD_SIM_CLIENT_MEMORY_H
-#define CARD_SIM_CLIENT_MEMORY_H
+#ifndef CARD_BOUNDARY_CLIENT_MEMORY_H
+#define CARD_BOUNDARY_CLIENT_MEMORY_H
 
 #include <cstddef>
 #include <cstdint>
 
-namespace sim {
+namespace card {
 
 // Lives for one call: a page found good is not asked about again.
 class ClientMemory {
@@ -21,6 +21,6 @@ class ClientMemory {
     uintptr_t readable_page_ = kNoPage, writable_page_ = kNoPage;
 };
 
-}  // namespace sim
+}  // namespace card
 
 #endif

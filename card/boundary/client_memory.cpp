@@ -1,5 +1,5 @@
 // Asks the kernel about a page by calls that make no sense otherwise: it looks at their memory first.
-#include "card/sim/client_memory.h"
+#include "card/boundary/client_memory.h"
 
 #include <linux/futex.h>
 #include <sys/syscall.h>
@@ -7,7 +7,7 @@
 
 #include <cerrno>
 
-namespace sim {
+namespace card {
 namespace {
 
 constexpr uintptr_t kPage = 4096;  // the smallest; larger pages are asked about more than once
@@ -52,4 +52,4 @@ bool ClientMemory::writable(void *start, size_t size) {
     return every_page(start, size, &writable_page_, kernel_writes);
 }
 
-}  // namespace sim
+}  // namespace card
