@@ -1,6 +1,8 @@
 // Names and texts of the codes.
 #include "card/codes.h"
 
+#include <iterator>
+
 namespace card {
 namespace {
 
@@ -38,6 +40,12 @@ const char *code_text(u32 code) {
 const char *code_name(u32 code) {
     const CodeRow *const row = row_of(code);
     return row != nullptr ? row->name : nullptr;
+}
+
+const char *code_name_at(size_t index, u32 *code) {
+    if (index >= std::size(kCodes)) return nullptr;
+    *code = kCodes[index].code;
+    return kCodes[index].name;
 }
 
 }  // namespace card

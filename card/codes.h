@@ -19,6 +19,9 @@ const char *code_text(u32 code);
 // Name of a code ("CARD_ERROR_TABLE_FULL"), or null for an unknown one.
 const char *code_name(u32 code);
 
+// The codes that have a name, one after the other: that with the index, or null behind the last.
+const char *code_name_at(size_t index, u32 *code);
+
 }  // namespace card
 
 #endif
