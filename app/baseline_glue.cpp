@@ -3,7 +3,7 @@
 // The recorder (trace_glue.cpp) sends the calls of every case and fixture out of the worker; here, in the
 // supervising process, they become lines when the case has its verdict.
 #include <fcntl.h>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <sys/stat.h>
 #include <unistd.h>
 

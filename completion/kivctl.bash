@@ -22,7 +22,12 @@ _kivctl() {
                 return
             fi
             ;;
-        --factor | --at-least)
+        --fault)
+            mapfile -t COMPREPLY < <(compgen -W "$("$program" sweep --help 2>/dev/null |
+                sed -n '/^Faults:/,/^Columns:/ s/^  \([a-z]*\) .*/\1/p')" -- "$word")
+            return
+            ;;
+        --factor | --at-least | --jobs | --sample | --limit | --operation)
             return
             ;;
     esac

@@ -22,6 +22,12 @@ _prm_kiv() {
             compopt -o nospace 2>/dev/null
             return
             ;;
+        --fault)
+            mapfile -t COMPREPLY < <(compgen -W "$("$program" --list-faults 2>/dev/null |
+                sed -n 's/^\(family:[a-z0-9_]*\)$/\1/p; s/^  \([a-z0-9_]*\):.*/\1/p')" -- "$word")
+            compopt -o nospace 2>/dev/null
+            return
+            ;;
         --exclude) ;;
         --*)
             # What the option before takes stands one blank behind it in the help; a flag takes nothing.

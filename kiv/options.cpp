@@ -366,6 +366,8 @@ Parsed parse_options(int argc, char **argv, CLI::App &app, Options *options,
     } catch (const CLI::CallForHelp &) {
         printf("%s", app.help().c_str());
         return Parsed::nothing_to_do;
+    } catch (const CLI::Success &) {  // an observer's option that was all there was to do
+        return Parsed::nothing_to_do;
     } catch (const CLI::ParseError &wrong) {
         return mistake(name, wrong.what(), options);
     }

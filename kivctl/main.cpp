@@ -21,6 +21,7 @@ int run(int argc, char **argv) {
     kivctl::add_report(app, &status);
     kivctl::add_site(app, &status);
     kivctl::add_card(app, &status);
+    kivctl::add_sweep(app, &status);
     signal(SIGXFSZ, SIG_IGN);  // writing fails instead, which is said
     try {
         app.parse(argc, argv);

@@ -2,7 +2,7 @@
 #include "trace/baseline.h"
 
 #include <fcntl.h>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <fmt/ranges.h>
 #include <sys/stat.h>
 #include <unistd.h>

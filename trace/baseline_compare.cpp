@@ -1,7 +1,7 @@
 // Comparison with a baseline: see baseline_compare.h.
 #include "trace/baseline_compare.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <utility>

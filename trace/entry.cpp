@@ -113,7 +113,8 @@ bool read_call_begins(Bytes entry, const Schema &schema, Call *call) {
     if (head.operation >= schema.operations.size()) return false;
     const Operation &operation = schema.operations[head.operation];
     if (begins.arguments != operation.row.parameters.size() || begins.blocks > kMostBlocks) return false;
-    *call = Call();
+    static const Call kNone;
+    *call = kNone;
     call->operation = &operation;
     call->sequence = begins.sequence;
     call->checks = begins.checks;

@@ -1,7 +1,7 @@
 // Names for what the platform hands out: see naming.h.
 #include "trace/naming.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <cstring>

@@ -1,7 +1,7 @@
 // What a call says: see text.h.
 #include "trace/text.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <bit>

@@ -17,8 +17,8 @@ constexpr const char *kTwo =
     R"("Differences":["call 3: prm_srh_bd_add: bd_id: 7, baseline 8","call 4 is additional: x() = 0"],)";
 
 // A run of a set-up and a case.
-std::string run_with(const std::string &verdict, const std::string &of_case,
-                     const std::string &of_fixture = "", const std::string &sums = "") {
+std::string run_that_differs(const std::string &verdict, const std::string &of_case,
+                             const std::string &of_fixture = "", const std::string &sums = "") {
     const std::string action = verdict == "passed" ? "pass" : "fail";
     const std::string set_up = of_fixture.empty() ? "passed" : "failed";
     return R"({"Time":"2026-11-21T04:00:00.000Z","Action":"start","Format":1,"Program":"prm_kiv","SelectedCases":1,)"
@@ -44,18 +44,18 @@ class DifferencesTest : public testing::Test {
 };
 
 TEST_F(DifferencesTest, AreNotGoodUnlessTheyAreAllowed) {
-    const std::string results = directory_.write("results.jsonl", run_with("failed", kTwo));
+    const std::string results = directory_.write("results.jsonl", run_that_differs("failed", kTwo));
     const Ran ran = kivctl("gate " + results);
     EXPECT_EQ(ran.status, 1);
     EXPECT_THAT(ran.out, HasSubstr("a/x: 2 differences from the baseline: call 3: prm_srh_bd_add: bd_id: 7, "
                                    "baseline 8, and 1 more\n"));
     EXPECT_EQ(kivctl("gate --allow-differences " + results).status, 0);
-    const std::string good = directory_.write("good.jsonl", run_with("passed", ""));
+    const std::string good = directory_.write("good.jsonl", run_that_differs("passed", ""));
     EXPECT_EQ(kivctl("gate " + good).status, 0);
 }
 
 TEST_F(DifferencesTest, OfAFixtureCountToo) {
-    const std::string results = directory_.write("results.jsonl", run_with("passed", "", kTwo));
+    const std::string results = directory_.write("results.jsonl", run_that_differs("passed", "", kTwo));
     const Ran ran = kivctl("gate " + results);
     EXPECT_EQ(ran.status, 1);
     EXPECT_THAT(ran.out, HasSubstr("set-up of a: 2 differences from the baseline: call 3"));
@@ -63,16 +63,16 @@ TEST_F(DifferencesTest, OfAFixtureCountToo) {
 }
 
 TEST_F(DifferencesTest, AllowedOnesExcuseNothingElse) {
-    const std::string crashed = directory_.write("crashed.jsonl", run_with("crashed", kTwo));
+    const std::string crashed = directory_.write("crashed.jsonl", run_that_differs("crashed", kTwo));
     EXPECT_EQ(kivctl("gate --allow-differences " + crashed).status, 1);
     const std::string check = R"("FailedChecks":1,)";
-    const std::string failed = directory_.write("failed.jsonl", run_with("failed", kTwo + check));
+    const std::string failed = directory_.write("failed.jsonl", run_that_differs("failed", kTwo + check));
     EXPECT_EQ(kivctl("gate --allow-differences " + failed).status, 1);
 }
 
 TEST_F(DifferencesTest, SurviveMergeAndReport) {
     const std::string results = directory_.write(
-        "results.jsonl", run_with("failed", kTwo, kTwo, R"("Differences":4,"WithDifferences":2,)"));
+        "results.jsonl", run_that_differs("failed", kTwo, kTwo, R"("Differences":4,"WithDifferences":2,)"));
     const std::string merged = directory_.write("merged.jsonl", ""),
                       again = directory_.write("again.jsonl", ""), junit = directory_.write("again.xml", ""),
                       tap = directory_.write("again.tap", "");
@@ -93,16 +93,17 @@ TEST_F(DifferencesTest, SurviveMergeAndReport) {
 }
 
 TEST_F(DifferencesTest, MoreThanAreToldAreCounted) {
-    const std::string results =
-        directory_.write("results.jsonl", run_with("failed", std::string(kTwo) + R"("DifferenceCount":70,)"));
+    const std::string results = directory_.write(
+        "results.jsonl", run_that_differs("failed", std::string(kTwo) + R"("DifferenceCount":70,)"));
     EXPECT_THAT(kivctl("gate " + results).out, HasSubstr("70 differences from the baseline: call 3"));
-    const std::string broken =
-        directory_.write("broken.jsonl", run_with("failed", std::string(kTwo) + R"("DifferenceCount":1,)"));
+    const std::string broken = directory_.write(
+        "broken.jsonl", run_that_differs("failed", std::string(kTwo) + R"("DifferenceCount":1,)"));
     const Ran ran = kivctl("gate " + broken);
     EXPECT_EQ(ran.status, 2);
     EXPECT_THAT(ran.err, HasSubstr("DifferenceCount: fewer than are told"));
     EXPECT_THAT(
-        kivctl("gate " + directory_.write("list.jsonl", run_with("failed", R"("Differences":3,)"))).err,
+        kivctl("gate " + directory_.write("list.jsonl", run_that_differs("failed", R"("Differences":3,)")))
+            .err,
         HasSubstr("Differences: not a list"));
 }
 

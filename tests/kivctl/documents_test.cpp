@@ -48,7 +48,7 @@ TEST(ManPages, RenderWithoutWarnings) {
 TEST(ManPages, NameEveryOptionOfKivctl) {
     const std::set<std::string> described = options_in(rendered("kivctl.1"));
     for (const char *const command :
-         {"gate", "rerun", "merge", "compare", "report", "site check", "site new"})
+         {"gate", "rerun", "merge", "compare", "report", "site check", "site new", "sweep"})
         for (const std::string &option : options_in(kivctl(std::string(command) + " --help").out))
             EXPECT_TRUE(described.contains(option) || option == "--help") << command << " " << option;
 }
@@ -109,6 +109,7 @@ TEST(Completion, KivctlOffersOptionsAndTheirWords) {
     EXPECT_THAT(complete_kivctl({"gate", "--unchecked", ""}), ElementsAre("fail", "ignore"));
     EXPECT_THAT(complete_kivctl({"gate", "--failed-calls", ""}), ElementsAre("fail", "ignore"));
     EXPECT_THAT(complete_kivctl({"report", "--"}), IsSupersetOf({"--junit", "--tap", "--html", "--json"}));
+    EXPECT_THAT(complete_kivctl({"sweep", "--fault", "d"}), ElementsAre("dies", "delayed"));
     EXPECT_THAT(complete_kivctl({"compare", "--f"}), ElementsAre("--factor", "--fail-on-slower"));
 }
 
@@ -131,6 +132,7 @@ class PrmKivCompletion : public testing::Test {
             "  --list-folders) printf 'acl\\nspan/manual\\nspan/session\\n' ;;\n"
             "  '--all --list') printf 'acl/create\\nacl/modify\\nspan/session/a\\n"
             "span/session/b#2\\n' ;;\n"
+            "  --list-faults) printf 'How\\nfamily:l2\\n  prm_srh_bd_add: bd_id\\n' ;;\n"
             "  --help) printf '  -l,--list   List\\n  --list-json  The same\\n  --plan FILE  A plan\\n"
             "  --site DIR   A site\\n  --timeout SECONDS\\n' ;;\n"
             "esac\n");
@@ -157,6 +159,7 @@ TEST_F(PrmKivCompletion, OffersOptionsAndTheirWords) {
     EXPECT_THAT(offered({"--on-crash", "next"}), ElementsAre("next-folder", "next-case"));
     EXPECT_THAT(offered({"--color", "a"}), ElementsAre("auto", "always"));
     EXPECT_THAT(offered({"--failed-calls", ""}), ElementsAre("fail", "ignore"));
+    EXPECT_THAT(offered({"--fault", ""}), ElementsAre("family:l2", "prm_srh_bd_add"));
     EXPECT_THAT(offered({"--plan", "prm"}), ElementsAre("prm_kiv"));
     EXPECT_THAT(offered({"--plan", "none"}), IsEmpty());
     directory_.write("site/plan", "");

@@ -20,7 +20,7 @@ namespace {
 using card::OperationId;
 using Calls = std::map<OperationId, uint32_t>;
 
-const suite_run::Outcome &run_with(const flip::Flip &flip, const std::vector<std::string> &words = {}) {
+const suite_run::Outcome &differing_run(const flip::Flip &flip, const std::vector<std::string> &words = {}) {
     return suite_run::run(
         [&] {
             card::use_backend(&flip::in_front_of(
@@ -30,7 +30,7 @@ const suite_run::Outcome &run_with(const flip::Flip &flip, const std::vector<std
         words);
 }
 
-const suite_run::Outcome &run_with(const fault::Fault &fault) {
+const suite_run::Outcome &differing_run(const fault::Fault &fault) {
     return suite_run::run([&] {
         card::use_backend(
             &card::with_layers(fault::in_front_of(sim::backend(), fault, suite_run::note_call)));
@@ -53,9 +53,9 @@ std::vector<uint32_t> some_of(uint32_t calls) {
 }
 
 TEST(Baseline, IsKeptByEveryRun) {
-    for (const std::vector<std::string> &words :
-         std::vector<std::vector<std::string>>{{}, {"--all"}, {"acl", "prm-kiv"}, {"qos", "acl"}, {"--repeat", "2", "acl"}}) {
-        const suite_run::Outcome &run = run_with(flip::Flip{}, words);
+    for (const std::vector<std::string> &words : std::vector<std::vector<std::string>>{
+             {}, {"--all"}, {"acl", "prm-kiv"}, {"qos", "acl"}, {"--repeat", "2", "acl"}}) {
+        const suite_run::Outcome &run = differing_run(flip::Flip{}, words);
         EXPECT_TRUE(run.good) << testing::PrintToString(words);
         EXPECT_EQ(run.differences, 0u) << testing::PrintToString(words);
     }
@@ -63,9 +63,9 @@ TEST(Baseline, IsKeptByEveryRun) {
 
 TEST(Baseline, NoFlippedBitGoesUnnoticed) {
     size_t flipped = 0;
-    for (const auto &[operation, calls] : calls_of(run_with(flip::Flip{}))) {
+    for (const auto &[operation, calls] : calls_of(differing_run(flip::Flip{}))) {
         for (const uint32_t call : some_of(calls)) {
-            const suite_run::Outcome &run = run_with(flip::Flip{operation, call, 1});
+            const suite_run::Outcome &run = differing_run(flip::Flip{operation, call, 1});
             EXPECT_FALSE(run.good) << card::row(operation).name << ", call " << call;
             EXPECT_GT(run.differences, 0u) << card::row(operation).name << ", call " << call;
             ++flipped;
@@ -76,9 +76,9 @@ TEST(Baseline, NoFlippedBitGoesUnnoticed) {
 
 TEST(Baseline, NoFailedCallGoesUnnoticed) {
     size_t failed = 0;
-    for (const auto &[operation, calls] : calls_of(run_with(fault::Fault{}))) {
+    for (const auto &[operation, calls] : calls_of(differing_run(fault::Fault{}))) {
         const uint32_t call = (calls + 1) / 2;
-        const suite_run::Outcome &run = run_with(fault::Fault{operation, call, 0x5CA0F200});
+        const suite_run::Outcome &run = differing_run(fault::Fault{operation, call, 0x5CA0F200});
         EXPECT_FALSE(run.good) << card::row(operation).name << ", call " << call;
         EXPECT_GT(run.differences, 0u) << card::row(operation).name << ", call " << call;
         ++failed;
@@ -109,14 +109,14 @@ void expect_a_full_table(const Calls &calls, Run run) {
 
 TEST(Baseline, DISABLED_TableOfEveryFlippedCall) {
     for (const uint64_t seed : {1, 2})
-        expect_a_full_table(calls_of(run_with(flip::Flip{})), [&](OperationId operation, uint32_t call) {
-            return run_with(flip::Flip{operation, call, seed});
+        expect_a_full_table(calls_of(differing_run(flip::Flip{})), [&](OperationId operation, uint32_t call) {
+            return differing_run(flip::Flip{operation, call, seed});
         });
 }
 
 TEST(Baseline, DISABLED_TableOfEveryFailedCall) {
-    expect_a_full_table(calls_of(run_with(fault::Fault{})), [](OperationId operation, uint32_t call) {
-        return run_with(fault::Fault{operation, call, 0x5CA0F200});
+    expect_a_full_table(calls_of(differing_run(fault::Fault{})), [](OperationId operation, uint32_t call) {
+        return differing_run(fault::Fault{operation, call, 0x5CA0F200});
     });
 }
 
