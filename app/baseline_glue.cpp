@@ -278,7 +278,8 @@ class BaselineGlue : public kiv::Observer {
         }
         return std::ranges::all_of(after, [&](const std::string &other) {
             const auto before = folders_.find(other);
-            return before != folders_.end() && (update_ ? before->second->begun : before->second->ran);
+            return before != folders_.end() &&
+                   (update_ ? before->second->begun && before->second->can_be_written : before->second->ran);
         });
     }
 
