@@ -95,10 +95,10 @@ class Question {
 int ask_standings(const Options &options) {
     const Question question(options);
     if (!options.html.empty()) {
+        const std::string page = history::page_of(question.asked());
         std::string error;
-        if (!kiv::write_file(options.html, history::page_of(question.asked()), &error))
-            return unusable(error);
-        return kGood;
+        if (options.html == "-") return question.answer(page, false);
+        return kiv::write_file(options.html, page, &error) ? kGood : unusable(error);
     }
     const auto groups = question.groups(kCards);
     auto found = history::standings(question.runs(), groups);

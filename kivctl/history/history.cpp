@@ -11,6 +11,17 @@
 #include "kivctl/history/schema.h"
 
 namespace kivctl::history {
+namespace {
+
+bool are_verdicts(std::string_view letters) {
+    bool known[256] = {};
+    for (const char letter : kVerdictLetters) known[static_cast<uint8_t>(letter)] = true;
+    return std::all_of(letters.begin(), letters.end(),
+                       [&](char letter) { return known[static_cast<uint8_t>(letter)]; });
+}
+
+}  // namespace
+
 bool has_labels(const Run &run, const Labels &labels) {
     return std::all_of(labels.begin(), labels.end(),
                        [&](const auto &label) { return run.label(label.first) == label.second; });
@@ -46,7 +57,7 @@ void parse_numbers(std::string_view text, std::vector<int64_t> *numbers) {
         int64_t number = 0;
         const auto [after, error] = std::from_chars(at, end, number);
         if (error == std::errc()) numbers->push_back(number);
-        at = after + 1;
+        at = after < end ? after + 1 : end;
     }
 }
 
@@ -77,7 +88,8 @@ void History::read_subjects() {
     std::vector<int64_t> numbers;
     while (all.step()) {
         parse_numbers(all.text(1), &numbers);
-        lineups.resize(static_cast<size_t>(std::max<int64_t>(all.number(0), 0)) + 1);
+        lineup_of_[all.number(0)] = lineups.size();
+        lineups.emplace_back();
         for (const int64_t number : numbers) {
             const auto found = index.find(number);
             if (found == index.end())
@@ -96,11 +108,13 @@ void History::read_runs(const Filter &filter) {
         run.id = statement.number(0);
         run.started = statement.number(1);
         run.program = statement.text(2);
-        run.lineup = static_cast<size_t>(statement.number(3));
         run.verdicts = statement.text(4);
-        if (run.lineup >= lineups.size() || lineups[run.lineup].size() != run.verdicts.size())
+        const auto lineup = lineup_of_.find(statement.number(3));
+        if (lineup == lineup_of_.end() || lineups[lineup->second].size() != run.verdicts.size() ||
+            !are_verdicts(run.verdicts))
             throw DatabaseError("the history is damaged: run " + std::to_string(run.id) +
                                 " does not fit its line-up");
+        run.lineup = lineup->second;
         runs.push_back(std::move(run));
     }
     // In the same order as the runs.

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -110,6 +111,7 @@ class History {
     Database &database_;
     mutable Statement find_durations_, find_failures_, find_text_;
     uint32_t worker_ = kNone;
+    std::unordered_map<int64_t, size_t> lineup_of_;  // by number in the database
 };
 
 // The numbers of a JSON list of whole numbers.

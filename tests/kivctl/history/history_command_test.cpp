@@ -157,6 +157,18 @@ TEST_F(HistoryCommand, AnswersEachQuestion) {
             EXPECT_TRUE(line.is_object()) << question;
 }
 
+TEST_F(HistoryCommand, WritesAPage) {
+    three_nights();
+    const std::string page = directory_.path("page.html");
+    const Ran ran = kivctl("history --html " + page + db());
+    EXPECT_EQ(ran.status, 0) << ran.err;
+    EXPECT_THAT(ran.out, IsEmpty());
+    EXPECT_EQ(kiv_test::read_text(page), kivctl("history --html -" + db()).out);
+    EXPECT_THAT(kiv_test::read_text(page), EndsWith("</html>\n"));
+    EXPECT_EQ(kivctl("history --html /nowhere/page.html" + db()).status, 2);
+    EXPECT_EQ(kivctl("history --html /dev/full" + db()).status, 2);
+}
+
 TEST_F(HistoryCommand, TheVariableNamesTheHistory) {
     EXPECT_EQ(shell("KIV_HISTORY=" + directory_.path("v.db") + " " KIVCTL " store " + night(1)).status, 0);
     EXPECT_EQ(shell("KIV_HISTORY=" + directory_.path("v.db") + " " KIVCTL " history").status, 0);

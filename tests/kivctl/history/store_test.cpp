@@ -255,6 +255,21 @@ TEST(Database, WhatDidNotFitIsNotHalfThere) {
     EXPECT_EQ(database.number("SELECT count(*) FROM pragma_foreign_key_check"), 0);
 }
 
+TEST(Database, WhatDoesNotFitTogetherIsSaid) {
+    for (const char *const damage :
+         {"UPDATE run SET verdicts = verdicts || 'p'", "UPDATE run SET verdicts = 'xx'",
+          "UPDATE run SET lineup = 99", "UPDATE lineup SET subjects = '[1,77]'",
+          "UPDATE lineup SET subjects = 'nonsense'", "UPDATE run SET lineup = 9223372036854775807"}) {
+        Kept kept;
+        kept.add(run_of(0, {{"f", "a"}, {"f", "b"}}));
+        sql(kept.path(), damage);
+        Database database = Database::to_read(kept.path(), {});
+        EXPECT_THAT(message([&] { const History history(database, {}); }),
+                    HasSubstr("the history is damaged: "))
+            << damage;
+    }
+}
+
 TEST(Database, ToReadThereMustBeOne) {
     Kept kept;
     EXPECT_THAT(message([&] { Database::to_read(kept.directory().path("none"), {}); }),
