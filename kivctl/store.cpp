@@ -24,7 +24,7 @@ int store(const Options &options) {
     for (const std::string &label : options.labels)
         if (!history::parse_label(label, &given, &error)) return unusable("--label: " + error);
     history::Database database = history::Database::to_write(options.file.path(), options.file.wait());
-    size_t added = 0, known = 0, refused = 0;
+    size_t added = 0, known = 0, refused = 0, left = 0;
     {
         history::Store store(database);
         for (const std::string &file : options.files) {
@@ -40,15 +40,23 @@ int store(const Options &options) {
             }
             history::Labels found = ci;
             for (const auto &[name, value] : history::labels_of_run(run.info)) found.emplace(name, value);
-            ++(store.add(run, found, given) == history::Store::Outcome::added ? added : known);
+            try {
+                ++(store.add(run, found, given) == history::Store::Outcome::added ? added : known);
+            } catch (const history::DatabaseError &error) {
+                // What holds for one run holds for those after it.
+                unusable(fmt::format("{} (nothing of {} was stored)", error.what(), file));
+                left = options.files.size() - added - known - refused;
+                break;
+            }
         }
     }
-    database.close();
+    if (left == 0) database.close();
     if (!options.quiet)
-        fmt::print("{} {} stored{}{}\n", added, added == 1 ? "run" : "runs",
+        fmt::print("{} {} stored{}{}{}\n", added, added == 1 ? "run" : "runs",
                    known != 0 ? fmt::format(", {} already there", known) : "",
-                   refused != 0 ? fmt::format(", {} refused", refused) : "");
-    return refused == 0 ? kGood : kUnusable;
+                   refused != 0 ? fmt::format(", {} refused", refused) : "",
+                   left != 0 ? fmt::format(", {} left", left) : "");
+    return refused + left == 0 ? kGood : kUnusable;
 }
 
 }  // namespace

@@ -202,11 +202,17 @@ TEST_F(HistoryCommand, WhatIsAskedWronglyIsSaid) {
 
 TEST_F(HistoryCommand, AFullDiskLosesNothing) {
     three_nights();
-    const Ran full = shell("ulimit -f 4; " KIVCTL " store " + night(4) + " " + night(5) + db());
+    std::vector<Play> plays;
+    for (int i = 0; i < 1000; ++i) plays.push_back({"f/case" + std::to_string(i)});
+    const std::string large = file(results_of(plays), "large.jsonl");
+    // Room for what a history needs to be opened, and for a few pages: 80 blocks of 512 bytes.
+    const Ran full = shell("ulimit -f 80; " KIVCTL " store " + large + " " + night(5) + db());
     EXPECT_EQ(full.status, 2);
     EXPECT_THAT(full.err, HasSubstr("h.db: it could not be read or written"));
+    EXPECT_THAT(full.err, HasSubstr("(nothing of " + large + " was stored)"));
+    EXPECT_EQ(full.out, "0 runs stored, 2 left\n");
     EXPECT_THAT(kivctl("history runs" + db()).out, EndsWith("3 runs\n"));
-    EXPECT_EQ(kivctl("store " + night(4) + db()).out, "1 run stored\n");
+    EXPECT_EQ(kivctl("store " + large + db()).out, "1 run stored\n");
 }
 
 TEST_F(HistoryCommand, ManyCanStoreAtOnce) {
