@@ -7,9 +7,9 @@ _kivctl() {
     for ((i = 1; i < COMP_CWORD; ++i)); do
         case ${COMP_WORDS[i]} in
             -*) ;;
-            site | card | trace) [[ ${#command[@]} == 0 ]] && command=("${COMP_WORDS[i]}") ;;
+            site | card | trace | history) [[ ${#command[@]} == 0 ]] && command=("${COMP_WORDS[i]}") ;;
             *)
-                if [[ ${#command[@]} == 0 || (${#command[@]} == 1 && ${command[0]} == @(site|card|trace)) ]]; then
+                if [[ ${#command[@]} == 0 || (${#command[@]} == 1 && ${command[0]} == @(site|card|trace|history)) ]]; then
                     command+=("${COMP_WORDS[i]}")
                 fi
                 ;;
@@ -27,7 +27,7 @@ _kivctl() {
                 sed -n '/^Faults:/,/^Columns:/ s/^  \([a-z]*\) .*/\1/p')" -- "$word")
             return
             ;;
-        --factor | --at-least | --jobs | --sample | --limit | --operation)
+        --factor | --at-least | --jobs | --sample | --limit | --operation | --wait | --where | --since | --runs | --by | --changes | --window | --percent | --label | -l)
             return
             ;;
     esac
@@ -36,6 +36,9 @@ _kivctl() {
     if [[ $word == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$(grep -oE '(^|[ ,])--?[a-z0-9][a-z0-9-]*' <<<"$help" |
             tr -d ' ,' | grep -E '^--|^-[a-z]$' | sort -u)" -- "$word")
+    elif [[ $before == @(--db|--html) ]]; then
+        mapfile -t COMPREPLY < <(compgen -f -- "$word")
+        compopt -o filenames 2>/dev/null
     elif grep -q '^Subcommands:' <<<"$help"; then
         mapfile -t COMPREPLY < <(compgen -W "$(sed -n '/^Subcommands:/,$ s/^  \([a-z][a-z-]*\) .*/\1/p' <<<"$help")" \
             -- "$word")

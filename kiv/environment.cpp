@@ -27,7 +27,47 @@ bool number(const std::string &text, int *value) {
     return true;
 }
 
+// Which variables number the parts of a job, and from where they count.
+struct ShardVariables {
+    const char *index, *total;
+    const char *first;  // variable with the number of the first one, or null
+    int first_number;   // where there is no such variable
+    const char *step;   // variable with the distance of two numbers, or null
+};
+constexpr ShardVariables kShardVariables[] = {
+    {"TEST_SHARD_INDEX", "TEST_TOTAL_SHARDS", nullptr, 0, nullptr},
+    {"CI_NODE_INDEX", "CI_NODE_TOTAL", nullptr, 1, nullptr},
+    {"SLURM_ARRAY_TASK_ID", "SLURM_ARRAY_TASK_COUNT", "SLURM_ARRAY_TASK_MIN", 0, "SLURM_ARRAY_TASK_STEP"},
+};
+
 }  // namespace
+
+bool shard_of_environment(Options *options, std::string *error) {
+    for (const ShardVariables &names : kShardVariables) {
+        const std::string index = variable(names.index), total = variable(names.total);
+        if (index.empty()) continue;
+        int at = 0, count = 0, first = names.first_number, step = 1;
+        const auto read = [](const char *name, int *value) {
+            return name == nullptr || variable(name).empty() || number(variable(name), value);
+        };
+        if (!number(index, &at) || !number(total, &count) || !read(names.first, &first) ||
+            !read(names.step, &step) || step < 1 || at < first || (at - first) % step != 0 ||
+            (at - first) / step >= count) {
+            *error = "--shard auto: " + std::string(names.index) + "=" + index + " of " + names.total + "=" +
+                     total + " is no shard";
+            return false;
+        }
+        options->shard_index = (at - first) / step;
+        options->shard_count = count;
+        options->sharded = true;
+        return true;
+    }
+    *error = "--shard auto: no variable tells which shard this is";
+    for (const ShardVariables &names : kShardVariables)
+        *error += (&names == kShardVariables ? " (" : ", ") + std::string(names.index);
+    *error += ")";
+    return false;
+}
 
 bool apply_test_environment(Options *options, std::string *error) {
     const std::string total = variable("TEST_TOTAL_SHARDS"), index = variable("TEST_SHARD_INDEX");

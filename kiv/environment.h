@@ -12,6 +12,10 @@ namespace kiv {
 // directory. False, with *error set, when a variable makes no sense.
 bool apply_test_environment(Options *options, std::string *error);
 
+// The shard that a job scheduler's variables tell of (--shard auto): Bazel's, GitLab's of parallel jobs,
+// Slurm's of a job array. False, with *error set, when there are none or they make no sense.
+bool shard_of_environment(Options *options, std::string *error);
+
 // Whether the program is to end with 1 after a run that was not good: KIV_EXIT_STATUS says so, or is not set
 // and the run is a test of Bazel or CTest, which look at nothing else.
 bool exit_status_wanted();

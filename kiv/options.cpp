@@ -9,6 +9,7 @@
 #include <iterator>
 
 #include "kiv/ci.h"
+#include "kiv/environment.h"
 #include "kiv/files.h"
 #include "kiv/observers.h"
 #include "kiv/select/nearest.h"
@@ -102,7 +103,8 @@ void declare_selection(CLI::App &app, Options *options, Written *written) {
     app.add_option("--rerun-failed", options->rerun_failed, "What did not pass, by the event stream of a run")
         ->type_name("FILE")
         ->group(group);
-    app.add_option("--shard", written->shard, "The I-th of N parts, whole folders each")
+    app.add_option("--shard", written->shard,
+                   "The I-th of N parts, whole folders each; auto: the\none that a job's variables name")
         ->type_name("I/N")
         ->group(group);
     app.add_flag("-l,--list", written->list, "List instead of running; the list is a plan")->group(group);
@@ -288,8 +290,10 @@ bool convert(const Written &written, const std::vector<std::string> &selectors, 
                     : written.list_folders ? ListKind::folders
                     : written.list         ? ListKind::plain
                                            : ListKind::none;
-    if (!written.shard.empty() && !parse_shard(written.shard, options)) {
-        *error = "--shard: \"" + written.shard + "\" is not I/N with I from 1 to N";
+    if (written.shard == "auto") {
+        if (!shard_of_environment(options, error)) return false;
+    } else if (!written.shard.empty() && !parse_shard(written.shard, options)) {
+        *error = "--shard: \"" + written.shard + "\" is neither I/N with I from 1 to N nor auto";
         return false;
     }
     for (const std::string &plan : written.plans)

@@ -25,6 +25,8 @@ void add_report(CLI::App &app, int *status);
 void add_site(CLI::App &app, int *status);
 void add_card(CLI::App &app, int *status);
 void add_sweep(CLI::App &app, int *status);
+void add_store(CLI::App &app, int *status);
+void add_history(CLI::App &app, int *status);
 
 }  // namespace kivctl
 

@@ -1,4 +1,4 @@
-// The companion command: results of runs, sites, and states of cards.
+// The companion command: results of runs, their history, sites, and states of cards.
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -8,8 +8,10 @@
 namespace {
 
 int run(int argc, char **argv) {
-    CLI::App app("Works on the results of prm_kiv, on the sites that it runs with and on states of cards.",
-                 "kivctl");
+    CLI::App app(
+        "Works on the results of prm_kiv, one run's or those of many, on the sites that it runs with and on "
+        "states of cards.",
+        "kivctl");
     app.set_version_flag("--version", KIV_VERSION);
     app.require_subcommand(1);
     app.fallthrough(false);
@@ -22,6 +24,8 @@ int run(int argc, char **argv) {
     kivctl::add_site(app, &status);
     kivctl::add_card(app, &status);
     kivctl::add_sweep(app, &status);
+    kivctl::add_store(app, &status);
+    kivctl::add_history(app, &status);
     signal(SIGXFSZ, SIG_IGN);  // writing fails instead, which is said
     try {
         app.parse(argc, argv);

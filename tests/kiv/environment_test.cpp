@@ -21,9 +21,11 @@ class EnvironmentTest : public testing::Test {
     EnvironmentTest() { clear(); }
     ~EnvironmentTest() override { clear(); }
     static void clear() {
-        for (const char *name : {"TEST_TOTAL_SHARDS", "TEST_SHARD_INDEX", "TEST_SHARD_STATUS_FILE",
-                                 "TESTBRIDGE_TEST_ONLY", "TESTBRIDGE_TEST_RUNNER_FAIL_FAST",
-                                 "XML_OUTPUT_FILE", "TEST_PREMATURE_EXIT_FILE", "TEST_TMPDIR", "NO_COLOR"})
+        for (const char *name :
+             {"TEST_TOTAL_SHARDS", "TEST_SHARD_INDEX", "TEST_SHARD_STATUS_FILE", "TESTBRIDGE_TEST_ONLY",
+              "TESTBRIDGE_TEST_RUNNER_FAIL_FAST", "XML_OUTPUT_FILE", "TEST_PREMATURE_EXIT_FILE",
+              "TEST_TMPDIR", "NO_COLOR", "CI_NODE_INDEX", "CI_NODE_TOTAL", "SLURM_ARRAY_TASK_ID",
+              "SLURM_ARRAY_TASK_COUNT", "SLURM_ARRAY_TASK_MIN", "SLURM_ARRAY_TASK_STEP"})
             unsetenv(name);
     }
     bool apply() { return kiv::apply_test_environment(&options_, &error_); }
@@ -61,6 +63,50 @@ TEST_F(EnvironmentTest, ShardsCountFromZero) {
     EXPECT_EQ(options_.shard_count, 3);
     ASSERT_TRUE(apply_shard("0", "1"));
     EXPECT_FALSE(options_.sharded);
+}
+
+TEST_F(EnvironmentTest, ShardsOfJobsAreTakenWhenAsked) {
+    using Variables = std::vector<std::pair<const char *, const char *>>;
+    const auto shard = [&](const Variables &variables) {
+        clear();
+        options_ = {};
+        error_.clear();
+        for (const auto &[name, value] : variables) setenv(name, value, 1);
+        if (!kiv::shard_of_environment(&options_, &error_)) return error_;
+        EXPECT_TRUE(options_.sharded);
+        return std::to_string(options_.shard_index) + " of " + std::to_string(options_.shard_count);
+    };
+    EXPECT_EQ(shard({{"CI_NODE_INDEX", "1"}, {"CI_NODE_TOTAL", "4"}}), "0 of 4") << "counts from 1";
+    EXPECT_EQ(shard({{"CI_NODE_INDEX", "4"}, {"CI_NODE_TOTAL", "4"}}), "3 of 4");
+    EXPECT_EQ(
+        shard(
+            {{"SLURM_ARRAY_TASK_ID", "12"}, {"SLURM_ARRAY_TASK_COUNT", "3"}, {"SLURM_ARRAY_TASK_MIN", "10"}}),
+        "2 of 3");
+    EXPECT_EQ(shard({{"SLURM_ARRAY_TASK_ID", "4"},
+                     {"SLURM_ARRAY_TASK_COUNT", "3"},
+                     {"SLURM_ARRAY_TASK_MIN", "0"},
+                     {"SLURM_ARRAY_TASK_STEP", "2"}}),
+              "2 of 3");
+    EXPECT_EQ(shard({{"TEST_SHARD_INDEX", "0"}, {"TEST_TOTAL_SHARDS", "2"}}), "0 of 2");
+    EXPECT_EQ(shard({{"CI_NODE_INDEX", "5"}, {"CI_NODE_TOTAL", "4"}}),
+              "--shard auto: CI_NODE_INDEX=5 of CI_NODE_TOTAL=4 is no shard");
+    EXPECT_EQ(shard({{"CI_NODE_INDEX", "0"}, {"CI_NODE_TOTAL", "4"}}),
+              "--shard auto: CI_NODE_INDEX=0 of CI_NODE_TOTAL=4 is no shard");
+    EXPECT_EQ(
+        shard({{"SLURM_ARRAY_TASK_ID", "7"}, {"SLURM_ARRAY_TASK_COUNT", "3"}, {"SLURM_ARRAY_TASK_MIN", "1"}}),
+        "--shard auto: SLURM_ARRAY_TASK_ID=7 of SLURM_ARRAY_TASK_COUNT=3 is no shard")
+        << "an array with gaps";
+    EXPECT_EQ(shard({}),
+              "--shard auto: no variable tells which shard this is (TEST_SHARD_INDEX, CI_NODE_INDEX, "
+              "SLURM_ARRAY_TASK_ID)");
+    ASSERT_TRUE(apply()) << "nobody asked";
+}
+
+TEST_F(EnvironmentTest, ShardsOfJobsAreLeftAloneWhenNotAsked) {
+    setenv("CI_NODE_INDEX", "1", 1);
+    setenv("CI_NODE_TOTAL", "4", 1);
+    ASSERT_TRUE(apply());
+    EXPECT_FALSE(options_.sharded) << "the jobs may be a matrix of cards, each to run everything";
 }
 
 TEST_F(EnvironmentTest, ShardThatMakesNoSenseIsNamed) {

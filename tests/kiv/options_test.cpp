@@ -201,7 +201,7 @@ TEST_F(OptionsTest, ShardsCountFromOneToTheirNumber) {
     EXPECT_TRUE(options_.sharded);
     for (const char *wrong : {"0/3", "4/3", "1/0", "-1/3", "1", "1/2x", "1/2/3", "x/2"})
         EXPECT_EQ(mistake({"--shard", wrong}),
-                  "--shard: \"" + std::string(wrong) + "\" is not I/N with I from 1 to N\n");
+                  "--shard: \"" + std::string(wrong) + "\" is neither I/N with I from 1 to N nor auto\n");
 }
 
 TEST_F(OptionsTest, MistakesAreSaid) {

@@ -59,7 +59,7 @@ TEST_F(RunTest, MistakesRunNothingAndLeaveNothing) {
         "kiv_sample_mixed: no folder or case is called \"frist\"; did you mean first?\nNothing was run.\n");
     EXPECT_EQ(run({"--fial-fast"}).out,
               "kiv_sample_mixed: unknown option --fial-fast; did you mean --fail-fast?\n");
-    EXPECT_THAT(run({"--shard", "3/2"}).out, HasSubstr("is not I/N"));
+    EXPECT_THAT(run({"--shard", "3/2"}).out, HasSubstr("is neither I/N"));
     EXPECT_THAT(run({"--repeat", "0"}).out, HasSubstr("--repeat"));
     EXPECT_THAT(run({"--site", "nowhere"}).out, HasSubstr("--site: nowhere is not a directory"));
     EXPECT_THAT(run({"first", "-first"}).out, HasSubstr("the selection leaves no case to run"));

@@ -48,7 +48,8 @@ TEST(ManPages, RenderWithoutWarnings) {
 TEST(ManPages, NameEveryOptionOfKivctl) {
     const std::set<std::string> described = options_in(rendered("kivctl.1"));
     for (const char *const command :
-         {"gate", "rerun", "merge", "compare", "report", "site check", "site new", "sweep"})
+         {"gate", "rerun", "merge", "compare", "report", "site check", "site new", "sweep", "store", "history",
+          "history flaky", "history slower", "history new", "history compare", "history runs"})
         for (const std::string &option : options_in(kivctl(std::string(command) + " --help").out))
             EXPECT_TRUE(described.contains(option) || option == "--help") << command << " " << option;
 }
@@ -102,6 +103,8 @@ TEST(Completion, KivctlOffersItsCommands) {
     EXPECT_THAT(complete_kivctl({""}), IsSupersetOf({"gate", "rerun", "merge", "compare", "report", "site"}));
     EXPECT_THAT(complete_kivctl({"re"}), ElementsAre("rerun", "report"));
     EXPECT_THAT(complete_kivctl({"site", ""}), ElementsAre("check", "new"));
+    EXPECT_THAT(complete_kivctl({"history", ""}), ElementsAre("flaky", "slower", "new", "compare", "runs"));
+    EXPECT_THAT(complete_kivctl({"history", "flaky", "--c"}), ElementsAre("--changes"));
 }
 
 TEST(Completion, KivctlOffersOptionsAndTheirWords) {
@@ -118,6 +121,7 @@ TEST(Completion, KivctlOffersFilesAndDirectories) {
     directory.write("run.jsonl", "");
     directory.write("site/plan", "");
     EXPECT_THAT(complete_kivctl({"gate", "ru"}, directory.path()), ElementsAre("run.jsonl"));
+    EXPECT_THAT(complete_kivctl({"history", "--db", "ru"}, directory.path()), ElementsAre("run.jsonl"));
     EXPECT_THAT(complete_kivctl({"site", "check", ""}, directory.path()), ElementsAre("site"));
 }
 
