@@ -139,7 +139,8 @@ void add_sweep(CLI::App &app, int *status) {
         "Columns: runs in which a check failed; else a line reported a failure; else the accounting of "
         "failed "
         "calls\n"
-        "told of it; else a case or the run ended badly; else the site's baseline had other calls; else nothing.\n"
+        "told of it; else a case or the run ended badly; else the site's baseline had other calls; else "
+        "nothing.\n"
         "Exit status: 0, or 2 when runs could not be made.");
     command->add_option("SELECTORS", options->program.selectors,
                         "What runs, as prm_kiv takes it; else its plan");
