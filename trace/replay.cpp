@@ -220,7 +220,11 @@ uint64_t Replay::answer(card::OperationId operation, const uint64_t *words) {
     const bool picked =
         mode_ == Mode::STRICT ? pick_strictly(live, &recorded) : pick_nearest(live, &recorded);
     if (!picked) return unanswered(live);
-    if (!recorded.returned) end_worker();
+    if (!recorded.returned) {
+        if (!around_.never_returned) end_worker();
+        around_.never_returned();
+        return unanswered(live);
+    }
     leave_memory(recorded, &live);
     live.result = recorded.result;
     live.returned = true;

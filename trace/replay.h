@@ -33,6 +33,8 @@ class Replay {
         std::function<void(std::string_view text, uint64_t count)> differs;
         // Checks of the running case so far.
         std::function<uint64_t()> checks;
+        // At a call that never returned. None: the process ends as the one that was recorded did.
+        std::function<void()> never_returned = nullptr;
     };
     static constexpr uint64_t kTold = 20;  // differences of a case, by a text
 

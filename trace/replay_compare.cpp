@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "card/records/decode.h"
+#include "trace/text.h"
 
 namespace trace {
 namespace {
@@ -42,9 +43,9 @@ std::vector<Kept> fields_of(const prm_record &record, const Memory &memory, Byte
     return fields;
 }
 
-std::string hex(Bytes bytes) {
+std::string bytes_text(Bytes bytes) {
     std::string text;
-    for (const uint8_t byte : bytes) text += fmt::format("{:02x}", byte);
+    append_bytes(&text, bytes);
     return text;
 }
 
@@ -127,9 +128,6 @@ class Comparison {
             plain(path, live, recorded);
             return;
         }
-        if (live.before.size() != recorded.before.size())
-            differ(path, fmt::format("{} bytes", live.before.size()),
-                   fmt::format("{}", recorded.before.size()));
         const bool was_same = same_;
         same_ = true;
         const std::vector<Kept> fields = fields_of(*live.record, live, live.before.first(size));
@@ -143,9 +141,13 @@ class Comparison {
         }
         for (size_t i = 0; i < size; ++i) {
             if (!covered[i] && live.before[i] != recorded.before[i])
-                differ(fmt::format("{}.byte{}", path, i), hex(live.before.subspan(i, 1)),
-                       hex(recorded.before.subspan(i, 1)));
+                differ(fmt::format("{}.byte{}", path, i), bytes_text(live.before.subspan(i, 1)),
+                       bytes_text(recorded.before.subspan(i, 1)));
         }
+        // Sizes follow from what the fields say, nearly always.
+        if (same_ && live.before.size() != recorded.before.size())
+            differ(path, fmt::format("{} bytes", live.before.size()),
+                   fmt::format("{}", recorded.before.size()));
         same_ = same_ && was_same;
     }
 
@@ -182,7 +184,7 @@ class Comparison {
             return;
         }
         std::string one = text_of(live, kind), other = text_of(recorded, kind);
-        if (one == other) one = hex(live.bytes), other = hex(recorded.bytes);
+        if (one == other) one = bytes_text(live.bytes), other = bytes_text(recorded.bytes);
         differ(path, one, other);
     }
 
@@ -202,7 +204,9 @@ class Comparison {
     std::string text_of(const Kept &value, prm_handle_kind kind) const {
         if (value.bytes.size() <= 8 && prm_handle_is_handed_out(kind))
             return named(kind, value.shown().number());
-        return card::text(value.shown());
+        const bool is_long = value.bytes.size() > 8 &&
+                             (value.field->kind == PRM_FIELD_HEX || value.field->kind == PRM_FIELD_RESERVED);
+        return is_long ? bytes_text(value.bytes) : card::text(value.shown());
     }
 
     // Memory without a layout: a text, a number.
@@ -222,7 +226,7 @@ class Comparison {
             if (!handles_.same(kind, other, one, differences_ != nullptr))
                 differ(path, named(kind, one), named(kind, other));
         } else {
-            differ(path, hex(live.before), hex(recorded.before));
+            differ(path, bytes_text(live.before), bytes_text(recorded.before));
         }
     }
 
