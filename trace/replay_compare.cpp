@@ -99,7 +99,8 @@ class Comparison {
         }
         const prm_handle_kind kind =
             parameter.type == "uintptr_t" ? PRM_HANDLE_CLIENT : operation_.arguments[i];
-        if (live != recorded && !handles_.same(kind, recorded, live, differences_ != nullptr))
+        if ((live != recorded || !handles_.all_the_same()) &&
+            !handles_.same(kind, recorded, live, differences_ != nullptr))
             differ(name, named(kind, live), named(kind, recorded));
     }
 
@@ -120,7 +121,7 @@ class Comparison {
 
     void block(const Memory &live, const Memory &recorded) {
         const size_t size = std::min(live.before.size(), recorded.before.size());
-        if (live.before.size() == recorded.before.size() &&
+        if (handles_.all_the_same() && live.before.size() == recorded.before.size() &&
             (size == 0 || std::memcmp(live.before.data(), recorded.before.data(), size) == 0))
             return;
         const std::string path = path_of(live);
@@ -163,7 +164,8 @@ class Comparison {
     }
 
     void compare(const std::string &owner, const Kept &live, const Kept &recorded) {
-        if (std::ranges::equal(live.bytes, recorded.bytes)) return;
+        const bool is_equal = std::ranges::equal(live.bytes, recorded.bytes);
+        if (is_equal && handles_.all_the_same()) return;
         const std::string path =
             live.path.empty() || live.path.front() == '[' ? owner + live.path : owner + "." + live.path;
         if (live.field->kind == PRM_FIELD_BUFFER) {
@@ -172,7 +174,9 @@ class Comparison {
             return;
         }
         const prm_handle_kind kind = kind_in(operation_, live.field->handle);
+        if (is_equal && !prm_handle_is_handed_out(kind) && live.field->kind != PRM_FIELD_FLAGS) return;
         const bool small = live.bytes.size() <= 8 && recorded.bytes.size() <= 8;
+        if (is_equal && !small) return;
         if (small && live.field->kind == PRM_FIELD_FLAGS &&
             same_flags(*live.field, live.shown().number(), recorded.shown().number()))
             return;
@@ -213,6 +217,7 @@ class Comparison {
     void plain(const std::string &path, const Memory &live, const Memory &recorded) {
         const bool is_whole = live.field == Memory::kWhole;
         const prm_handle_kind kind = is_whole ? operation_.arguments[live.parameter] : PRM_HANDLE_NONE;
+        if (std::ranges::equal(live.before, recorded.before) && !prm_handle_is_handed_out(kind)) return;
         const bool is_text =
             is_whole && operation_.row.parameters[live.parameter].type.starts_with("const char");
         if (is_text) {
