@@ -14,7 +14,7 @@
 namespace kivctl {
 namespace {
 
-struct Options {
+struct HistoryOptions {
     HistoryFile file;
     std::vector<std::string> where, cases, by;
     std::string since, html, first, second;
@@ -29,7 +29,7 @@ const std::vector<std::string> kCards = {"card", "site"}, kMachines = {"card", "
 // The runs that the options ask for, and what is asked of them.
 class Question {
   public:
-    explicit Question(const Options &options)
+    explicit Question(const HistoryOptions &options)
         : options_(options),
           database_(history::Database::to_read(options.file.path(), options.file.wait())),
           history_(database_, filter(options)),
@@ -71,7 +71,7 @@ class Question {
     }
 
   private:
-    static history::Filter filter(const Options &options) {
+    static history::Filter filter(const HistoryOptions &options) {
         history::Filter filter;
         filter.where = labels("--where", options.where);
         filter.runs = options.runs;
@@ -86,13 +86,13 @@ class Question {
         return filter;
     }
 
-    const Options &options_;
+    const HistoryOptions &options_;
     history::Database database_;
     history::History history_;
     history::Asked asked_;
 };
 
-int ask_standings(const Options &options) {
+int ask_standings(const HistoryOptions &options) {
     const Question question(options);
     if (!options.html.empty()) {
         const std::string page = history::page_of(question.asked());
@@ -107,20 +107,20 @@ int ask_standings(const Options &options) {
     return question.answer(text, question.any(found));
 }
 
-int ask_flaky(const Options &options) {
+int ask_flaky(const HistoryOptions &options) {
     const Question question(options);
     const auto found = history::flaky(question.runs(), question.groups({}), options.least_changes);
     return question.answer(tell_flaky(question.asked(), found), question.any(found));
 }
 
-int ask_slower(const Options &options) {
+int ask_slower(const HistoryOptions &options) {
     const Question question(options);
     const auto groups = question.groups(kMachines);
     const auto found = history::slower(question.runs(), groups, question.slower());
     return question.answer(tell_slower(question.asked(), groups, found), question.any(found));
 }
 
-int ask_new(const Options &options) {
+int ask_new(const HistoryOptions &options) {
     const Question question(options);
     const auto found = history::fresh(question.runs(), question.groups(kCards));
     return question.answer(tell_fresh(question.asked(), found), question.any(found));
@@ -136,7 +136,7 @@ std::vector<std::string> split(const std::string &text) {
     return parts;
 }
 
-int ask_compare(const Options &options) {
+int ask_compare(const HistoryOptions &options) {
     const Question question(options);
     const history::Labels first = Question::labels("FIRST", split(options.first)),
                           second = Question::labels("SECOND", split(options.second));
@@ -153,12 +153,12 @@ int ask_compare(const Options &options) {
     return question.answer(text, question.any(found));
 }
 
-int ask_runs(const Options &options) {
+int ask_runs(const HistoryOptions &options) {
     const Question question(options);
     return question.answer(tell_runs(question.asked()), false);
 }
 
-void add_common(CLI::App &command, const std::shared_ptr<Options> &options) {
+void add_common(CLI::App &command, const std::shared_ptr<HistoryOptions> &options) {
     options->file.add_to(command);
     command
         .add_option("--where", options->where, "Only runs with this label (card, site, host, release, ...)")
@@ -172,22 +172,22 @@ void add_common(CLI::App &command, const std::shared_ptr<Options> &options) {
     command.add_flag("--json", options->json, "One JSON object a line");
 }
 
-void add_fail(CLI::App &command, const std::shared_ptr<Options> &options, const char *what) {
+void add_fail(CLI::App &command, const std::shared_ptr<HistoryOptions> &options, const char *what) {
     command.add_flag("--fail", options->fail, what);
 }
 
-void add_cases(CLI::App &command, const std::shared_ptr<Options> &options, const char *what) {
+void add_cases(CLI::App &command, const std::shared_ptr<HistoryOptions> &options, const char *what) {
     command.add_option("CASE", options->cases, what);
 }
 
-void add_by(CLI::App &command, const std::shared_ptr<Options> &options, const char *what) {
+void add_by(CLI::App &command, const std::shared_ptr<HistoryOptions> &options, const char *what) {
     command.add_option("--by", options->by, what)
         ->delimiter(',')
         ->allow_extra_args(false)
         ->option_text("NAME,...");
 }
 
-void add_durations(CLI::App &command, const std::shared_ptr<Options> &options) {
+void add_durations(CLI::App &command, const std::shared_ptr<HistoryOptions> &options) {
     command
         .add_option("--at-least", options->at_least, "Cases that take less time than this are never slower")
         ->check(CLI::NonNegativeNumber)
@@ -208,13 +208,13 @@ void add_history(CLI::App &app, int *status) {
     CLI::App *const command =
         app.add_subcommand("history", "Tell since when cases fail, which are flaky, slower, newly failing");
     command->require_subcommand(0, 1);
-    const auto ask = [&](CLI::App *question, const std::shared_ptr<Options> &options,
-                         int (*answer)(const Options &)) {
+    const auto ask = [&](CLI::App *question, const std::shared_ptr<HistoryOptions> &options,
+                         int (*answer)(const HistoryOptions &)) {
         question->callback([=] { *status = answer(*options); });
     };
     constexpr const char *kCases = "Only these: folder/case, a folder or a case, with wildcards";
 
-    const auto all = std::make_shared<Options>();
+    const auto all = std::make_shared<HistoryOptions>();
     command->footer(
         "Without CASE: what fails now, and since when. With it: how these cases stand on each card.\n"
         "Exit status: 0, 1 with --fail when something was found, 2 when the history cannot be used.");
@@ -227,7 +227,7 @@ void add_history(CLI::App &app, int *status) {
         if (command->get_subcommands().empty()) *status = ask_standings(*all);
     });
 
-    const auto flaky = std::make_shared<Options>();
+    const auto flaky = std::make_shared<HistoryOptions>();
     CLI::App *const flaky_command =
         command->add_subcommand("flaky", "Cases whose verdict changes while the labels do not");
     flaky_command->footer(
@@ -242,7 +242,7 @@ void add_history(CLI::App &app, int *status) {
     add_fail(*flaky_command, flaky, "Exit status 1 when there are some");
     ask(flaky_command, flaky, ask_flaky);
 
-    const auto slower = std::make_shared<Options>();
+    const auto slower = std::make_shared<HistoryOptions>();
     CLI::App *const slower_command =
         command->add_subcommand("slower", "Cases that take longer since some run, however noisy they are");
     slower_command->footer(
@@ -254,7 +254,7 @@ void add_history(CLI::App &app, int *status) {
     add_fail(*slower_command, slower, "Exit status 1 when there are some");
     ask(slower_command, slower, ask_slower);
 
-    const auto fresh = std::make_shared<Options>();
+    const auto fresh = std::make_shared<HistoryOptions>();
     CLI::App *const fresh_command =
         command->add_subcommand("new", "Cases that fail in the last run of a card and never failed before");
     add_cases(*fresh_command, fresh, kCases);
@@ -263,7 +263,7 @@ void add_history(CLI::App &app, int *status) {
     add_fail(*fresh_command, fresh, "Exit status 1 when there are some");
     ask(fresh_command, fresh, ask_new);
 
-    const auto compare = std::make_shared<Options>();
+    const auto compare = std::make_shared<HistoryOptions>();
     CLI::App *const compare_command =
         command->add_subcommand("compare", "What differs between runs with some labels and runs with others");
     compare_command->add_option("FIRST", compare->first, "Labels: NAME=VALUE,...")->required();
@@ -274,7 +274,7 @@ void add_history(CLI::App &app, int *status) {
     add_fail(*compare_command, compare, "Exit status 1 when the second is worse");
     ask(compare_command, compare, ask_compare);
 
-    const auto runs = std::make_shared<Options>();
+    const auto runs = std::make_shared<HistoryOptions>();
     CLI::App *const runs_command = command->add_subcommand("runs", "The stored runs with their labels");
     add_common(*runs_command, runs);
     ask(runs_command, runs, ask_runs);

@@ -11,13 +11,13 @@
 namespace kivctl {
 namespace {
 
-struct Options {
+struct StoreOptions {
     std::vector<std::string> files, labels;
     HistoryFile file;
     bool no_ci = false, quiet = false;
 };
 
-int store(const Options &options) {
+int store(const StoreOptions &options) {
     history::Labels given, ci;
     if (!options.no_ci) ci = history::labels_of_ci();
     std::string error;
@@ -62,7 +62,7 @@ int store(const Options &options) {
 }  // namespace
 
 void add_store(CLI::App &app, int *status) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<StoreOptions>();
     CLI::App *const command = app.add_subcommand("store", "Keep the results of runs in a history");
     command->footer(
         "A run that is there already is not stored again; labels given then replace those it has.\n"

@@ -20,7 +20,7 @@
 namespace kivctl {
 namespace {
 
-struct Options {
+struct SweepOptions {
     sweep::Program program;
     std::vector<std::string> faults;
     std::string operations, output;
@@ -60,8 +60,8 @@ class WorkDirectory {
 };
 
 // Makes all runs, several at a time. What keeps one from telling anything is in *problems.
-void make_all(const Options &options, const std::string &directory, std::vector<sweep::Attempt> *attempts,
-              std::vector<std::string> *problems) {
+void make_all(const SweepOptions &options, const std::string &directory,
+              std::vector<sweep::Attempt> *attempts, std::vector<std::string> *problems) {
     const bool watched = isatty(STDERR_FILENO) != 0;
     std::atomic<size_t> next = 0;
     std::mutex one_at_a_time;
@@ -84,7 +84,7 @@ void make_all(const Options &options, const std::string &directory, std::vector<
     if (watched) fmt::print(stderr, "\r{} of {} runs\n", attempts->size(), attempts->size());
 }
 
-int sweep_all(Options options) {
+int sweep_all(SweepOptions options) {
     if (options.program.path.empty()) options.program.path = runner();
     if (options.program.path.empty())
         return unusable("sweep: there is no prm_kiv beside this program; --program names one");
@@ -131,7 +131,7 @@ std::string fault_names() {
 }  // namespace
 
 void add_sweep(CLI::App &app, int *status) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<SweepOptions>();
     CLI::App *const command =
         app.add_subcommand("sweep", "Try each fault at each call of the suite, and tell what notices it");
     command->footer(
@@ -139,8 +139,9 @@ void add_sweep(CLI::App &app, int *status) {
         "Columns: runs in which a check failed; else a line reported a failure; else the accounting of "
         "failed "
         "calls\n"
-        "told of it; else a case or the run ended badly; else nothing. Exit status: 0, or 2 when runs could "
-        "not be made.");
+        "told of it; else a case or the run ended badly; else the site's baseline had other calls; else "
+        "nothing.\n"
+        "Exit status: 0, or 2 when runs could not be made.");
     command->add_option("SELECTORS", options->program.selectors,
                         "What runs, as prm_kiv takes it; else its plan");
     command->add_option("--program", options->program.path, "The suite [prm_kiv beside this program]")

@@ -30,8 +30,8 @@ inline constexpr FaultRow kFaults[] = {
 const FaultRow &row_of(Fault fault);
 
 // How a run can tell of a fault, strongest first: each run counts once, by the first.
-enum class Way : uint8_t { CHECK, LINE, CALLS, ENDED, NOTHING };
-inline constexpr const char *kWays[] = {"check", "line", "calls", "ended", "nothing"};
+enum class Way : uint8_t { CHECK, LINE, CALLS, ENDED, BASELINE, NOTHING };
+inline constexpr const char *kWays[] = {"check", "line", "calls", "ended", "baseline", "nothing"};
 inline constexpr size_t kWayCount = std::size(kWays);
 
 // A call that a good run of the suite makes.

@@ -97,21 +97,23 @@ bool ended_badly(kiv::Verdict verdict) {
 }
 
 Way noticed(const kiv::reports::RecordedRun &results) {
-    Way way = results.complete && results.summary.good() ? Way::NOTHING : Way::ENDED;
+    Way way = results.complete ? Way::NOTHING : Way::ENDED;
     const auto say = [&](Way stronger) { way = std::min(way, stronger); };
     for (const kiv::CaseResult *const result : results.cases()) {
         if (result->failed_checks != 0) say(Way::CHECK);
         if (!result->error_lines.empty()) say(Way::LINE);
         if (!result->calls.unnoticed.empty()) say(Way::CALLS);
         if (ended_badly(result->verdict)) say(Way::ENDED);
+        if (result->differences.count != 0) say(Way::BASELINE);
     }
     for (const kiv::FixtureResult *const fixture : results.fixtures()) {
         if (!fixture->failures.empty()) say(Way::CHECK);
         if (fixture->verdict == kiv::Verdict::reported_error) say(Way::LINE);
         if (!fixture->calls.unnoticed.empty()) say(Way::CALLS);
         if (fixture->failed() && ended_badly(fixture->verdict)) say(Way::ENDED);
+        if (fixture->differences.count != 0) say(Way::BASELINE);
     }
-    return way;
+    return way == Way::NOTHING && !results.summary.good() ? Way::ENDED : way;
 }
 
 }  // namespace

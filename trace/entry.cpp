@@ -64,7 +64,7 @@ void write_mark(const Mark &mark, uint8_t *at) {
     uint8_t *text_at = at + sizeof entry + sizeof head;
     for (size_t i = 0; i < MarkHead::kTexts; ++i) {
         head.sizes[i] = static_cast<uint32_t>(kept(mark.texts[i]));
-        std::memcpy(text_at, mark.texts[i].data(), head.sizes[i]);
+        mark.texts[i].copy(reinterpret_cast<char *>(text_at), head.sizes[i]);
         text_at += head.sizes[i];
     }
     std::memcpy(at + sizeof entry, &head, sizeof head);

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <thread>
 #include <utility>
 
 #include "kiv/files.h"
@@ -59,8 +60,11 @@ void Database::open(const std::string &name, int flags) {
 
 // A database of something else is not touched.
 void Database::check_kind() {
+    // One state of the file: another process may be about to make it a history.
+    execute("BEGIN");
     const int64_t id = number("PRAGMA application_id"), version = number("PRAGMA user_version");
     const bool empty = number("SELECT count(*) FROM sqlite_master") == 0;
+    execute("COMMIT");
     if (id != kApplicationId && !(id == 0 && version == 0 && empty))
         throw DatabaseError(path_ + ": a database, but no history of runs");
     const auto known = static_cast<int64_t>(schema().size());
@@ -69,11 +73,23 @@ void Database::check_kind() {
                             ", this one knows " + std::to_string(known) + ")");
 }
 
+// SQLite waits for nobody when a database becomes one with a log, as it may be about to for several
+// processes.
+void Database::keep_a_log() {
+    const auto until = std::chrono::steady_clock::now() + wait_;
+    int code = SQLITE_OK;
+    while ((code = sqlite3_exec(handle_, "PRAGMA journal_mode = WAL", nullptr, nullptr, nullptr)) ==
+               SQLITE_BUSY &&
+           std::chrono::steady_clock::now() < until)
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    if (code != SQLITE_OK) fail(code);
+}
+
 Database Database::to_write(const std::string &path, std::chrono::milliseconds wait) {
     Database database(path, wait);
     database.open(plain_name(path), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
     database.check_kind();
-    database.execute("PRAGMA journal_mode = WAL");
+    database.keep_a_log();
     database.execute("PRAGMA synchronous = NORMAL");
     if (database.number("PRAGMA user_version") < static_cast<int64_t>(schema().size()))
         database.migrate(schema());

@@ -52,6 +52,7 @@ class Database {
     Database(std::string path, std::chrono::milliseconds wait);
     void open(const std::string &name, int flags);
     void check_kind();
+    void keep_a_log();
 
     std::string path_;
     std::chrono::milliseconds wait_;

@@ -48,8 +48,8 @@ TEST(ManPages, RenderWithoutWarnings) {
 TEST(ManPages, NameEveryOptionOfKivctl) {
     const std::set<std::string> described = options_in(rendered("kivctl.1"));
     for (const char *const command :
-         {"gate", "rerun", "merge", "compare", "report", "site check", "site new", "sweep", "store", "history",
-          "history flaky", "history slower", "history new", "history compare", "history runs"})
+         {"gate", "rerun", "merge", "compare", "report", "site check", "site new", "sweep", "store",
+          "history", "history flaky", "history slower", "history new", "history compare", "history runs"})
         for (const std::string &option : options_in(kivctl(std::string(command) + " --help").out))
             EXPECT_TRUE(described.contains(option) || option == "--help") << command << " " << option;
 }
