@@ -168,6 +168,8 @@ class BaselineGlue : public kiv::Observer {
 
     bool choose_directory(const kiv::RunInfo &info, std::string *error) {
         const bool is_named = named_->count() > 0;
+        // What a trace tells of another card is compared with the trace.
+        if (!is_named && !update_ && !shape_ && info.card.starts_with("replay:")) return true;
         if (!is_named && info.site.empty()) {
             if (!update_ && !shape_) return true;
             *error = "there is no site, and so no baseline: --baseline DIR names one";

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "app/failed_calls.h"
+#include "app/other_card.h"
 #include "card/boundary/layers.h"
 #include "card/boundary/library.h"
 #include "card/codes.h"
@@ -20,8 +21,8 @@ class CardGlue : public kiv::Observer {
     void add_options(CLI::App &app) override {
         app.add_option(
                "--card", card_,
-               "What answers the platform operations: sim, the simulated\ncard, or lib:PATH,PATH..., shared "
-               "libraries of a platform")
+               "What answers the platform operations: sim, the simulated\ncard; lib:PATH,PATH..., shared "
+               "libraries of a platform;\nor replay:FILE, a trace, and replay:FILE,lenient")
             ->group("Card")
             ->capture_default_str();
     }
@@ -34,8 +35,17 @@ class CardGlue : public kiv::Observer {
             *error = "--card " + card_ + ": " + *error;
             return false;
         }
+        for (const app::OtherCard &other : app::other_cards()) {
+            if (!card_.starts_with(other.prefix)) continue;
+            status_text_ = other.status_text;
+            if (other.open(card_.substr(other.prefix.size()), info, &answering_, error)) return true;
+            *error = "--card " + std::string(other.prefix) + *error;
+            return false;
+        }
         if (card_ != "sim") {
             *error = "--card " + card_ + ": unknown card; known: sim, lib:PATH";
+            for (const app::OtherCard &other : app::other_cards())
+                *error += ", " + std::string(other.prefix) + "FILE";
             return false;
         }
         // Without a site the card is the built-in one, which has no interfaces.
@@ -54,6 +64,7 @@ class CardGlue : public kiv::Observer {
 
     // Asked behind the layers: it is no call of the suite.
     const char *status_text(uint32_t status) override {
+        if (status_text_ != nullptr) return status_text_(status);
         const bool known = answering_ != &sim::backend() || card::code_name(status) != nullptr;
         return known ? answering_->cerr_strerror(status) : nullptr;
     }
@@ -64,6 +75,7 @@ class CardGlue : public kiv::Observer {
     std::string card_ = "sim";
     card::Backend library_ = card::kNothingSupported;
     const card::Backend *answering_ = &sim::backend();
+    const char *(*status_text_)(uint32_t status) = nullptr;  // of another card
     sim::Inventory inventory_;
     std::unique_ptr<sim::Card> the_card_;
 };

@@ -131,7 +131,7 @@ class TraceGlue : public kiv::Observer {
         recorder_.set_sends(show_                              ? Sends::every_call
                             : every_call_ || every_call_wanted ? Sends::every_case
                                                                : Sends::on_demand);
-        recorder_.worker_begins(worker);
+        recorder_.worker_begins(worker, ended_);
     }
     void worker_ends() override { recorder_.worker_ends(); }
 
@@ -182,16 +182,23 @@ class TraceGlue : public kiv::Observer {
     }
 
     void complete(kiv::CaseResult &result) override {
-        complete(result.verdict, result.calls, result.differences, &result.calls_told);
+        complete(result.verdict, result.signal, result.calls, result.differences, &result.calls_told);
     }
     void complete(kiv::FixtureResult &fixture) override {
         if (fixture.ran && !fixture.of_worker)
-            complete(fixture.verdict, fixture.calls, fixture.differences, &fixture.calls_told);
+            complete(fixture.verdict, fixture.signal, fixture.calls, fixture.differences,
+                     &fixture.calls_told);
     }
 
     void run_ended(const kiv::Summary &) override {
         const trace::FileWriter &file = recorder_.file();
-        if (file.is_open()) recorder_.file().take_over();
+        if (file.is_open()) {
+            recorder_.file().take_over();
+            if (ended_.signal != 0) {
+                recorder_.tell_worker(0, ended_);
+                recorder_.file().flush();
+            }
+        }
         if (recorder_.missed() != 0)
             kiv::add_note("trace: " + std::to_string(recorder_.missed()) +
                           " calls of signal handlers were not recorded");
@@ -216,10 +223,11 @@ class TraceGlue : public kiv::Observer {
                              suspicious_ || recorder_.call_failed() || kiv::tally().failed != 0);
     }
 
-    void complete(kiv::Verdict verdict, const kiv::CallFailures &failures,
+    void complete(kiv::Verdict verdict, int signal, const kiv::CallFailures &failures,
                   const kiv::Differences &differences, kiv::CallsTold *told) {
         if (verdict == kiv::Verdict::not_run) return;
         if (ended_its_worker(verdict)) {
+            ended_ = {signal, verdict == kiv::Verdict::timed_out};
             const size_t before = received_.size();
             recorder_.append_left(&received_);
             if (show_) show(std::string_view(received_).substr(before));
@@ -256,7 +264,8 @@ class TraceGlue : public kiv::Observer {
     trace::Recorder recorder_;
     bool suspicious_ = false;  // in the worker: the item printed what may tell of a failure
     // In the supervising process.
-    std::string received_;  // entries of the running item
+    std::string received_;          // entries of the running item
+    trace::Recorder::Ended ended_;  // the last worker that ended badly in a case or fixture
     trace::Naming shown_names_;
 };
 

@@ -22,6 +22,11 @@ _prm_kiv() {
             compopt -o nospace 2>/dev/null
             return
             ;;
+        :)
+            # Behind "replay:" and "lib:", a word of its own.
+            mapfile -t COMPREPLY < <(compgen -f -- "$word")
+            return
+            ;;
         --fault)
             mapfile -t COMPREPLY < <(compgen -W "$("$program" --list-faults 2>/dev/null |
                 sed -n 's/^\(family:[a-z0-9_]*\)$/\1/p; s/^  \([a-z0-9_]*\):.*/\1/p')" -- "$word")

@@ -63,6 +63,10 @@ void Summary::add(const Differences &found) {
     if (found.count == 0) return;
     differences += found.count;
     ++with_differences;
+    if (found.from.find(differences_from) != std::string::npos)
+        differences_from = found.from;
+    else if (differences_from.find(found.from) == std::string::npos)
+        differences_from += (differences_from.empty() ? "" : " and ") + found.from;
 }
 
 bool Summary::good() const {

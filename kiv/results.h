@@ -104,10 +104,11 @@ struct CallsTold {
     std::span<const ToldCall> before(const Check &check, const std::vector<Check> &failures) const;
 };
 
-// How the calls of a case or fixture differ from what its site's baseline has.
+// How the calls of a case or fixture differ from what they are compared with.
 struct Differences {
     uint64_t count = 0;
     std::vector<std::string> told;  // a line each; bounded
+    std::string from = "the baseline";
 };
 
 struct CaseResult {
@@ -239,6 +240,7 @@ struct Summary {
     size_t with_unnoticed_calls = 0;  // cases and fixtures
     uint64_t differences = 0;
     size_t with_differences = 0;  // cases and fixtures
+    std::string differences_from;
 
     // Counts what has ended: verdict, checks and calls of a case, a fixture that failed and its calls.
     void add(const CaseResult &result);

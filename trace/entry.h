@@ -17,7 +17,8 @@ enum class EntryKind : uint16_t {
     schema = 1,  // a piece of the schema: see schema_bytes.h
     call_begins,
     call_returns,
-    worker,  // `number` is the worker's
+    worker,  // `number` is the worker's, 0 when none comes; `status` the signal that ended the one before
+             // it, `condition`: because it took too long
     case_begins,
     case_ended,
     set_up_begins,

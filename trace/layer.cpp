@@ -4,21 +4,13 @@
 #include <type_traits>
 
 #include "trace/recorder.h"
+#include "trace/words.h"
 
 namespace trace {
 namespace {
 
 CallWatcher *watcher = nullptr;
 const card::Backend *answering = nullptr;
-
-template <class Value>
-uint64_t as_word(Value value) {
-    if constexpr (std::is_pointer_v<Value>) {
-        return reinterpret_cast<uint64_t>(value);
-    } else {
-        return static_cast<uint64_t>(value);
-    }
-}
 
 template <card::OperationId id, auto Member>
 struct Recorded;

@@ -58,7 +58,16 @@ void Recorder::only_families(const std::vector<std::string> &families) {
     }
 }
 
-void Recorder::worker_begins(int number) {
+void Recorder::tell_worker(int number, const Ended &before) {
+    Mark mark;
+    mark.kind = EntryKind::worker;
+    mark.number = static_cast<uint64_t>(number);
+    mark.status = static_cast<uint32_t>(before.signal);
+    mark.condition = before.timed_out;
+    tell(mark);
+}
+
+void Recorder::worker_begins(int number, const Ended &before) {
     static const int registered = pthread_atfork(nullptr, nullptr, forked_child);
     (void)registered;
     busy_.store(false);
@@ -67,10 +76,7 @@ void Recorder::worker_begins(int number) {
     ring_.restart();
     if (file_.is_open()) {
         file_.take_over();
-        Mark mark;
-        mark.kind = EntryKind::worker;
-        mark.number = static_cast<uint64_t>(number);
-        tell(mark);
+        tell_worker(number, before);
     }
     watch_calls(this);
 }

@@ -26,6 +26,11 @@ class Recorder : public CallWatcher {
         void (*send)(std::string_view entries) = nullptr;
     };
     enum class Sends : uint8_t { on_demand, every_case, every_call };
+    // How a worker ended in a case or fixture.
+    struct Ended {
+        int signal = 0;  // 0: it did not
+        bool timed_out = false;
+    };
 
     // In the supervising process. False, with *error set.
     bool create(const Surroundings &around, std::string *error);
@@ -37,7 +42,10 @@ class Recorder : public CallWatcher {
     Sends sends() const { return sends_; }
 
     // In a worker, which is told of calls from then on.
-    void worker_begins(int number);
+    void worker_begins(int number) { worker_begins(number, Ended()); }
+    void worker_begins(int number, const Ended &before);
+    // 0: none comes after the one that ended.
+    void tell_worker(int number, const Ended &before);
     void worker_ends();
     // A case or fixture, as kind says.
     void item_begins(EntryKind kind, std::string_view folder, std::string_view name);

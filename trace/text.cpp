@@ -50,19 +50,6 @@ void append_quoted(std::string *out, Bytes bytes) {
     for (const uint8_t byte : rest) add(out, "{:02x}", byte);
 }
 
-// Without the zeros at both ends: "@12:40ff" begins at byte 12.
-void append_bytes(std::string *out, Bytes bytes) {
-    size_t first = 0, end = bytes.size();
-    while (end > 0 && bytes[end - 1] == 0) --end;
-    while (first < end && bytes[first] == 0) ++first;
-    if (end == 0) {
-        *out += '0';
-        return;
-    }
-    if (first > 0) add(out, "@{}:", first);
-    for (const uint8_t byte : bytes.subspan(first, end - first)) add(out, "{:02x}", byte);
-}
-
 // Takes what a call says, piece by piece. Names of pieces are those of parameters and fields.
 class Sink {
   public:
@@ -421,6 +408,18 @@ void append_line(std::string *out, const Call &call, const Naming &names, const 
     Teller(call, names, options, &sink).tell();
     *out += ')';
     append_result(out, call, names, options);
+}
+
+void append_bytes(std::string *out, Bytes bytes) {
+    size_t first = 0, end = bytes.size();
+    while (end > 0 && bytes[end - 1] == 0) --end;
+    while (first < end && bytes[first] == 0) ++first;
+    if (end == 0) {
+        *out += '0';
+        return;
+    }
+    if (first > 0) add(out, "@{}:", first);
+    for (const uint8_t byte : bytes.subspan(first, end - first)) add(out, "{:02x}", byte);
 }
 
 void append_word(std::string *out, std::string_view text) {

@@ -1,7 +1,7 @@
 // What recording costs: a million operations on the simulated card without it, with the last calls kept in
 // memory, and with a file; beside a bare loop that appends the same bytes to a buffered file. Then whole runs
-// of the suite without recording, with it, and with a file. All in one run, as ratios; times are of the
-// processor.
+// of the suite without recording, with it, and with a file. Then as many calls answered from their trace,
+// with the memory that it takes. All in one run, as ratios; times are of the processor.
 //
 //   trace_bench [CALLS] [RUNS]    default 1000000 20
 #include <sys/resource.h>
@@ -18,6 +18,7 @@
 #include "card/boundary/layers.h"
 #include "prm_srh_l2.h"
 #include "trace/recorder.h"
+#include "trace/replay.h"
 
 namespace {
 
@@ -61,6 +62,48 @@ void append_bare(u32 calls, size_t bytes) {
     setvbuf(file, buffer.data(), _IOFBF, buffer.size());
     for (u32 i = 0; i < calls; ++i) fwrite(piece.data(), 1, piece.size(), file);
     fclose(file);
+}
+
+// Megabytes that the process has needed at most.
+long peak() {
+    rusage usage;
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss / 1024;
+}
+
+void replay(const bench::ClientOnCard &on, u32 calls, const card::Backend &plain) {
+    std::string lacks, error;
+    trace::Recorder recorder;
+    if (!recorder.create({[] { return uint64_t{0}; }, [](std::string_view) {}}, &error) ||
+        !recorder.file().create(kFile, 0, &error))
+        std::abort();
+    card::use_backend(&trace::recording_in_front_of(plain));
+    recorder.worker_begins(1);
+    recorder.item_begins(trace::EntryKind::case_begins, "f", "c");
+    call(on, calls);
+    recorder.worker_ends();
+    trace::Replay replay;
+    uint64_t differences = 0;
+    const long before = peak();
+    const double opened = measure([&] {
+        if (!replay.open(
+                kFile, trace::Replay::Mode::STRICT,
+                {[&](std::string_view, uint64_t count) { differences += count; }, [] { return uint64_t{0}; }},
+                &lacks, &error))
+            std::abort();
+    });
+    card::use_backend(&trace::answering_from(&replay));
+    const double answered = measure([&] {
+        replay.worker_begins();
+        replay.item_begins(trace::EntryKind::case_begins, "f", "c");
+        call(on, calls);
+        replay.item_ended();
+    });
+    card::use_backend(&plain);
+    std::printf(
+        "replay: checked in %.2f s, answered in %.2f s, %.0f calls a second, %llu differences, %ld MB more\n",
+        opened, answered, calls / (opened + answered), static_cast<unsigned long long>(differences),
+        peak() - before);
 }
 
 double whole_runs(const std::string &program, const std::string &options, int runs) {
@@ -121,6 +164,8 @@ int main(int argc, char **argv) {
                     one.least / none.least);
     std::printf("  recorded: %.0f calls a second; over the bare loop: %.2fx\n", calls / filed.least,
                 (filed.least - none.least) / bare.least);
+
+    replay(on, calls, plain);
 
     Measured unrecorded{"not recorded"}, always{"last calls kept"}, traced{"--trace"};
     for (int round = 0; round < 3; ++round) {

@@ -49,7 +49,7 @@ std::string unnoticed_text(const Summary &summary) {
 std::string differences_text(const Differences &differences) {
     if (differences.count == 0) return "";
     std::string text =
-        counted(differences.count, " difference from the baseline", " differences from the baseline");
+        counted(differences.count, " difference from ", " differences from ") + differences.from;
     if (differences.told.empty()) return text;
     text += ": " + differences.told.front();
     if (differences.count > 1) text += ", and " + std::to_string(differences.count - 1) + " more";
@@ -58,8 +58,8 @@ std::string differences_text(const Differences &differences) {
 
 std::string differences_text(const Summary &summary) {
     if (summary.differences == 0) return "";
-    return counted(summary.differences, " difference from the baseline, in ",
-                   " differences from the baseline, in ") +
+    return counted(summary.differences, " difference from ", " differences from ") +
+           summary.differences_from + ", in " +
            counted(summary.with_differences, " case or fixture", " cases and fixtures");
 }
 

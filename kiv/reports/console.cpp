@@ -347,7 +347,7 @@ void Console::differences(const Differences &differences) {
         std::string line = differences.told[shown];
         if (line.size() > kLongestDifference) line = line.substr(0, kLongestDifference) + "...";
         out_ += "      ";
-        paint(kYellow, "differs from the baseline: ");
+        paint(kYellow, "differs from " + differences.from + ": ");
         out_ += visible(line) + "\n";
     }
     if (differences.count > shown)

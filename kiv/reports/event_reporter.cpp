@@ -234,6 +234,8 @@ void EventReporter::calls(const CallFailures &calls) {
 void EventReporter::differences(const Differences &differences) {
     texts("Differences", differences.told);
     if (differences.count != differences.told.size()) number("DifferenceCount", differences.count);
+    if (differences.count != 0 && differences.from != Differences().from)
+        text("DifferencesFrom", differences.from);
 }
 
 void EventReporter::fixture_ended(const FixtureResult &fixture) {
@@ -318,6 +320,8 @@ void EventReporter::run_ended(const Summary &summary) {
     if (summary.differences != 0) {
         number("Differences", summary.differences);
         number("WithDifferences", static_cast<uint64_t>(summary.with_differences));
+        if (summary.differences_from != Differences().from)
+            optional_text("DifferencesFrom", summary.differences_from);
     }
     flag("Interrupted", summary.interrupted);
     optional_text("StoppedBecause", summary.stopped_because);

@@ -328,6 +328,7 @@ class Reader {
         found.told = event.texts("Differences");
         found.count = event.number_or<uint64_t>("DifferenceCount", found.told.size());
         if (found.count < found.told.size()) throw Broken{"DifferenceCount", "fewer than are told"};
+        if (const std::string from = event.optional_text("DifferencesFrom"); !from.empty()) found.from = from;
         return found;
     }
 
@@ -401,6 +402,8 @@ class Reader {
         summary.with_unnoticed_calls = event.number_or<size_t>("WithUnnoticedCalls", 0);
         summary.differences = event.number_or<uint64_t>("Differences", 0);
         summary.with_differences = event.number_or<size_t>("WithDifferences", 0);
+        summary.differences_from = event.optional_text("DifferencesFrom");
+        if (summary.differences_from.empty()) summary.differences_from = Differences().from;
         summary.interrupted = event.flag("Interrupted");
         summary.stopped_because = event.optional_text("StoppedBecause");
         summary.notes = event.texts("Notes");

@@ -93,7 +93,8 @@ static void add_line(std::string &text, std::string_view line) {
 }
 
 static void add_differences(std::string &text, const Differences &differences) {
-    for (const std::string &line : differences.told) add_line(text, "differs from the baseline: " + line);
+    for (const std::string &line : differences.told)
+        add_line(text, "differs from " + differences.from + ": " + line);
     const uint64_t left = differences.count - std::min<uint64_t>(differences.count, differences.told.size());
     if (left == 0) return;
     text += "and ";

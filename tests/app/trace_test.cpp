@@ -133,7 +133,7 @@ TEST_F(TraceTest, FileTellsOfEverythingInOrderAlthoughWorkersDie) {
     std::erase_if(all, is_connecting);
     EXPECT_THAT(all, ElementsAre("worker", "case f good", "prm_srh_bd_add", "check CERR_SUCCESS",
                                  "end of case f good", "case f dies", "prm_srh_bd_add", "worker",
-                                 "case f dies_in_a_call", "prm_srh_bd_add"));
+                                 "case f dies_in_a_call", "prm_srh_bd_add", "worker"));
 }
 
 TEST_F(TraceTest, FileIsTheSameInOneProcess) {

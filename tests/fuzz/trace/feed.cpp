@@ -1,6 +1,7 @@
 // Bytes as traces: see feed.h.
 #include "tests/fuzz/trace/feed.h"
 
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -11,6 +12,7 @@
 #include "trace/capture.h"
 #include "trace/file_writer.h"
 #include "trace/reader.h"
+#include "trace/replay.h"
 #include "trace/text.h"
 #include "trace/told.h"
 
@@ -20,6 +22,35 @@ void require(bool condition, const char *what) {
     if (condition) return;
     fprintf(stderr, "%s\n", what);
     abort();
+}
+
+// Every case of it asked the same few calls.
+void replay(const std::string &bytes, trace::Replay::Mode mode) {
+    const int fd = memfd_create("trace", MFD_CLOEXEC);
+    require(fd >= 0 && write(fd, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()),
+            "no file in memory");
+    trace::Replay replay;
+    std::string lacks, error;
+    const trace::Replay::Surroundings around{[](std::string_view, uint64_t) {}, [] { return uint64_t{0}; },
+                                             [] {}};
+    const bool good = replay.open("/proc/self/fd/" + std::to_string(fd), mode, around, &lacks, &error);
+    close(fd);
+    require(good == error.empty(), "refused without a reason, or a reason without a refusal");
+    if (!good) return;
+    replay.worker_begins();
+    for (const char *const name : {"case", "case", "none"}) {
+        replay.item_begins(trace::EntryKind::case_begins, "folder", name);
+        prm_bd_request record{};
+        record.bd_id = 5;
+        prm_handle_t out = nullptr;
+        const uint64_t add[] = {1, reinterpret_cast<uint64_t>(&record)};
+        const uint64_t client[] = {reinterpret_cast<uint64_t>(&out), 1, 2, 0};
+        for (int i = 0; i < 4; ++i) {
+            replay.answer(card::OperationId::prm_srh_bd_add, add);
+            replay.answer(card::OperationId::prm_srh_register, client);
+        }
+        replay.item_ended();
+    }
 }
 
 std::string whole_text(FILE *file) {
@@ -101,9 +132,12 @@ void feed_trace(const uint8_t *data, size_t size) {
     switch (data[0] % 3) {
         case 0:
             if (!bytes.empty()) read(bytes);
+            replay(bytes, trace::Replay::Mode::STRICT);
             break;
         case 1:
             read(sample.substr(0, entries) + bytes);
+            replay(sample.substr(0, entries) + bytes, trace::Replay::Mode::STRICT);
+            replay(sample.substr(0, entries) + bytes, trace::Replay::Mode::LENIENT);
             break;
         default: {
             trace::Naming names;

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-// Reads the bytes and shows every call as text. The first byte says what the others are: a whole file,
+// Reads the bytes, shows every call as text, and answers calls from them. The first byte says what the others are: a whole file,
 // entries behind this build's schema, or entries as they lie in memory. Ends the process when the reader
 // contradicts itself.
 void feed_trace(const uint8_t *data, size_t size);
