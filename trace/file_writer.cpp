@@ -122,10 +122,14 @@ bool FileWriter::create(const std::string &path, uint64_t limit, std::string *er
 }
 
 bool FileWriter::begin_file(std::string *error) {
-    fd_ = open_out_of_the_way(path_.c_str(), O_CREAT | O_TRUNC);
+    // The name is its own once the schema is there: a file that can be opened can be read.
+    const std::string begun = path_ + ".new";
+    fd_ = open_out_of_the_way(begun.c_str(), O_CREAT | O_TRUNC);
     const std::string &front = front_of_this_build();
-    if (fd_ < 0 || !write_at(fd_, reinterpret_cast<const uint8_t *>(front.data()), front.size(), 0)) {
+    if (fd_ < 0 || !write_at(fd_, reinterpret_cast<const uint8_t *>(front.data()), front.size(), 0) ||
+        rename(begun.c_str(), path_.c_str()) != 0) {
         *error = path_ + ": " + strerror(errno);
+        unlink(begun.c_str());
         return false;
     }
     shared_->appended.store(front.size());

@@ -44,12 +44,15 @@ bool Reader::read(void *to, size_t size) {
 }
 
 bool Reader::open(const std::string &path, std::string *error) {
+    FILE *const file = fopen(path.c_str(), "rbe");
+    if (file != nullptr) return open(file, path, error);
+    *error = path + ": " + strerror(errno);
+    return false;
+}
+
+bool Reader::open(FILE *file, const std::string &path, std::string *error) {
     path_ = path;
-    file_ = fopen(path.c_str(), "rbe");
-    if (file_ == nullptr) {
-        *error = path + ": " + strerror(errno);
-        return false;
-    }
+    file_ = file;
     setvbuf(file_, nullptr, _IOFBF, size_t{1} << 18);
     const FileHead wanted;
     FileHead head;

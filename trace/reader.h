@@ -32,6 +32,8 @@ class Reader {
 
     // Reads the schema at the front. False, with *error set, which names the file, for what is no trace.
     bool open(const std::string &path, std::string *error);
+    // The same of an open file, which it closes at its end; `name` is for messages.
+    bool open(FILE *file, const std::string &name, std::string *error);
     // False at the end. Calls come in the order in which they returned; those that never did, before the next
     // case, fixture or worker begins.
     bool next(Event *event);

@@ -1,4 +1,5 @@
 // The exported platform operations: each passes its call on to the process's backend, and tells of a failure.
+// An image in which they stand before the platform's own gives them other names.
 #include "card/boundary/backend.h"
 #include "card/boundary/failures.h"
 #include "card/codes.h"
@@ -31,9 +32,16 @@ void tell_failures(FailureListener to) {
 
 }  // namespace card
 
+#ifndef CARD_EXPORTED_PREFIX
+#define CARD_EXPORTED_PREFIX
+#endif
+#define CARD_JOINED(prefix, name) prefix##name
+#define CARD_NAMED(prefix, name) CARD_JOINED(prefix, name)
+#define CARD_EXPORTED(name) CARD_NAMED(CARD_EXPORTED_PREFIX, name)
+
 extern "C" {
 #define OPERATION(family, result, name, parameters, arguments, directions, ...)  \
-    result name parameters {                                                     \
+    result CARD_EXPORTED(name) parameters {                                      \
         return card::answer<card::OperationId::name>(                            \
             [&]() -> result { return card::current_backend().name arguments; }); \
     }

@@ -2,9 +2,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <random>
 #include <sstream>
 
 #include "tests/kiv/process.h"
@@ -177,6 +182,39 @@ TEST_F(TraceTest, LimitKeepsTheEnd) {
     EXPECT_LE(std::filesystem::file_size(file()), size_t{512} * 1024);
     EXPECT_TRUE(std::filesystem::exists(file() + ".1"));
     EXPECT_THAT(events(), Not(IsEmpty()));
+}
+
+TEST_F(TraceTest, RunThatIsKilledLeavesAFileThatCanBeRead) {
+    const std::vector<std::string> words = {"--quiet", "--no-site", "--repeat", "800",
+                                            "--trace", file(),      "f/good"};
+    std::mt19937 random(20261122);
+    const auto begin = std::chrono::steady_clock::now();
+    kiv_test::Process("traced", words, directory_.path()).finish();
+    const auto whole = (std::chrono::steady_clock::now() - begin) / std::chrono::microseconds(1);
+    const size_t all = events().size();
+    size_t in_the_middle = 0;
+    for (int round = 0; round < 200; ++round) {
+        std::filesystem::remove(file());
+        kiv_test::Process process("traced", words, directory_.path());
+        usleep(static_cast<unsigned>(std::uniform_int_distribution<int64_t>(1000, whole)(random)));
+        process.signal_process(SIGKILL);
+        process.finish();
+        ASSERT_TRUE(kiv_test::group_is_gone(process.id()));
+        if (!std::filesystem::exists(file())) continue;
+        trace::Reader reader;
+        std::string error;
+        ASSERT_TRUE(reader.open(file(), &error)) << error;
+        size_t count = 0;
+        for (trace::Event event; reader.next(&event);) ++count;
+        const size_t size = std::filesystem::file_size(file());
+        // What is not whole is the end, at most.
+        EXPECT_TRUE(reader.problem().empty() ? reader.offset() == size
+                                             : reader.problem().find("cut off") != std::string::npos &&
+                                                   size - reader.offset() < trace::kLargestEntry)
+            << reader.problem();
+        in_the_middle += count > 0 && count < all;
+    }
+    EXPECT_GT(in_the_middle, 10u);
 }
 
 }  // namespace

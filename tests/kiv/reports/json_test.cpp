@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "kiv/reports/escape.h"
+#include "kiv/reports/results_reader.h"
 #include "tests/kiv/reports/report_test.h"
 
 namespace kiv::test {
@@ -96,6 +97,40 @@ TEST(Json, ALineThatNoPageHoldsComesInParts) {
     for (const auto &event : events(json_of(result)))
         if (event["Action"] == "part") joined += event["Text"].get<std::string>();
     EXPECT_EQ(nlohmann::json::parse(joined)["Reason"], result.reason);
+}
+
+CaseResult case_with_calls() {
+    CaseResult result = passing_case("f", "with_calls");
+    result.verdict = Verdict::failed;
+    result.checks = 2;
+    result.failed_checks = 1;
+    result.failures.resize(1);
+    result.failures[0].number = 2;
+    result.calls_told.left_out = 3;
+    result.calls_told.calls = {{"add({id 7}) = 0", {"record.id = 7"}, 0, false},
+                               {"modify({id \xff}) = ?", {}, 1, true}};
+    result.differences = {"call 2: id: 7, not 8"};
+    return result;
+}
+
+TEST(Json, CallsAreReadBackAsTheyWereTold) {
+    struct Kept : Reporter {
+        void case_ended(const CaseResult &result) override { result_ = result; }
+        CaseResult result_;
+    } kept;
+    reports::ReadStatus status;
+    ASSERT_TRUE(reports::read_results(json_of(case_with_calls()), "events", kept, &status)) << status.error;
+    const CaseResult &read = kept.result_;
+    EXPECT_EQ(read.calls_told.left_out, 3u);
+    ASSERT_EQ(read.calls_told.calls.size(), 2u);
+    EXPECT_EQ(read.calls_told.calls[0].text, "add({id 7}) = 0");
+    EXPECT_THAT(read.calls_told.calls[0].fields, testing::ElementsAre("record.id = 7"));
+    EXPECT_FALSE(read.calls_told.calls[0].failed);
+    EXPECT_EQ(read.calls_told.calls[1].text, "modify({id \xff}) = ?");
+    EXPECT_EQ(read.calls_told.calls[1].checks_before, 1u);
+    EXPECT_TRUE(read.calls_told.calls[1].failed);
+    EXPECT_EQ(read.failures.at(0).number, 2u);
+    EXPECT_THAT(read.differences, testing::ElementsAre("call 2: id: 7, not 8"));
 }
 
 }  // namespace

@@ -75,6 +75,32 @@ TEST_F(Browser, ShowsWhatACaseDid) {
     EXPECT_THAT(text, HasSubstr("ERROR: <leaf> \"delete\" & co\r\n\ttab"));
 }
 
+TEST_F(Browser, OpensOnWhatIsNotGoodWithTheCallsBeforeEachFailedCheck) {
+    const std::string page = report_of(make_html_reporter, [](Reporter &reporter) {
+        reporter.run_begins(sample_info());
+        reporter.case_ended(passing_case("f", "good"));
+        CaseResult bad = passing_case("f", "bad");
+        bad.verdict = Verdict::failed;
+        bad.failures.resize(2);
+        bad.failures[0].number = 2;
+        bad.failures[1].number = 4;
+        bad.calls_told.calls = {
+            {"one() = 0", {"a = 1"}, 0}, {"two() = 0", {}, 1}, {"three() = 5", {"b = 2"}, 3, true}};
+        reporter.case_ended(bad);
+        reporter.run_ended({});
+    });
+    const auto text =
+        ask(page,
+            "const box = document.querySelector('#troubles'); const inside = box.querySelector('.inside');"
+            "const link = inside.querySelectorAll('.check a')[1]; link.click();"
+            "const row = document.getElementById(link.getAttribute('href').slice(1));"
+            "return [box.querySelectorAll('.trouble[open]').length, box.querySelector('.name').textContent,"
+            "[...inside.querySelectorAll('.check a')].map(a => a.nextElementSibling ? "
+            "a.nextElementSibling.textContent : '').join(), row.open, row.querySelector('pre').textContent,"
+            "inside.querySelectorAll('.call').length].join(' / ')");
+    EXPECT_EQ(text, "1 / f/bad / two() = 0,three() = 5 / true / b = 2 / 3");
+}
+
 TEST_F(Browser, FiltersAndSearches) {
     const std::string list = "return [...document.querySelectorAll('.case .name')].map(e => e.textContent);";
     const auto open = std::string(
