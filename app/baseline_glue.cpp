@@ -58,6 +58,11 @@ std::string place_of(std::string_view folder, std::string_view item) {
     return place;
 }
 
+bool has_ended(kiv::Verdict verdict) {
+    return verdict != kiv::Verdict::aborted && verdict != kiv::Verdict::crashed &&
+           verdict != kiv::Verdict::timed_out;
+}
+
 // False, with *error set. The file is there whole or as it was.
 bool write_whole(const std::string &path, const std::string &text, std::string *error) {
     if (!kiv::make_directories(path.substr(0, path.rfind('/')), error)) return false;
@@ -129,8 +134,7 @@ class BaselineGlue : public kiv::Observer {
         }
         Item item{SectionKind::CASE, result.folder, result.name, ""};
         item.outcome = trace::outcome_text(kiv::verdict_text(result.verdict), result.checks);
-        item.has_ended = result.verdict != kiv::Verdict::aborted && result.verdict != kiv::Verdict::crashed &&
-                         result.verdict != kiv::Verdict::timed_out;
+        item.has_ended = has_ended(result.verdict);
         item.is_good = kiv::verdict_is_good(result.verdict);
         finish(item, &result.differences);
     }
@@ -139,7 +143,8 @@ class BaselineGlue : public kiv::Observer {
         if (!active_ || fixture.of_worker) return;
         if (!fixture.ran) return drop();
         Item item{fixture.set_up ? SectionKind::SET_UP : SectionKind::TEAR_DOWN, fixture.folder, "", ""};
-        item.has_ended = item.is_good = !fixture.failed();
+        item.has_ended = has_ended(fixture.verdict);
+        item.is_good = !fixture.failed();
         finish(item, &fixture.differences);
     }
 

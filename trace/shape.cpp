@@ -6,15 +6,35 @@
 namespace trace {
 namespace {
 
-struct SiteField {
-    std::string_view name;  // the last part of a path, without an index
-    std::string_view why;
-};
-
-// A test holds them against the sites: none is left out that differs between two of them, and none stands
-// here that does not.
+// Interfaces, ports and bundles; VLANs; bridge domains, circuits and tunnels over VXLAN. A test holds them
+// against two sites: none is left out that differs between them, and none stands here that does not.
 constexpr SiteField kSiteFields[] = {
-    {"if_handle", "interface handles are the site's"},
+    {"if_handle", ""},
+    {"parent_ifh", ""},
+    {"channel_map", ""},
+    {"port", ""},
+    {"lag_id", ""},
+    {"members", ""},
+    {"value", "lag_id"},
+    {"value", "np_port"},
+    {"value_byte", "bundle_subif_port"},
+    {"value", "outer_vlan"},
+    {"value", "inner_vlan"},
+    {"value", "rewrite_outer_vlan"},
+    {"value", "rewrite_inner_vlan"},
+    {"uidb", ""},
+    {"member_uidb", ""},
+    {"segment1_key", ""},
+    {"segment2_key", ""},
+    {"bd_id", ""},
+    {"ac_xid", ""},
+    {"vni_low", ""},
+    {"address_or_vni", ""},
+    {"source_vtep", ""},
+    {"remote_vtep", ""},
+    {"nh_id", ""},
+    {"fec", ""},
+    {"mac", ""},
 };
 
 std::string_view last_name(std::string_view path) {
@@ -23,13 +43,31 @@ std::string_view last_name(std::string_view path) {
     return path.substr(0, path.find('['));
 }
 
+// Of a field of a feature record: which feature it is.
+std::string_view feature_beside(const CallLine &call, std::string_view path) {
+    const std::string of_it(path.substr(0, path.rfind('.') + 1));
+    const auto beside = std::ranges::find(call.fields, of_it + "feature_id", &LineField::path);
+    return beside != call.fields.end() ? beside->value : std::string_view();
+}
+
+bool is_chosen_by_site(const CallLine &call, const LineField &field) {
+    const std::string_view name = last_name(field.path);
+    return std::ranges::any_of(kSiteFields, [&](const SiteField &row) {
+        return row.name == name && (row.feature.empty() || row.feature == feature_beside(call, field.path));
+    });
+}
+
 }  // namespace
 
+std::span<const SiteField> site_fields() {
+    return kSiteFields;
+}
+
 void drop_chosen_by_site(CallLine *call) {
-    std::erase_if(call->fields, [](const LineField &field) {
-        return std::ranges::find(kSiteFields, last_name(field.path), &SiteField::name) !=
-               std::end(kSiteFields);
-    });
+    std::vector<LineField> kept;
+    for (const LineField &field : call->fields)
+        if (!is_chosen_by_site(*call, field)) kept.push_back(field);
+    call->fields = std::move(kept);
 }
 
 std::string shape_of(std::string_view line) {

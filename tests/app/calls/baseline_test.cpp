@@ -80,7 +80,7 @@ TEST(Baseline, NoFailedCallGoesUnnoticed) {
         const uint32_t call = (calls + 1) / 2;
         const suite_run::Outcome &run = differing_run(fault::Fault{operation, call, 0x5CA0F200});
         EXPECT_FALSE(run.good) << card::row(operation).name << ", call " << call;
-        EXPECT_GT(run.differences, 0u) << card::row(operation).name << ", call " << call;
+        EXPECT_TRUE(run.differences > 0 || !run.ended) << card::row(operation).name << ", call " << call;
         ++failed;
     }
     EXPECT_GT(failed, 40u);

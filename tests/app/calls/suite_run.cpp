@@ -30,6 +30,7 @@ class Saboteur : public kiv::Observer {
     explicit Saboteur(const std::function<void()> &interpose) : interpose_(interpose) {}
     void worker_begins(int) override { interpose_(); }
     void run_ended(const kiv::Summary &summary) override {
+        outcome().ended = true;
         outcome().good = summary.good();
         outcome().with_unnoticed_calls = summary.with_unnoticed_calls;
         outcome().differences = summary.differences;
@@ -67,7 +68,7 @@ const Outcome &run(const std::function<void()> &interpose, const std::vector<std
     const std::string directory = testing::TempDir() + "suite_run." + std::to_string(getpid());
     std::filesystem::remove_all(directory);
     Outcome &run = outcome();
-    run.good = false;
+    run.ended = run.good = false;
     run.with_unnoticed_calls = 0;
     run.differences = 0;
     run.calls = 0;
@@ -75,7 +76,7 @@ const Outcome &run(const std::function<void()> &interpose, const std::vector<std
     if (child == 0) run_suite(interpose, directory, words);
     int status = 0;
     waitpid(child, &status, 0);
-    if (!WIFEXITED(status)) run.good = false;  // a case ended it
+    if (!WIFEXITED(status)) run.ended = run.good = false;
     std::filesystem::remove_all(directory);
     return run;
 }

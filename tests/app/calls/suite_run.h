@@ -20,7 +20,8 @@ struct Outcome {
         card::OperationId operation;
         bool good;
     };
-    bool good;  // it came to its end, and everything in it is good
+    bool ended;  // else a case brought the process down
+    bool good;   // it ended, and everything in it is good
     size_t with_unnoticed_calls;
     uint64_t differences;
     uint32_t calls;
