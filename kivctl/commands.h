@@ -25,6 +25,7 @@ void add_report(CLI::App &app, int *status);
 void add_site(CLI::App &app, int *status);
 void add_card(CLI::App &app, int *status);
 void add_sweep(CLI::App &app, int *status);
+void add_trace(CLI::App &app, int *status);
 
 }  // namespace kivctl
 

@@ -1,4 +1,4 @@
-// The companion command: results of runs, sites, and states of cards.
+// The companion command: results of runs, sites, states of cards and traces.
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -8,7 +8,7 @@
 namespace {
 
 int run(int argc, char **argv) {
-    CLI::App app("Works on the results of prm_kiv, on the sites that it runs with and on states of cards.",
+    CLI::App app("Works on the results of prm_kiv, on the sites that it runs with, on states of cards and on traces.",
                  "kivctl");
     app.set_version_flag("--version", KIV_VERSION);
     app.require_subcommand(1);
@@ -22,6 +22,7 @@ int run(int argc, char **argv) {
     kivctl::add_site(app, &status);
     kivctl::add_card(app, &status);
     kivctl::add_sweep(app, &status);
+    kivctl::add_trace(app, &status);
     signal(SIGXFSZ, SIG_IGN);  // writing fails instead, which is said
     try {
         app.parse(argc, argv);

@@ -40,6 +40,9 @@ void for_each_field(const Call &call, const Naming &names, CallFieldVisitor visi
 // "= CARD_ERROR_TABLE_FULL". Of a call that has not returned nothing is known but what it was handed: "= ?".
 void append_line(std::string *out, const Call &call, const Naming &names, const TextOptions &options = {});
 
+// The end of such a line: " = 0".
+void append_result(std::string *out, const Call &call, const Naming &names, const TextOptions &options = {});
+
 // Bytes as a word that stands in a line: without blanks, commas, braces, colons and what is not ASCII, each
 // of which becomes "\xNN".
 void append_word(std::string *out, std::string_view text);
