@@ -126,7 +126,7 @@ class Found {
     uint64_t same = 0, changed = 0, removed = 0, added = 0, places = 0, different_places = 0;
 
     void enter(const std::string &place) {
-        ++places;
+        if (!place.empty()) ++places;
         place_ = place;
         is_different_ = false;
     }
@@ -231,6 +231,7 @@ class Found {
         if (is_different_) return;
         is_different_ = true;
         ++different_places;
+        if (place_.empty()) ++places;
         if (options_.quiet || options_.json) return;
         out() += kiv::reports::visible(place_.empty() ? "outside of cases" : place_);
         output_.line_done();

@@ -151,11 +151,22 @@ class Tables {
         return text;
     }
 
+    // First bit and number of each run of bits in the mask.
+    static std::string runs(uint64_t mask) {
+        std::string text = "{ ";
+        for (int at = 0; at < 64; ++at) {
+            const int count = std::countr_one(mask >> at);
+            if (count == 0) continue;
+            text += fmt::format("{{ {}, {} }}, ", at, count);
+            at += count;
+        }
+        return text + "}";
+    }
+
     static std::string bits(prm_list<prm_bits> list) {
         std::string text = "{ ";
         for (const prm_bits &bits : list) {
-            text += fmt::format("{{ low = {}, count = {}, name = {}", std::countr_zero(bits.mask),
-                                std::popcount(bits.mask), quoted(bits.name));
+            text += fmt::format("{{ name = {}, runs = {}", quoted(bits.name), runs(bits.mask));
             if (bits.names.size > 0) text += ", names = " + names(bits.names);
             text += " }, ";
         }

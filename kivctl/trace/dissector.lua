@@ -102,10 +102,13 @@ end
 local function flags_text(list, low, high)
   local parts = {}
   for _, one in ipairs(list) do
-    local value = bits_of(low, high, one.low, one.count)
+    local value = 0
+    for _, run in ipairs(one.runs) do
+      value = value + bits_of(low, high, run[1], run[2]) * 2 ^ (run[1] - one.runs[1][1])
+    end
     if value ~= 0 then
-      low, high = without_bits(low, high, one.low, one.count)
-      if one.count == 1 then parts[#parts + 1] = one.name
+      for _, run in ipairs(one.runs) do low, high = without_bits(low, high, run[1], run[2]) end
+      if #one.runs == 1 and one.runs[1][2] == 1 then parts[#parts + 1] = one.name
       else parts[#parts + 1] = one.name .. "=" .. (one.names and one.names[value] or string.format("%.0f", value)) end
     end
   end
@@ -273,7 +276,7 @@ local function show_block(call, block, path, layout, tree, range, bytes, before,
     elseif #bytes <= 8 then text = decimal(number_at(bytes, 0, #bytes, false))
     else text = bytes_text(bytes) end
     text = text .. (block.cut and "..." or "")
-    tree:add(heads.other, range, text):set_text(path .. ": " .. text)
+    tree:add(heads.other, range(), text):set_text(path .. ": " .. text)
     return
   end
   local shown = setmetatable({ tree = tree, range = range, bytes = bytes, before = before, shown = 0, path = path }, Block)
@@ -292,7 +295,7 @@ local function show_block(call, block, path, layout, tree, range, bytes, before,
     shown:record(path .. ".", layout, 0)
   end
   shown:gap(#bytes)
-  if block.cut then tree:add(heads.other, range, "here"):set_text(path .. ".cut: here") end
+  if block.cut then tree:add(heads.other, range(), "here"):set_text(path .. ".cut: here") end
 end
 
 -- What a block was handed over with; of an OUT parameter that is what happens to be there.
@@ -323,10 +326,10 @@ local function dissect_begins(buffer, operation, tree, pinfo)
     local record, answer = buffer(at + 22, 2):le_uint(), buffer(at + 24, 2):le_uint()
     block.record = record ~= NO_RECORD and records[record_at[record]] or nil
     block.answer = answer ~= NO_RECORD and records[record_at[answer]] or nil
-    local from = at + 32
+    local head, from = at, at + 32
     block.bytes = size > 0 and buffer:raw(from, size) or ""
     block.range = function(offset, length)
-      if size == 0 then return buffer(at, 32) end
+      if size == 0 then return buffer(head, 32) end
       return buffer(from + (offset or 0), length or size)
     end
     call.blocks[#call.blocks + 1] = block
@@ -336,9 +339,7 @@ local function dissect_begins(buffer, operation, tree, pinfo)
     if parameter.direction ~= "NONE" and parameter.direction ~= "OUT" then
       local block = memory_of(call, i - 1, WHOLE)
       if block and not block.is_null then
-        show_content(call, { parameter = block.parameter, field = block.field, record = block.record, bytes = block.bytes,
-          item_size = block.item_size, items = block.items, cut = block.cut,
-          range = setmetatable({}, { __call = function(_, a, b) return block.range(a, b) end }) }, parameter.name, tree)
+        show_content(call, block, parameter.name, tree)
       end
     end
   end
@@ -362,9 +363,10 @@ local function dissect_returns(buffer, operation, tree, pinfo)
   local call = begun[sequence]
   if not call then return end
   local succeeded = not operation.answers_status or low == 0
-  local at = 48
+  local at, changed = 48, {}
   for _ = 1, buffer(40, 4):le_uint() do
     local block, size = call.blocks[buffer(at, 4):le_uint() + 1], buffer(at + 4, 4):le_uint()
+    changed[block] = true
     local from = at + 8
     local parameter = operation.parameters[block.parameter + 1]
     local path = parameter.name
@@ -374,9 +376,18 @@ local function dissect_returns(buffer, operation, tree, pinfo)
       end
     end
     local before = not (parameter.direction == "OUT" and succeeded) and block.bytes or nil
-    show_block(call, block, path, block.answer, tree:add(kiv, buffer(at, 8 + size), path .. " as it was left"),
+    show_block(call, block, path, succeeded and block.answer or block.record, tree:add(kiv, buffer(at, 8 + size), path .. " as it was left"),
       function(offset, length) return buffer(from + (offset or 0), length or size) end, buffer:raw(from, size), before, false)
     at = from + math.ceil(size / 8) * 8
+  end
+  -- An answer that is what happened to be there before is not in this entry.
+  for _, block in ipairs(call.blocks) do
+    local parameter = operation.parameters[block.parameter + 1]
+    if succeeded and parameter.direction == "OUT" and not changed[block] and #block.bytes > 0 then
+      local kept = ByteArray.new(block.bytes, true):tvb(parameter.name)
+      show_block(call, block, parameter.name, block.answer, tree:add(kiv, kept(), parameter.name .. " as it was before"),
+        function(offset, length) return kept(offset or 0, length or #block.bytes) end, block.bytes, nil, false)
+    end
   end
 end
 

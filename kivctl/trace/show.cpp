@@ -210,9 +210,13 @@ class Show {
                     (field.kind == PRM_FIELD_NUMBER || field.kind == PRM_FIELD_AS_IS) &&
                     !field.text.empty() &&
                     std::ranges::all_of(field.text, [](char c) { return c >= '0' && c <= '9'; });
-                if (!is_number) out() += '"';
-                kiv::reports::append_json(out(), field.text);
-                if (!is_number) out() += '"';
+                if (options_.raw && field.text.ends_with("#unknown")) {
+                    add(&out(), "{}", field.number);
+                } else {
+                    if (!is_number) out() += '"';
+                    kiv::reports::append_json(out(), field.text);
+                    if (!is_number) out() += '"';
+                }
                 between = ",";
             },
             text_);
