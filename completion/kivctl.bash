@@ -27,7 +27,7 @@ _kivctl() {
                 sed -n '/^Faults:/,/^Columns:/ s/^  \([a-z]*\) .*/\1/p')" -- "$word")
             return
             ;;
-        --factor | --at-least | --jobs | --sample | --limit | --operation)
+        --factor | --at-least | --jobs | --sample | --limit | --operation | --case | --where | --status | --slowest)
             return
             ;;
     esac

@@ -203,10 +203,10 @@ class Found {
     void finish() {
         if (options_.quiet || options_.json) return;
         if (different_places == 0)
-            out() += fmt::format("the same: {} calls in {} places", same, places);
+            out() += fmt::format("the same: calls {}, places {}", same, places);
         else
             out() += fmt::format(
-                "{} of {} places differ: {} calls changed, {} only in the first, {} only in "
+                "places {} of {} differ; calls: {} changed, {} only in the first, {} only in "
                 "the second, {} the same",
                 different_places, places, changed, removed, added, same);
         output_.line_done();

@@ -269,12 +269,9 @@ class Show {
             case EntryKind::check:
                 check(mark);
                 break;
-            case EntryKind::print: {
-                std::string_view text = mark.texts[0];
-                if (text.ends_with('\n')) text.remove_suffix(1);
-                add(&out(), "        | {}", kiv::reports::visible(text));
-                break;
-            }
+            case EntryKind::print:
+                print(mark.texts[0]);
+                return;
             case EntryKind::left_out:
                 add(&out(), "        {} calls are not told", mark.number);
                 break;
@@ -282,6 +279,17 @@ class Show {
                 return;  // begins have their heading; an end tells nothing
         }
         output_.line_done();
+    }
+
+    void print(std::string_view text) {
+        while (!text.empty()) {
+            const size_t length = std::min(text.find('\n'), text.size());
+            if (length > 0) {
+                add(&out(), "        | {}", kiv::reports::visible(text.substr(0, length)));
+                output_.line_done();
+            }
+            text.remove_prefix(std::min(length + 1, text.size()));
+        }
     }
 
     void check(const trace::Mark &mark) {

@@ -33,7 +33,7 @@ class TraceCommands : public testing::Test {
         trace.use_next_hop(client, next_hop);
         trace.end_case("l2", "good");
         trace.begin_case("l2", "bad");
-        trace.print("adds it again\n");
+        trace.print("\nadds it\nagain\n");
         trace.add_bridge_domain(client, 6, 0x5ca25800);
         trace.check(false, 20);
         trace.done();
@@ -59,7 +59,8 @@ TEST_F(TraceCommands, ShowPrintsACallALineBelowItsPlace) {
      3  prm_srh_tx_adj_buddy_reserve(client#1@set-up, {count 1} -> {index nh#1}) = 0
      4  prm_srh_vxlan_ole_add(client#1@set-up, {nh_id nh#1}) = 0
 == l2/bad
-        | adds it again
+        | adds it
+        | again
      5  prm_srh_bd_add(client#1@set-up, {kind 10, bd_id 6}) = CARD_ERROR_UNKNOWN_BRIDGE_DOMAIN
         FAILED prm/test/src/sample, tc_sample, line 20: expected 0x00000000 CERR_SUCCESS, got 0x5ca25800 unknown bridge domain
 )");
@@ -204,7 +205,7 @@ TEST_F(TraceCommands, StatsCountsCallsByTheirTime) {
 TEST_F(TraceCommands, TracesThatDifferInHandlesAloneAreTheSame) {
     const Ran ran = kivctl("trace diff " + sample() + " " + sample("b.pcap", 0x2000, 9));
     EXPECT_EQ(ran.status, 0);
-    EXPECT_EQ(ran.out, "the same: 5 calls in 3 places\n");
+    EXPECT_EQ(ran.out, "the same: calls 5, places 3\n");
     EXPECT_EQ(kivctl("trace diff -q " + sample() + " " + sample("b.pcap", 0x2000, 9)).out, "");
 }
 
@@ -215,7 +216,7 @@ TEST_F(TraceCommands, DiffNamesTheCallTheFieldAndBothValues) {
         ran.out,
         "l2/good\n"
         "  ~ #2 prm_srh_bd_add: record.bd_id 5 -> 8\n"
-        "1 of 3 places differ: 1 calls changed, 0 only in the first, 0 only in the second, 4 the same\n");
+        "places 1 of 3 differ; calls: 1 changed, 0 only in the first, 0 only in the second, 4 the same\n");
     const auto told = nlohmann::json::parse(
         kivctl("trace diff --json " + sample() + " " + sample("b.pcap", 0x2000, 9, 8)).out);
     EXPECT_EQ(told["type"], "changed");
@@ -251,10 +252,10 @@ TEST_F(TraceCommands, WhatOnlyOneTraceHasDoesNotMakeTheHandlesBehindItDifferent)
   + #2 prm_srh_bd_add(client#1, {kind 10, bd_id 77})"
                        R"() = 0
   + #3 prm_srh_tx_adj_buddy_reserve(client#1, {count 1} -> {index nh#2}) = 0
-1 of 1 places differ: 0 calls changed, 0 only in the first, 2 only in the second, 5 the same
+places 1 of 1 differ; calls: 0 changed, 0 only in the first, 2 only in the second, 5 the same
 )");
     EXPECT_THAT(kivctl("trace diff " + b + " " + a).out,
-                HasSubstr("0 calls changed, 2 only in the first, 0 only in the second, 5 the same"));
+                HasSubstr("calls: 0 changed, 2 only in the first, 0 only in the second, 5 the same"));
     // What only the second trace was handed is not what the first one used, though it has the same name.
     reserve(b, true, true);
     EXPECT_THAT(kivctl("trace diff " + a + " " + b).out,
@@ -275,13 +276,13 @@ TEST_F(TraceCommands, PlacesAreFoundInAnyOrder) {
     };
     const std::string a = trace_of("a.pcap", {"x", "y", "z", "y"});
     EXPECT_EQ(kivctl("trace diff " + a + " " + trace_of("b.pcap", {"y", "z", "x", "y"})).out,
-              "the same: 5 calls in 5 places\n");
+              "the same: calls 5, places 5\n");
     const Ran ran = kivctl("trace diff " + a + " " + trace_of("b.pcap", {"n", "y", "x"}));
     EXPECT_EQ(ran.status, 1);
     EXPECT_EQ(
         ran.out,
         "+ l2/n: 1 call\n- l2/z: 1 call\n- l2/y: 1 call\n"
-        "3 of 6 places differ: 0 calls changed, 2 only in the first, 1 only in the second, 3 the same\n");
+        "places 3 of 6 differ; calls: 0 changed, 2 only in the first, 1 only in the second, 3 the same\n");
     EXPECT_EQ(kivctl("trace diff --case x " + a + " " + directory_.path("b.pcap")).status, 0);
 }
 
