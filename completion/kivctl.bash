@@ -27,7 +27,7 @@ _kivctl() {
                 sed -n '/^Faults:/,/^Columns:/ s/^  \([a-z]*\) .*/\1/p')" -- "$word")
             return
             ;;
-        --factor | --at-least | --jobs | --sample | --limit | --operation | --wait | --where | --since | --runs | --by | --changes | --window | --percent | --label | -l)
+        --factor | --at-least | --jobs | --sample | --limit | --operation | --wait | --where | --since | --runs | --by | --changes | --window | --percent | --label | -l | --case | --status | --slowest)
             return
             ;;
     esac

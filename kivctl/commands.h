@@ -27,6 +27,7 @@ void add_card(CLI::App &app, int *status);
 void add_sweep(CLI::App &app, int *status);
 void add_store(CLI::App &app, int *status);
 void add_history(CLI::App &app, int *status);
+void add_trace(CLI::App &app, int *status);
 
 }  // namespace kivctl
 

@@ -1,4 +1,4 @@
-// The companion command: results of runs, their history, sites, and states of cards.
+// The companion command: results of runs, their history, sites, states of cards and traces.
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -9,8 +9,8 @@ namespace {
 
 int run(int argc, char **argv) {
     CLI::App app(
-        "Works on the results of prm_kiv, one run's or those of many, on the sites that it runs with and on "
-        "states of cards.",
+        "Works on the results of prm_kiv, one run's or those of many, on the sites that it runs with, on "
+        "states of cards and on traces.",
         "kivctl");
     app.set_version_flag("--version", KIV_VERSION);
     app.require_subcommand(1);
@@ -26,6 +26,7 @@ int run(int argc, char **argv) {
     kivctl::add_sweep(app, &status);
     kivctl::add_store(app, &status);
     kivctl::add_history(app, &status);
+    kivctl::add_trace(app, &status);
     signal(SIGXFSZ, SIG_IGN);  // writing fails instead, which is said
     try {
         app.parse(argc, argv);

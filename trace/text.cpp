@@ -366,6 +366,8 @@ class FieldSink : public Sink {
     size_t answered_at_ = kNever;             // how deep
 };
 
+}  // namespace
+
 void append_result(std::string *out, const Call &call, const Naming &names, const TextOptions &options) {
     const Operation &operation = *call.operation;
     if (!call.returned) {
@@ -392,8 +394,6 @@ void append_result(std::string *out, const Call &call, const Naming &names, cons
         add(out, " = {}", call.result);
     }
 }
-
-}  // namespace
 
 void for_each_field(const Call &call, const Naming &names, CallFieldVisitor visit,
                     const TextOptions &options) {

@@ -42,6 +42,8 @@ void append_line(std::string *out, const Call &call, const Naming &names, const 
 
 // Bytes in hexadecimal, without the zeros at both ends: "@12:40ff" begins at byte 12.
 void append_bytes(std::string *out, Bytes bytes);
+// The end of such a line: " = 0".
+void append_result(std::string *out, const Call &call, const Naming &names, const TextOptions &options = {});
 
 // Bytes as a word that stands in a line: without blanks, commas, braces, colons and what is not ASCII, each
 // of which becomes "\xNN".
