@@ -8,8 +8,9 @@
 namespace {
 
 int run(int argc, char **argv) {
-    CLI::App app("Works on the results of prm_kiv, on the sites that it runs with, on states of cards and on traces.",
-                 "kivctl");
+    CLI::App app(
+        "Works on the results of prm_kiv, on the sites that it runs with, on states of cards and on traces.",
+        "kivctl");
     app.set_version_flag("--version", KIV_VERSION);
     app.require_subcommand(1);
     app.fallthrough(false);
