@@ -232,7 +232,7 @@ bool ReplayFile::take_call(const Call &call, std::string *what) {
         const prm_record *const ours = records_.at(memory.record);
         if (ours != nullptr && ours->size == memory.record->size) continue;
         *what = fmt::format("{} has {} bytes there, {} in this build:", memory.record->name,
-                             memory.record->size, ours == nullptr ? 0 : ours->size);
+                            memory.record->size, ours == nullptr ? 0 : ours->size);
         return false;
     }
     return true;
