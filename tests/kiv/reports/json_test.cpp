@@ -109,7 +109,7 @@ CaseResult case_with_calls() {
     result.calls_told.left_out = 3;
     result.calls_told.calls = {{"add({id 7}) = 0", {"record.id = 7"}, 0, false},
                                {"modify({id \xff}) = ?", {}, 1, true}};
-    result.differences = {1, {"call 2: id: 7, not 8"}};
+    result.differences = {1, {"call 2: id: 7, not 8"}, "the trace"};
     return result;
 }
 
@@ -131,6 +131,7 @@ TEST(Json, CallsAreReadBackAsTheyWereTold) {
     EXPECT_TRUE(read.calls_told.calls[1].failed);
     EXPECT_EQ(read.failures.at(0).number, 2u);
     EXPECT_THAT(read.differences.told, testing::ElementsAre("call 2: id: 7, not 8"));
+    EXPECT_EQ(read.differences.from, "the trace");
 }
 
 }  // namespace
