@@ -252,7 +252,8 @@ size_t Capture::begins(card::OperationId operation, const uint64_t *arguments, c
     const CallBegins begins{facts.sequence, facts.checks, plan.arguments, count_};
     std::memcpy(at, &head, sizeof head);
     std::memcpy(at + sizeof head, &begins, sizeof begins);
-    std::memcpy(at + sizeof head + sizeof begins, arguments, plan.arguments * sizeof *arguments);
+    if (plan.arguments != 0)
+        std::memcpy(at + sizeof head + sizeof begins, arguments, plan.arguments * sizeof *arguments);
     return writer.size();
 }
 
